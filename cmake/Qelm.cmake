@@ -1,0 +1,82 @@
+# What every target of the project shares.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+# Libraries are found beside whoever needs them, built or installed.
+set(CMAKE_BUILD_RPATH "$ORIGIN")
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../lib")
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+
+add_library(qelm_options INTERFACE)
+target_compile_options(qelm_options INTERFACE
+    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+if(NOT WIN32)
+    target_link_options(qelm_options INTERFACE LINKER:--no-undefined)
+endif()
+if(QELM_SANITIZERS)
+    add_compile_options(-fsanitize=${QELM_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${QELM_SANITIZERS})
+endif()
+
+# qelm_read_exports(<variable> <file.def>): the function names of a module definition file.
+function(qelm_read_exports variable definition)
+    file(STRINGS ${definition} lines REGEX "^    [A-Za-z_]")
+    set(names)
+    foreach(line IN LISTS lines)
+        string(REGEX REPLACE "^    ([A-Za-z0-9_]+).*" "\\1" name "${line}")
+        list(APPEND names ${name})
+    endforeach()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${definition})
+    set(${variable} ${names} PARENT_SCOPE)
+endfunction()
+
+# qelm_export_only(<target> <file.def>): the target exports what the module definition file names, and nothing else.
+function(qelm_export_only target definition)
+    get_filename_component(definition ${definition} ABSOLUTE)
+    if(WIN32)
+        target_sources(${target} PRIVATE ${definition})
+        return()
+    endif()
+    qelm_read_exports(names ${definition})
+    list(JOIN names ";\n        " names)
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+    file(CONFIGURE OUTPUT ${script} CONTENT "{\n    global:\n        ${names};\n    local: *;\n};\n" @ONLY)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${script})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
+endfunction()
+
+# qelm_add_maker_library(<target> <file.def>): what to link so that a library of the maker's is bound at load time.
+# Made from the definition file alone: an import library with ordinals on Windows; elsewhere a library of the same name
+# with empty functions, which serves the link editor only.
+function(qelm_add_maker_library target definition)
+    get_filename_component(definition ${definition} ABSOLUTE)
+    get_filename_component(name ${definition} NAME_WE)
+    add_library(${target} INTERFACE)
+    set(folder ${CMAKE_BINARY_DIR}/maker)
+    file(MAKE_DIRECTORY ${folder})
+    if(WIN32)
+        set(import_library ${folder}/lib${name}.a)
+        add_custom_command(OUTPUT ${import_library}
+            COMMAND ${CMAKE_DLLTOOL} -d ${definition} -l ${import_library}
+            DEPENDS ${definition} VERBATIM)
+    else()
+        set(import_library ${folder}/lib${name}.so)
+        qelm_read_exports(names ${definition})
+        list(TRANSFORM names REPLACE "(.+)" "void \\1(void) {}\n" OUTPUT_VARIABLE functions)
+        list(JOIN functions "" functions)
+        file(CONFIGURE OUTPUT ${folder}/${name}.c CONTENT "${functions}" @ONLY)
+        add_custom_command(OUTPUT ${import_library}
+            COMMAND ${CMAKE_C_COMPILER} -shared -fPIC -Wl,-soname,lib${name}.so ${folder}/${name}.c -o ${import_library}
+            DEPENDS ${folder}/${name}.c VERBATIM)
+    endif()
+    add_custom_target(${target}_import DEPENDS ${import_library})
+    add_dependencies(${target} ${target}_import)
+    target_link_libraries(${target} INTERFACE ${import_library})
+endfunction()

@@ -1,0 +1,11 @@
+#ifndef ZANTOR_OBVELLINE_QX4_RK_ERROR_CODES_H
+#define ZANTOR_OBVELLINE_QX4_RK_ERROR_CODES_H
+
+/** Error codes of the applet; error_codes.inc holds a sentence for each. Success is 0. */
+enum FgError {
+#define FG_ERROR(name, code, sentence) name = (code),
+#include "error_codes.inc"
+    FG_OK = 0
+};
+
+#endif

@@ -1,0 +1,94 @@
+#ifndef VIRTUAL_BOARD_VIRTUAL_BOARD_H
+#define VIRTUAL_BOARD_VIRTUAL_BOARD_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+/**
+ * Control surface of the virtual board: what no real board offers. The four maker libraries built beside this one
+ * (nuvrak5, nuvrod, qelm_hw, nuvpix) are thin surfaces over one model per process; a host opens boards here, hands
+ * them to an applet as the board pointer of Std_entry, looks at what arrived and injects faults. Everything may be
+ * called from any thread. All names are the design's own, in full.
+ */
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** One board with its design, in power-on state. */
+typedef struct VirtualBoard VirtualBoard;
+
+/** @return a new board, or null when memory is short; boards are independent of each other */
+VirtualBoard* virtualBoardOpen(void);
+/** Closes the board; runtime handles that still refer to it stay valid and answer -2001. Null is ignored. */
+void virtualBoardClose(VirtualBoard* board);
+
+/* -- State. Results: 0, or -2070 for an unknown name, index or board ----------------------------------------------- */
+
+/** Reads an integer design parameter, or element `index` of a field; index 0 for scalars. No trace entry. */
+int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t* value);
+/** Sets a design parameter as the hardware would: read-only and limits do not apply. No trace entry. */
+int32_t virtualBoardSetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t value);
+/** @return the text of a path-type design parameter, valid until it changes; null when unknown */
+const char* virtualBoardGetDesignText(VirtualBoard* board, const char* name);
+int32_t virtualBoardGetRegister(VirtualBoard* board, const char* name, uint64_t* value);
+int32_t virtualBoardSetRegister(VirtualBoard* board, const char* name, uint64_t value);
+/** Parameters that the runtime itself serves (600, 2050, 3050, ...). */
+int32_t virtualBoardGetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t* value);
+int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t value);
+
+/* -- Trace: every call into the maker's libraries, in order, for the whole process --------------------------------- */
+
+typedef struct {
+    VirtualBoard* board; /**< null for calls that concern no board */
+    const char* call;    /**< the library function, e.g. "Fg_setParameterWithType" */
+    const char* target;  /**< design parameter, register, file or runtime parameter name; "" when there is none */
+    const char* value;   /**< the value as text: "512", "3: 1" for element 3, "[4096] 0 1 2 ..." for a field, a path */
+    uint64_t number;     /**< the value of scalars and elements; 0 otherwise */
+    uint32_t index;      /**< the element of an element write; 0 otherwise */
+    int32_t isWrite;     /**< 1 when the call would change the design, a register or a runtime parameter */
+    int64_t result;      /**< what the call answered; 1 or 0 for pointers */
+} VirtualBoardTraceEntry;
+
+/** Starts recording into an empty trace; recording is off at first, so that long runs need no memory. */
+void virtualBoardTraceStart(void);
+void virtualBoardTraceStop(void);
+size_t virtualBoardTraceLength(void);
+/** @return entry 0 to length - 1, valid until the trace is started again; null past the end */
+const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t position);
+/* With the environment variable QELM_VIRTUAL_BOARD_TRACE set to a file name (or "-" for the standard error output)
+ * every call is also printed there as one line. */
+
+/* -- Faults -------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Lets chosen calls fail: of the calls that match, the first `skip` pass, the next `count` fail with `code` and
+ * without effect, later ones pass again. Functions that answer a pointer fail with null, readImage with 0. Faults
+ * add up; each keeps its own count.
+ *
+ * @param board   null matches every board and the calls that concern none
+ * @param call    library function name; null matches every one
+ * @param target  as in the trace; null matches every one
+ */
+void virtualBoardFail(VirtualBoard* board, const char* call, const char* target, uint32_t skip, uint32_t count,
+                      int32_t code);
+/** Removes all faults. */
+void virtualBoardClearFaults(void);
+
+/* -- Leaks --------------------------------------------------------------------------------------------------------- */
+
+typedef struct {
+    int32_t boards;         /**< opened with virtualBoardOpen and not closed */
+    int32_t runtimeHandles; /**< given out by the runtime and not freed */
+    int32_t designImages;   /**< loaded and not released */
+    int32_t imageBuffers;   /**< given out by readImage and not freed */
+} VirtualBoardResources;
+
+/** What is open now. */
+VirtualBoardResources virtualBoardResources(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
