@@ -1,0 +1,81 @@
+#include "parameters/design_access.h"
+
+#include "maker/nuvrod.h"
+#include "maker/qelm_hw.h"
+#include "parameters/parameter_kinds.h"
+
+namespace qelm::parameters {
+namespace {
+
+constexpr const char* designParameterNames[] = {
+#define DESIGN_PARAMETER(symbol, name) name,
+#include "parameters/design_parameters.inc"
+};
+
+} // namespace
+
+void DesignAccess::bind(const maker::RuntimeFunctionTable& functions, maker::GetParameterIdByName getParameterIdByName,
+                        void* runtimeHandle, void* board, void* designImage) {
+    functions_ = &functions;
+    runtimeHandle_ = runtimeHandle;
+    board_ = board;
+    static_assert(std::size(designParameterNames) == std::tuple_size_v<decltype(ids_)>);
+    for (std::size_t i = 0; i < ids_.size(); ++i) {
+        ids_[i] = getParameterIdByName == nullptr ? 0 : getParameterIdByName(runtimeHandle, designParameterNames[i]);
+    }
+    for (Register& entry : registers_) {
+        entry.address = getDesignRegisterAddress(designImage, entry.name);
+    }
+}
+
+void DesignAccess::writeTyped(DesignParameter parameter, const void* value, std::int32_t type) {
+    const auto set = (*functions_)[maker::runtime::Fg_setParameterWithType];
+    require(set != nullptr, FG_ERROR_NOT_AVAILABLE);
+    const std::int32_t result = set(runtimeHandle_, ids_[static_cast<std::size_t>(parameter)], value, 0, type);
+    require(result == 0, result);
+}
+
+void DesignAccess::write(DesignParameter parameter, std::uint32_t value) {
+    writeTyped(parameter, &value, RUNTIME_VALUE_UINT32);
+}
+
+void DesignAccess::write(DesignParameter parameter, FieldElement element) {
+    writeTyped(parameter, &element, RUNTIME_VALUE_FIELD_ELEMENT);
+}
+
+void DesignAccess::write(DesignParameter parameter, const FieldAccess& field) {
+    writeTyped(parameter, &field, RUNTIME_VALUE_FIELD);
+}
+
+void DesignAccess::writePath(DesignParameter parameter, const std::string& path) {
+    writeTyped(parameter, path.c_str(), RUNTIME_VALUE_PATH);
+}
+
+std::uint32_t DesignAccess::read(DesignParameter parameter) const {
+    const auto get = (*functions_)[maker::runtime::Fg_getParameterWithType];
+    require(get != nullptr, FG_ERROR_NOT_AVAILABLE);
+    std::uint32_t value = 0;
+    const std::int32_t result =
+        get(runtimeHandle_, ids_[static_cast<std::size_t>(parameter)], &value, 0, RUNTIME_VALUE_UINT32);
+    require(result == 0, result);
+    return value;
+}
+
+void DesignAccess::writeRegister(SimulatorRegister target, std::uint64_t value) {
+    Register& entry = registers_[static_cast<std::size_t>(target)];
+    const std::int32_t result = ::writeRegister(board_, entry.address, value, 0);
+    require(result == 0, result);
+    entry.shadow = value;
+}
+
+std::int32_t DesignAccess::setRuntimeParameter(std::int32_t id, const void* value, std::uint32_t port) {
+    const auto set = (*functions_)[maker::runtime::Fg_setParameter];
+    return set == nullptr ? static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE) : set(runtimeHandle_, id, value, port);
+}
+
+std::int32_t DesignAccess::getRuntimeParameter(std::int32_t id, void* value, std::uint32_t port) const {
+    const auto get = (*functions_)[maker::runtime::Fg_getParameter];
+    return get == nullptr ? static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE) : get(runtimeHandle_, id, value, port);
+}
+
+} // namespace qelm::parameters

@@ -1,0 +1,42 @@
+#include "parameters/registry.h"
+
+namespace qelm::parameters {
+
+std::span<const FixedParameter> fixedParameters() {
+    static constexpr FixedParameter rows[] = {
+#define FG_PARAMETER(name, identifier, description) {#name, identifier, description},
+#include "zantor_obvelline_qx4_rk/parameter_table.inc"
+    };
+    static_assert(std::size(rows) == 143);
+    return rows;
+}
+
+void Registry::addFixedParameters() {
+    for (const FixedParameter& row : fixedParameters()) {
+        ids_.emplace(row.name, row.id);
+        names_.emplace(count(), row.name);
+        descriptions_.emplace(row.name, row.description);
+    }
+}
+
+std::optional<std::int32_t> Registry::idByName(const std::string& name) const {
+    const auto entry = ids_.find(name);
+    return entry == ids_.end() ? std::nullopt : std::optional(entry->second);
+}
+
+const char* Registry::nameAt(std::int32_t index) const {
+    const auto entry = names_.find(index);
+    return entry == names_.end() ? nullptr : entry->second.c_str();
+}
+
+std::optional<std::int32_t> Registry::idAt(std::int32_t index) const {
+    const auto entry = names_.find(index);
+    return entry == names_.end() ? std::nullopt : idByName(entry->second);
+}
+
+const char* Registry::description(const std::string& name) const {
+    const auto entry = descriptions_.find(name);
+    return entry == descriptions_.end() ? nullptr : entry->second;
+}
+
+} // namespace qelm::parameters

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace qelm::parameters {
+
+/** A row of the fixed parameter table. */
+struct FixedParameter {
+    const char* name;
+    std::int32_t id;
+    const char* description;
+};
+
+/** The fixed parameters in registry order. */
+std::span<const FixedParameter> fixedParameters();
+
+/**
+ * The vocabulary of parameters of one applet: the fixed ones and, behind them, the direct-access ones. Built once at
+ * start-up, read without a lock afterwards. Lookups answer nothing when they find nothing.
+ */
+class Registry {
+  public:
+    /** Registers the fixed parameters at the indices 0 to 142. */
+    void addFixedParameters();
+
+    std::optional<std::int32_t> idByName(const std::string& name) const;
+    /** @return the name, valid as long as the registry lives, or null */
+    const char* nameAt(std::int32_t index) const;
+    std::optional<std::int32_t> idAt(std::int32_t index) const;
+    /** The number of indices. */
+    std::int32_t count() const { return static_cast<std::int32_t>(names_.size()); }
+    /** The description of a fixed parameter, or null. */
+    const char* description(const std::string& name) const;
+
+  private:
+    std::map<std::string, std::int32_t> ids_;        // what idByName finds
+    std::map<std::int32_t, std::string> names_;      // by index
+    std::map<std::string, const char*> descriptions_; // of the fixed parameters
+};
+
+} // namespace qelm::parameters

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/** Everything the applet asks of the operating system besides locks; one source per system implements it. */
+namespace qelm::platform {
+
+/** The file name of a shared library: "nuvrak5" becomes "nuvrak5.dll" or "libnuvrak5.so". */
+std::string sharedLibraryFileName(const std::string& name);
+
+/** Loads a shared library by file name, on the loader's path or beside this library. @return null when it fails */
+void* loadSharedLibrary(const std::string& fileName);
+/** @return the function's address, or null when the library does not export it */
+void* resolveFunction(void* library, const char* name);
+void freeSharedLibrary(void* library);
+
+/** The path of the file that holds the applet's code; nothing when the system does not tell. */
+std::optional<std::string> ownLibraryPath();
+/** What separates the folders of a path. */
+extern const char pathSeparator;
+
+/** The value of an environment variable, which may be empty; nothing when it is not set. */
+std::optional<std::string> environmentVariable(const char* name);
+
+} // namespace qelm::platform
