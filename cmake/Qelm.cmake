@@ -80,3 +80,17 @@ function(qelm_add_maker_library target definition)
     add_dependencies(${target} ${target}_import)
     target_link_libraries(${target} INTERFACE ${import_library})
 endfunction()
+
+# qelm_add_header_package(<target> <folder>): a library of headers alone, installed by the system into a folder of that
+# name. Compilers for both platforms see that folder only: the system's other headers beside it suit the host alone.
+function(qelm_add_header_package target folder)
+    find_path(${target}_include_dir ${folder} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT ${target}_include_dir)
+        message(FATAL_ERROR "No headers ${folder}/ in /usr/include: run scripts/install-dependencies")
+    endif()
+    set(include_dir ${CMAKE_BINARY_DIR}/include/${target})
+    file(MAKE_DIRECTORY ${include_dir})
+    file(CREATE_LINK ${${target}_include_dir}/${folder} ${include_dir}/${folder} SYMBOLIC)
+    add_library(${target} INTERFACE)
+    target_include_directories(${target} SYSTEM INTERFACE ${include_dir})
+endfunction()
