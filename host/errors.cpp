@@ -1,0 +1,46 @@
+#include "qelm/host/errors.h"
+
+#include "zantor_obvelline_qx4_rk/error_codes.h"
+
+namespace qelm::host {
+namespace {
+
+struct ErrorRow {
+    std::string_view name;
+    int32_t code;
+    std::string_view sentence;
+};
+
+constexpr ErrorRow errorRows[] = {
+#define FG_ERROR(name, code, sentence) {#name, code, sentence},
+#include "zantor_obvelline_qx4_rk/error_codes.inc"
+};
+
+const ErrorRow* findError(int32_t code) {
+    for (const ErrorRow& row : errorRows) {
+        if (row.code == code)
+            return &row;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+std::string_view errorName(int32_t code) {
+    const ErrorRow* row = findError(code);
+    return row != nullptr ? row->name : std::string_view{};
+}
+
+std::string errorMeaning(int32_t code) {
+    const std::string number = std::to_string(code);
+    const ErrorRow* row = findError(code);
+    if (row == nullptr)
+        return "an error of the acquisition runtime or the register library (" + number + ")";
+    return std::string(row->sentence) + " (" + number + ", " + std::string(row->name) + ")";
+}
+
+AppletError::AppletError(int32_t code, const std::string& attempt, const std::string& advice)
+    : std::runtime_error(attempt + ": " + errorMeaning(code) + "." + (advice.empty() ? "" : " " + advice))
+    , code_(code) {}
+
+} // namespace qelm::host

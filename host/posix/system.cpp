@@ -1,0 +1,53 @@
+#include "qelm/host/system.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+
+namespace qelm::host {
+
+std::filesystem::path executableFolder() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+std::string libraryFileName(const std::string& baseName) {
+    return "lib" + baseName + ".so";
+}
+
+std::string appletFileName(const std::string& baseName) {
+    return baseName + ".so";
+}
+
+void setEnvironment(const char* name, const char* value) {
+    if (value != nullptr)
+        ::setenv(name, value, 1);
+    else
+        ::unsetenv(name);
+}
+
+namespace detail {
+
+void* openLibrary(const std::filesystem::path& file, std::string& error) {
+    void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr)
+        error = ::dlerror();
+    return handle;
+}
+
+void* openLoadedLibrary(const std::string& fileName) {
+    return ::dlopen(fileName.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+}
+
+void closeLibrary(void* handle) {
+    ::dlclose(handle);
+}
+
+void* findSymbol(void* handle, const char* symbol) {
+    return ::dlsym(handle, symbol);
+}
+
+bool librariesLookBesideThemselves() {
+    return true; // through their run path
+}
+
+} // namespace detail
+} // namespace qelm::host
