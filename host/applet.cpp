@@ -11,17 +11,6 @@ const char appletName[] = "Zantor_Obvelline_Qx4_RK";
 const char runtimeName[] = "nuvrak5";
 const char* const linkedNames[] = {"nuvrod", "qelm_hw", "nuvpix"};
 
-fs::path defaultAppletFile() {
-    const fs::path folder = executableFolder();
-    const std::string name = appletFileName(appletName);
-    for (const fs::path& file : {folder / name, folder / ".." / "lib" / name, folder / ".." / INSTALL_LIBDIR / name}) {
-        if (fs::is_regular_file(file)) {
-            return file;
-        }
-    }
-    return folder / name;
-}
-
 bool canLoad(const fs::path& file) {
     std::string error;
     void* handle = detail::openLibrary(file, error);
@@ -65,7 +54,16 @@ std::optional<Library> loadRuntimeBeside(const fs::path& applet) {
 
 } // namespace
 
-Applet::Applet() : Applet(defaultAppletFile()) {}
+std::filesystem::path Applet::defaultFile() {
+    const fs::path folder = executableFolder();
+    const std::string name = appletFileName(appletName);
+    for (const fs::path& file : {folder / name, folder / ".." / "lib" / name, folder / ".." / INSTALL_LIBDIR / name}) {
+        if (fs::is_regular_file(file)) {
+            return file;
+        }
+    }
+    return folder / name;
+}
 
 Applet::Applet(const std::filesystem::path& file)
     : file_(fs::absolute(file))

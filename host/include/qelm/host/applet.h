@@ -32,10 +32,10 @@ struct VirtualBoardFunctions {
  */
 class Applet {
   public:
-    /** Loads the applet beside the running program, or in its installation's library folder. @throws LoadError */
-    Applet();
     /** @throws LoadError when the file, one of the libraries that it needs or one of its exports is missing */
-    explicit Applet(const std::filesystem::path& file);
+    explicit Applet(const std::filesystem::path& file = defaultFile());
+    /** The applet beside the running program or, failing that, in the library folder of its installation. */
+    static std::filesystem::path defaultFile();
     Applet(const Applet&) = delete;
     Applet& operator=(const Applet&) = delete;
 

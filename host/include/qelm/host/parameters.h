@@ -1,0 +1,66 @@
+#pragma once
+
+#include "qelm/host/board.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qelm::host {
+
+struct EnumerationEntry {
+    std::string_view name; ///< symbolic name, e.g. "FG_GRAY16"
+    int32_t value;
+    std::string_view text; ///< what user interfaces show
+};
+
+enum class ParameterKind : uint8_t { integer, floatingPoint, enumeration, fileName, lutEntry };
+
+/** @return "integer", "floating point", ... */
+std::string_view kindName(ParameterKind kind);
+
+/** What is known about a parameter besides its value. */
+struct Parameter {
+    int32_t id = 0;
+    std::string name{};
+    std::string description{};
+    ParameterKind kind = ParameterKind::integer;
+    std::string category{}; ///< empty, as the display name, for parameters that user interfaces leave out
+    std::string displayName{};
+    std::string unit{};
+    double minimum = 0.0; ///< limits of numbers; all three are 0 when no range is stated
+    double maximum = 0.0;
+    double increment = 0.0; ///< 0 when every value between the limits will do
+    int32_t access = 0;     ///< bit value 1 read, 2 write
+    std::string filter{};   ///< of file names, e.g. "*.lut"
+    std::vector<EnumerationEntry> entries{};
+
+    bool isWritable() const { return (access & 2) != 0; }
+    bool hasRange() const { return minimum != 0.0 || maximum != 0.0; }
+    const EnumerationEntry* findEntry(int32_t value) const;
+    const EnumerationEntry* findEntry(std::string_view entryName) const;
+
+    /** "16 to 8192 pixel in steps of 16", "FG_GRAY (3) or FG_GRAY16 (1)", "a file name (*.lut)"; empty when unknown */
+    std::string allowedValues() const;
+};
+
+/** The fixed parameters with their widest limits, in registry order. */
+const std::vector<Parameter>& fixedParameters();
+/** @return null when unknown */
+const Parameter* findFixedParameter(std::string_view name);
+
+/** The parameters that the board's applet registers, in its order. */
+std::vector<Parameter> registeredParameters(const Board& board);
+
+/** The parameter with the limits and access that the board's applet states now; these follow other parameters. */
+Parameter withCurrentLimits(const Board& board, Parameter parameter);
+
+/**
+ * The candidate that is most like a mistyped name: letter case aside, by letters missing, added, changed or swapped; a
+ * forgotten "FG_" costs nothing. @return empty when none comes near
+ */
+std::string_view nearestName(std::string_view name, std::span<const std::string_view> candidates);
+
+} // namespace qelm::host
