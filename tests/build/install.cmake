@@ -1,0 +1,31 @@
+# The installed tree works from any folder, and its headers suit C and C++, each on its own.
+cmake_minimum_required(VERSION 3.25)
+
+file(REMOVE_RECURSE ${WORK_DIR})
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/as_installed
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+# Whatever still points to the place of installation fails now.
+file(RENAME ${WORK_DIR}/as_installed ${WORK_DIR}/moved)
+set(root ${WORK_DIR}/moved)
+file(MAKE_DIRECTORY ${WORK_DIR}/elsewhere)
+
+execute_process(COMMAND ${EMULATOR} ${root}/${BIN}/qelm${EXECUTABLE_SUFFIX} info
+    WORKING_DIRECTORY ${WORK_DIR}/elsewhere RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+if(NOT status EQUAL 0 OR NOT output MATCHES "Zantor_Obvelline_Qx4_RK")
+    message(FATAL_ERROR "The installed qelm info ended with ${status}:\n${output}")
+endif()
+
+set(warnings -Wall -Wextra -pedantic -Werror -fsyntax-only -I ${root}/${INCLUDE})
+file(GLOB_RECURSE headers RELATIVE ${root}/${INCLUDE} ${root}/${INCLUDE}/*.h)
+if(NOT headers MATCHES "zantor_obvelline_qx4_rk/applet\\.h")
+    message(FATAL_ERROR "Installed headers: ${headers}")
+endif()
+foreach(header IN LISTS headers)
+    file(WRITE ${WORK_DIR}/consumer.c "#include <${header}>\nint main(void) { return 0; }\n")
+    if(NOT header MATCHES "^qelm/") # the host library is for C++
+        execute_process(COMMAND ${C_COMPILER} -std=c11 ${warnings} ${WORK_DIR}/consumer.c COMMAND_ERROR_IS_FATAL ANY)
+    endif()
+    execute_process(COMMAND ${CXX_COMPILER} -std=c++20 ${warnings} -x c++ ${WORK_DIR}/consumer.c
+        COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+file(REMOVE_RECURSE ${WORK_DIR})
