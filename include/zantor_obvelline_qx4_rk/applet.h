@@ -15,6 +15,9 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#ifdef __ELF__
+#pragma GCC visibility push(default) /* exported, whatever the build's default is */
+#endif
 
 /** The runtime's per-board structure; the applet relies on its first field alone. */
 typedef struct BoardStructure {
@@ -80,6 +83,9 @@ const char* Fg_getParameterInfo(BoardStructure*, int32_t id);
 /** Hands the board back to the runtime and destroys the applet; the board structure's applet becomes null. */
 int32_t Fg_FreeGrabber(BoardStructure*);
 
+#ifdef __ELF__
+#pragma GCC visibility pop
+#endif
 #ifdef __cplusplus
 }
 #endif

@@ -14,9 +14,9 @@ extern "C" {
 
 /** Type codes of the runtime's typed calls. */
 enum RuntimeValueType {
-    RUNTIME_VALUE_UINT32 = 2,         /**< a uint32_t */
-    RUNTIME_VALUE_PATH = 6,           /**< the characters of a path; the value pointer is a const char* */
-    RUNTIME_VALUE_FIELD = 4096,       /**< a FieldAccess */
+    RUNTIME_VALUE_UINT32 = 2,          /**< a uint32_t */
+    RUNTIME_VALUE_PATH = 6,            /**< the characters of a path; the value pointer is a const char* */
+    RUNTIME_VALUE_FIELD = 4096,        /**< a FieldAccess */
     RUNTIME_VALUE_FIELD_ELEMENT = 4098 /**< a FieldElement */
 };
 

@@ -2,7 +2,7 @@
 
 #include "maker/nuvrod.h"
 #include "maker/qelm_hw.h"
-#include "parameters/parameter_kinds.h"
+#include "parameters/parameter.h"
 
 namespace qelm::parameters {
 namespace {
@@ -19,6 +19,7 @@ void DesignAccess::bind(const maker::RuntimeFunctionTable& functions, maker::Get
     functions_ = &functions;
     runtimeHandle_ = runtimeHandle;
     board_ = board;
+    designImage_ = designImage;
     static_assert(std::size(designParameterNames) == std::tuple_size_v<decltype(ids_)>);
     for (std::size_t i = 0; i < ids_.size(); ++i) {
         ids_[i] = getParameterIdByName == nullptr ? 0 : getParameterIdByName(runtimeHandle, designParameterNames[i]);
@@ -61,7 +62,7 @@ std::uint32_t DesignAccess::read(DesignParameter parameter) const {
     return value;
 }
 
-void DesignAccess::writeRegister(SimulatorRegister target, std::uint64_t value) {
+void DesignAccess::write(SimulatorRegister target, std::uint64_t value) {
     Register& entry = registers_[static_cast<std::size_t>(target)];
     const std::int32_t result = ::writeRegister(board_, entry.address, value, 0);
     require(result == 0, result);
@@ -76,6 +77,25 @@ std::int32_t DesignAccess::setRuntimeParameter(std::int32_t id, const void* valu
 std::int32_t DesignAccess::getRuntimeParameter(std::int32_t id, void* value, std::uint32_t port) const {
     const auto get = (*functions_)[maker::runtime::Fg_getParameter];
     return get == nullptr ? static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE) : get(runtimeHandle_, id, value, port);
+}
+
+std::int32_t DesignAccess::setDirectRegister(std::uint32_t address, const void* value) {
+    const bool wide = getDesignRegisterWidth(designImage_, address) > 32;
+    return ::writeRegister(board_, address, wide ? load<std::uint64_t>(value) : load<std::uint32_t>(value), 0);
+}
+
+std::int32_t DesignAccess::getDirectRegister(std::uint32_t address, void* value) const {
+    const bool wide = getDesignRegisterWidth(designImage_, address) > 32;
+    std::uint64_t content = 0;
+    const std::int32_t result = ::readRegister(board_, address, &content, 0);
+    if (result == 0) {
+        if (wide) {
+            store(content, value);
+        } else {
+            store(static_cast<std::uint32_t>(content), value);
+        }
+    }
+    return result;
 }
 
 } // namespace qelm::parameters

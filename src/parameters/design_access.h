@@ -55,7 +55,7 @@ class DesignAccess {
     std::uint32_t read(DesignParameter parameter) const;
 
     /** Writes a register and keeps the value as its shadow when that succeeded. */
-    void writeRegister(SimulatorRegister target, std::uint64_t value);
+    void write(SimulatorRegister target, std::uint64_t value);
     /** The value last written successfully. */
     std::uint64_t shadow(SimulatorRegister target) const { return registers_[static_cast<std::size_t>(target)].shadow; }
 
@@ -63,6 +63,11 @@ class DesignAccess {
      *  @return 0 or the runtime's code; -12 when the runtime lacks the function */
     std::int32_t setRuntimeParameter(std::int32_t id, const void* value, std::uint32_t port);
     std::int32_t getRuntimeParameter(std::int32_t id, void* value, std::uint32_t port) const;
+
+    /** Any register of the design by its address: 64 bits at `value` when the register is wider than 32, else 32.
+     *  @return 0 or the register library's code */
+    std::int32_t setDirectRegister(std::uint32_t address, const void* value);
+    std::int32_t getDirectRegister(std::uint32_t address, void* value) const;
 
   private:
     struct Register {
@@ -76,6 +81,7 @@ class DesignAccess {
     const maker::RuntimeFunctionTable* functions_ = nullptr;
     void* runtimeHandle_ = nullptr;
     void* board_ = nullptr;
+    void* designImage_ = nullptr;
     std::array<std::int32_t, 129> ids_{}; // 0: the design has no such parameter
     std::array<Register, simulatorRegisterCount> registers_{{
         {"AAGenEnable", 0},

@@ -1,7 +1,9 @@
 #include "parameters/information.h"
 
 #include "parameters/registry.h"
+#include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
+#include <locale>
 #include <sstream>
 #include <utility>
 
@@ -94,7 +96,9 @@ const ParameterNode* Information::find(std::int32_t id) const {
     return entry == byId_.end() ? nullptr : entry->second;
 }
 
-ParameterNode* Information::findMutable(std::int32_t id) { return const_cast<ParameterNode*>(find(id)); }
+ParameterNode* Information::findMutable(std::int32_t id) {
+    return const_cast<ParameterNode*>(find(id));
+}
 
 void Information::setMaximum(std::int32_t id, std::int64_t maximum) {
     if (ParameterNode* node = findMutable(id)) {

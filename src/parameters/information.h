@@ -51,11 +51,11 @@ struct ParameterNode {
     std::atomic<std::int32_t> access{};
     std::int32_t level = 1;
     std::string unit{};
-    std::string filter{};              ///< of file names, e.g. "*.tif *.tiff"
-    std::string description{};         ///< the registry's text
+    std::string filter{};               ///< of file names, e.g. "*.tif *.tiff"
+    std::string description{};          ///< the registry's text
     Range<std::int64_t> integerRange{}; ///< of integers; 32 bits, signed or unsigned
-    Range<double> floatRange{};        ///< of floating-point parameters
-    std::vector<Enumerator> entries{}; ///< of enumerations; texts are the design's or static
+    Range<double> floatRange{};         ///< of floating-point parameters
+    std::vector<Enumerator> entries{};  ///< of enumerations; texts are the design's or static
 };
 
 /**

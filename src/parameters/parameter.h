@@ -4,6 +4,9 @@
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
 #include <cstdint>
+#include <cstring>
+#include <string>
+#include <type_traits>
 
 namespace qelm::parameters {
 
@@ -18,6 +21,35 @@ enum class ValueType : std::uint8_t {
     text,     ///< zero-terminated characters
     lutEntry, ///< a LutEntry
 };
+
+/** Refuses a value with the given code unless the condition holds. */
+inline void require(bool condition, int code) {
+    if (!condition) {
+        throw code;
+    }
+}
+
+/** Value pointers come from callers in any alignment, so values are copied, never dereferenced. */
+template <typename T>
+T load(const void* value) {
+    if constexpr (std::is_same_v<T, std::string>) {
+        return static_cast<const char*>(value);
+    } else {
+        T result;
+        std::memcpy(&result, value, sizeof result);
+        return result;
+    }
+}
+
+/** A text is copied with its terminating zero; the room for it is the caller's care. */
+template <typename T>
+void store(const T& value, void* place) {
+    if constexpr (std::is_same_v<T, std::string>) {
+        std::memcpy(place, value.c_str(), value.size() + 1);
+    } else {
+        std::memcpy(place, &value, sizeof value);
+    }
+}
 
 /**
  * One parameter as the dispatcher, the initial settings and the configuration see it. Failures are thrown as plain

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "parameters/design_access.h"
 #include "parameters/enumerations.h"
 #include "parameters/parameter.h"
 
@@ -25,28 +26,6 @@ constexpr ValueType valueTypeOf() {
     }
 }
 
-/** Value pointers come from callers in any alignment, so values are copied, never dereferenced. */
-template <typename T>
-T load(const void* value) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        return static_cast<const char*>(value);
-    } else {
-        T result;
-        std::memcpy(&result, value, sizeof result);
-        return result;
-    }
-}
-
-/** A text is copied with its terminating zero; the room for it is the caller's care. */
-template <typename T>
-void store(const T& value, void* place) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        std::memcpy(place, value.c_str(), value.size() + 1);
-    } else {
-        std::memcpy(place, &value, sizeof value);
-    }
-}
-
 /** Runs an action; a code that it throws is passed on or dropped as the flag says. */
 template <typename Action>
 void attempt(OnFailure onFailure, Action&& action) {
@@ -59,6 +38,13 @@ void attempt(OnFailure onFailure, Action&& action) {
     }
 }
 
+/** What a set of a read-only parameter comes to. */
+inline void refuseReadOnly(OnFailure onFailure) {
+    if (onFailure == OnFailure::raise) {
+        throw static_cast<int>(FG_ERROR_NOT_AVAILABLE);
+    }
+}
+
 /**
  * The shape of every settable parameter: check the value, remember it, write the design, update dependants; when a
  * write fails the old value comes back. Design writes already made stay.
@@ -67,17 +53,19 @@ template <typename T>
 class Remembered final : public Parameter {
   public:
     struct Rules {
-        std::function<void(const T& value)> check{};   ///< throws the refusal; nothing has changed then
-        std::function<void(const T& previous)> apply{}; ///< writes the design from the value now remembered
-        std::function<void()> settled{};                ///< updates dependants, after every write succeeded
+        std::function<void(const T& value)> check{}; ///< throws the refusal; nothing has changed then
+        std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is remembered
+        std::function<void()> settled{};                                ///< updates dependants, after every write
     };
 
     Remembered(std::int32_t id, T initial, Rules rules)
-        : Parameter(id, valueTypeOf<T>()), value_(std::move(initial)), rules_(std::move(rules)) {}
+        : Parameter(id, valueTypeOf<T>())
+        , value_(std::move(initial))
+        , rules_(std::move(rules)) {}
 
     const T& value() const { return value_; }
 
-    void set(T value, OnFailure onFailure = OnFailure::raise) {
+    void change(T value, OnFailure onFailure = OnFailure::raise) {
         attempt(onFailure, [&] {
             if (rules_.check) {
                 rules_.check(value);
@@ -85,7 +73,7 @@ class Remembered final : public Parameter {
             std::swap(value_, value); // `value` is now the previous one
             if (rules_.apply) {
                 try {
-                    rules_.apply(value);
+                    rules_.apply(value_, value);
                 } catch (...) {
                     value_ = std::move(value);
                     throw;
@@ -98,14 +86,11 @@ class Remembered final : public Parameter {
     }
 
     /** Keeps a value without check or write. */
-    void assign(T value) { value_ = std::move(value); }
-
-    /** Runs the writes for the value already kept. */
-    void reapply() { rules_.apply(value_); }
+    void keep(T value) { value_ = std::move(value); }
 
     void get(void* value) override { store(value_, value); }
-    void set(const void* value, OnFailure onFailure) override { set(load<T>(value), onFailure); }
-    void assign(const void* value) override { assign(load<T>(value)); }
+    void set(const void* value, OnFailure onFailure) override { change(load<T>(value), onFailure); }
+    void assign(const void* value) override { keep(load<T>(value)); }
 
   private:
     T value_;
@@ -121,20 +106,19 @@ class ReadOnly final : public Parameter {
     T value() const { return read_(); }
 
     void get(void* value) override { store(read_(), value); }
-    void set(const void* /*value*/, OnFailure onFailure) override {
-        attempt(onFailure, [] { throw static_cast<int>(FG_ERROR_NOT_AVAILABLE); });
-    }
+    void set(const void* /*value*/, OnFailure onFailure) override { refuseReadOnly(onFailure); }
     void assign(const void* /*value*/) override {}
 
   private:
     std::function<T()> read_;
 };
 
-/** Refuses a value with the given code unless the condition holds. */
-inline void require(bool condition, int code) {
-    if (!condition) {
-        throw code;
-    }
+/** Apply: the value goes into one design parameter, or one register, as it is. */
+template <typename Target>
+auto writesTo(DesignAccess& design, Target target) {
+    return [&design, target](const auto& value, const auto& /*previous*/) {
+        design.write(target, static_cast<std::uint32_t>(value));
+    };
 }
 
 /** Check: minimum <= value <= maximum. Written so that a double that is not a number is out of range. */

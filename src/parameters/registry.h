@@ -37,8 +37,8 @@ class Registry {
     const char* description(const std::string& name) const;
 
   private:
-    std::map<std::string, std::int32_t> ids_;        // what idByName finds
-    std::map<std::int32_t, std::string> names_;      // by index
+    std::map<std::string, std::int32_t> ids_;         // what idByName finds
+    std::map<std::int32_t, std::string> names_;       // by index
     std::map<std::string, const char*> descriptions_; // of the fixed parameters
 };
 

@@ -31,10 +31,18 @@ RecursiveLock::RecursiveLock() {
     static_assert(sizeof(pthread_mutex_t) <= sizeof(storage_));
     initialiseRecursive(new (storage_.data()) pthread_mutex_t);
 }
-RecursiveLock::~RecursiveLock() { pthread_mutex_destroy(section(storage_)); }
-void RecursiveLock::lock() { pthread_mutex_lock(section(storage_)); }
-bool RecursiveLock::tryLock() { return pthread_mutex_trylock(section(storage_)) == 0; }
-void RecursiveLock::unlock() { pthread_mutex_unlock(section(storage_)); }
+RecursiveLock::~RecursiveLock() {
+    pthread_mutex_destroy(section(storage_));
+}
+void RecursiveLock::lock() {
+    pthread_mutex_lock(section(storage_));
+}
+bool RecursiveLock::tryLock() {
+    return pthread_mutex_trylock(section(storage_)) == 0;
+}
+void RecursiveLock::unlock() {
+    pthread_mutex_unlock(section(storage_));
+}
 
 } // namespace platform
 

@@ -7,7 +7,9 @@ namespace qelm::platform {
 
 const char pathSeparator = '/';
 
-std::string sharedLibraryFileName(const std::string& name) { return "lib" + name + ".so"; }
+std::string sharedLibraryFileName(const std::string& name) {
+    return "lib" + name + ".so";
+}
 
 void* loadSharedLibrary(const std::string& fileName) {
     if (void* library = dlopen(fileName.c_str(), RTLD_NOW | RTLD_LOCAL)) {
@@ -20,9 +22,13 @@ void* loadSharedLibrary(const std::string& fileName) {
                                     : dlopen((path->substr(0, cut + 1) + fileName).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-void* resolveFunction(void* library, const char* name) { return dlsym(library, name); }
+void* resolveFunction(void* library, const char* name) {
+    return dlsym(library, name);
+}
 
-void freeSharedLibrary(void* library) { dlclose(library); }
+void freeSharedLibrary(void* library) {
+    dlclose(library);
+}
 
 std::optional<std::string> ownLibraryPath() {
     Dl_info info{};

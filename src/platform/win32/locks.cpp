@@ -19,10 +19,18 @@ RecursiveLock::RecursiveLock() {
     static_assert(sizeof(CRITICAL_SECTION) <= sizeof(storage_));
     InitializeCriticalSection(new (storage_.data()) CRITICAL_SECTION);
 }
-RecursiveLock::~RecursiveLock() { DeleteCriticalSection(section(storage_)); }
-void RecursiveLock::lock() { EnterCriticalSection(section(storage_)); }
-bool RecursiveLock::tryLock() { return TryEnterCriticalSection(section(storage_)) != FALSE; }
-void RecursiveLock::unlock() { LeaveCriticalSection(section(storage_)); }
+RecursiveLock::~RecursiveLock() {
+    DeleteCriticalSection(section(storage_));
+}
+void RecursiveLock::lock() {
+    EnterCriticalSection(section(storage_));
+}
+bool RecursiveLock::tryLock() {
+    return TryEnterCriticalSection(section(storage_)) != FALSE;
+}
+void RecursiveLock::unlock() {
+    LeaveCriticalSection(section(storage_));
+}
 
 } // namespace platform
 
@@ -33,7 +41,9 @@ RecursiveMutex::RecursiveMutex() : handle_(CreateMutexA(nullptr, FALSE, nullptr)
         throw std::bad_alloc();
     }
 }
-RecursiveMutex::~RecursiveMutex() { CloseHandle(handle_); }
+RecursiveMutex::~RecursiveMutex() {
+    CloseHandle(handle_);
+}
 void RecursiveMutex::lock() {
     WaitForSingleObject(handle_, INFINITE);
     ++depth_;

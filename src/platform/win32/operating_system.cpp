@@ -7,15 +7,21 @@ namespace qelm::platform {
 
 const char pathSeparator = '\\';
 
-std::string sharedLibraryFileName(const std::string& name) { return name + ".dll"; }
+std::string sharedLibraryFileName(const std::string& name) {
+    return name + ".dll";
+}
 
-void* loadSharedLibrary(const std::string& fileName) { return LoadLibraryA(fileName.c_str()); }
+void* loadSharedLibrary(const std::string& fileName) {
+    return LoadLibraryA(fileName.c_str());
+}
 
 void* resolveFunction(void* library, const char* name) {
     return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
 }
 
-void freeSharedLibrary(void* library) { FreeLibrary(static_cast<HMODULE>(library)); }
+void freeSharedLibrary(void* library) {
+    FreeLibrary(static_cast<HMODULE>(library));
+}
 
 std::optional<std::string> ownLibraryPath() {
     HMODULE module = nullptr;

@@ -1,0 +1,214 @@
+// The exported functions of one board: find the applet object, forward, record the error. They take no lock.
+
+#include "applet/fg_ze_wrapper.h"
+#include "zantor_obvelline_qx4_rk/applet.h"
+#include "zantor_obvelline_qx4_rk/error_codes.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+using qelm::applet::FgZeWrapper;
+namespace runtime = qelm::maker::runtime;
+
+FgZeWrapper* appletOf(const BoardStructure* board) {
+    return board == nullptr ? nullptr : static_cast<FgZeWrapper*>(board->applet);
+}
+
+/** Forwards to an operation of the applet; `badBoard` is the answer when there is none. */
+template <typename Result, typename... Parameters, typename... Arguments>
+Result forward(BoardStructure* board, Result badBoard, Result (FgZeWrapper::*operation)(Parameters...),
+               Arguments... arguments) {
+    FgZeWrapper* applet = appletOf(board);
+    return applet == nullptr ? badBoard : (applet->*operation)(arguments...);
+}
+
+/** As forward, for the shading operations, whose result becomes the last error. */
+template <typename... Parameters, typename... Arguments>
+std::int32_t forwardShading(BoardStructure* board, std::int32_t (FgZeWrapper::*operation)(Parameters...),
+                            Arguments... arguments) {
+    FgZeWrapper* applet = appletOf(board);
+    return applet == nullptr ? static_cast<std::int32_t>(FG_ERROR_INVALID_BOARD)
+                             : applet->setLastError((applet->*operation)(arguments...));
+}
+
+/** Forwards to a function of the runtime; a negative result leaves the runtime's own error as the last one. */
+template <typename Result, typename... Parameters, typename... Arguments>
+Result forwardToRuntime(BoardStructure* board,
+                        const qelm::maker::RuntimeFunction<Result (*)(void*, Parameters...)>& function,
+                        Arguments... arguments) {
+    FgZeWrapper* applet = appletOf(board);
+    if (applet == nullptr) {
+        return FG_ERROR_INVALID_BOARD;
+    }
+    const auto call = applet->getFunctionTable()[function];
+    if (call == nullptr || applet->getRuntimeHandle() == nullptr) {
+        return applet->setLastError(FG_ERROR_NOT_AVAILABLE);
+    }
+    const Result result = call(applet->getRuntimeHandle(), arguments...);
+    applet->setLastError(result < 0 ? applet->binding().fetchRuntimeError() : 0);
+    return result;
+}
+
+constexpr std::int32_t badBoardCode = FG_ERROR_INVALID_BOARD;
+constexpr const char* noText = nullptr;
+
+// The value types of 64 bits. Their destination is cleared first, since a parameter may fill 32 bits of it.
+constexpr std::int32_t unsigned64 = 3;
+constexpr std::int32_t signed64 = 4;
+
+} // namespace
+
+extern "C" {
+
+int32_t Fg_setParameterWithType(BoardStructure* board, int32_t id, const void* value, uint32_t port, int32_t type) {
+    return forward(board, badBoardCode, &FgZeWrapper::setParameterWithType, id, value, static_cast<int32_t>(port),
+                   type);
+}
+
+int32_t Fg_getParameterWithType(BoardStructure* board, int32_t id, void* value, uint32_t port, int32_t type) {
+    if (appletOf(board) != nullptr && value != nullptr && (type == unsigned64 || type == signed64)) {
+        std::memset(value, 0, sizeof(std::uint64_t));
+    }
+    return forward(board, badBoardCode, &FgZeWrapper::getParameterWithType, id, value, static_cast<int32_t>(port),
+                   type);
+}
+
+int32_t Fg_getParameterIdByName(BoardStructure* board, const char* name) {
+    return forward(board, badBoardCode, &FgZeWrapper::getParameterIdByName, name);
+}
+
+const char* Fg_getParameterName(BoardStructure* board, int32_t index) {
+    return forward(board, noText, &FgZeWrapper::getParameterName, index);
+}
+
+int32_t Fg_getParameterId(BoardStructure* board, int32_t index) {
+    return forward(board, badBoardCode, &FgZeWrapper::getParameterId, index);
+}
+
+int32_t Fg_getNrOfParameter(BoardStructure* board) {
+    return forward(board, badBoardCode, &FgZeWrapper::getNrOfParameter);
+}
+
+int32_t Fg_saveConfig(BoardStructure* board, const char* fileName) {
+    FgZeWrapper* applet = appletOf(board);
+    return applet == nullptr ? badBoardCode : applet->saveConfig(applet->getRuntimeHandle(), fileName);
+}
+
+int32_t Fg_loadConfig(BoardStructure* board, const char* fileName) {
+    FgZeWrapper* applet = appletOf(board);
+    return applet == nullptr ? badBoardCode : applet->loadConfig(applet->getRuntimeHandle(), fileName);
+}
+
+int32_t Fg_getParameterInfoXML(BoardStructure* board, int32_t port, char* buffer, size_t* bufferSize) {
+    return forward(board, badBoardCode, &FgZeWrapper::getParameterInfoXML, board, port, buffer, bufferSize);
+}
+
+ShadingAccess* Fg_AllocShading(BoardStructure* board, int32_t set, int32_t port) {
+    FgZeWrapper* applet = appletOf(board);
+    if (applet == nullptr) {
+        return nullptr;
+    }
+    ShadingAccess* shading = applet->allocShading(set, port);
+    applet->setLastError(shading == nullptr ? FG_ERROR_SYSTEM : 0);
+    return shading;
+}
+
+int32_t Fg_FreeShading(BoardStructure* board, ShadingAccess* shading) {
+    return forwardShading(board, &FgZeWrapper::freeShading, shading);
+}
+
+int32_t Shad_SetSubValueLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel, float value) {
+    return forwardShading(board, &FgZeWrapper::setSubValueLine, shading, x, channel, value);
+}
+
+int32_t Shad_SetMultValueLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel, float value) {
+    return forwardShading(board, &FgZeWrapper::setMultValueLine, shading, x, channel, value);
+}
+
+int32_t Shad_SetFixedPatternNoiseLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel,
+                                      int32_t on) {
+    return forwardShading(board, &FgZeWrapper::setFixedPatternNoiseLine, shading, x, channel, on);
+}
+
+int32_t Shad_GetMaxLine(BoardStructure* board, ShadingAccess* shading) {
+    return forwardShading(board, &FgZeWrapper::getMaxLine, shading);
+}
+
+int32_t Shad_GetAccess(BoardStructure* board, ShadingAccess* shading) {
+    return forwardShading(board, &FgZeWrapper::getAccess, shading);
+}
+
+int32_t Shad_FreeAccess(BoardStructure* board, ShadingAccess* shading) {
+    return forwardShading(board, &FgZeWrapper::freeAccess, shading);
+}
+
+int32_t Shad_WriteActLine(BoardStructure* board, ShadingAccess* shading, int32_t line) {
+    return forwardShading(board, &FgZeWrapper::writeActLine, shading, line);
+}
+
+uint64_t Fg_getEventMask(BoardStructure* board, const char* name) {
+    return forward(board, std::uint64_t{0}, &FgZeWrapper::getEventMask, name);
+}
+
+const char* Fg_getEventName(BoardStructure* board, uint64_t mask) {
+    return forward(board, noText, &FgZeWrapper::getEventName, mask);
+}
+
+int32_t Fg_getLastErrorNumber(BoardStructure* board) {
+    const FgZeWrapper* applet = appletOf(board);
+    return applet == nullptr ? badBoardCode : applet->getLastError();
+}
+
+int32_t Fg_getAppletId(BoardStructure* board, void* argument) {
+    return forwardToRuntime(board, runtime::Fg_getAppletId, argument);
+}
+
+int64_t Fg_getStatusEx(BoardStructure* board, int32_t parameter, uint64_t data, uint32_t dmaIndex, void* memory) {
+    return forwardToRuntime(board, runtime::Fg_getStatusEx, parameter, data, dmaIndex, memory);
+}
+
+int32_t Fg_AcquireEx(BoardStructure* board, uint32_t dmaIndex, int64_t pictureCount, int32_t flag, void* memory) {
+    return forwardToRuntime(board, runtime::Fg_AcquireEx, dmaIndex, pictureCount, flag, memory);
+}
+
+int32_t Fg_stopAcquireEx(BoardStructure* board, uint32_t dmaIndex, void* memory, int32_t flag) {
+    return forwardToRuntime(board, runtime::Fg_stopAcquireEx, dmaIndex, memory, flag);
+}
+
+int64_t Fg_getLastPicNumberEx(BoardStructure* board, uint32_t dmaIndex, void* memory) {
+    return forwardToRuntime(board, runtime::Fg_getLastPicNumberEx, dmaIndex, memory);
+}
+
+int64_t Fg_getLastPicNumberBlockingEx(BoardStructure* board, int64_t picture, uint32_t dmaIndex, int32_t timeout,
+                                      void* memory) {
+    return forwardToRuntime(board, runtime::Fg_getLastPicNumberBlockingEx, picture, dmaIndex, timeout, memory);
+}
+
+const char* Fg_getParameterInfo(BoardStructure* board, int32_t id) {
+    FgZeWrapper* applet = appletOf(board);
+    if (applet == nullptr || applet->getRuntimeHandle() == nullptr ||
+        applet->getFunctionTable()[runtime::Fg_getParameterInfo] == nullptr) {
+        return nullptr;
+    }
+    return applet->forwardParameterInfo(id);
+}
+
+int32_t Fg_FreeGrabber(BoardStructure* board) {
+    const std::unique_ptr<FgZeWrapper> applet(appletOf(board));
+    if (applet == nullptr) {
+        return badBoardCode;
+    }
+    const auto freeGrabber = applet->getFunctionTable()[runtime::Fg_FreeGrabber];
+    std::int32_t result = 0;
+    // Either one asks for the call; a runtime that lacks the function cannot be called all the same.
+    if (freeGrabber != nullptr || applet->getRuntimeHandle() != nullptr) {
+        result = freeGrabber != nullptr ? freeGrabber(applet->getRuntimeHandle())
+                                        : static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE);
+    }
+    board->applet = nullptr;
+    return result;
+}
+
+} // extern "C"

@@ -1,0 +1,69 @@
+#include "applet/fg_ze_wrapper.h"
+
+#include "zantor_obvelline_qx4_rk/error_codes.h"
+
+namespace qelm::applet {
+
+FgZeWrapper::~FgZeWrapper() noexcept(false) = default;
+
+std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* /*fileName*/) {
+    return setLastError(FG_ERROR_NOT_SUPPORTED);
+}
+
+std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* /*fileName*/) {
+    return setLastError(FG_ERROR_NOT_SUPPORTED);
+}
+
+std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* /*buffer*/,
+                                              std::size_t* /*bufferSize*/) {
+    return setLastError(FG_ERROR_NOT_SUPPORTED);
+}
+
+ShadingAccess* FgZeWrapper::allocShading(std::int32_t /*set*/, std::int32_t /*port*/) {
+    return nullptr;
+}
+
+std::int32_t FgZeWrapper::freeShading(ShadingAccess* /*shading*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::setSubValueLine(ShadingAccess* /*shading*/, std::int32_t /*x*/, std::int32_t /*channel*/,
+                                          float /*value*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::setMultValueLine(ShadingAccess* /*shading*/, std::int32_t /*x*/, std::int32_t /*channel*/,
+                                           float /*value*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::setFixedPatternNoiseLine(ShadingAccess* /*shading*/, std::int32_t /*x*/,
+                                                   std::int32_t /*channel*/, std::int32_t /*on*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::getMaxLine(ShadingAccess* /*shading*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::getAccess(ShadingAccess* /*shading*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::freeAccess(ShadingAccess* /*shading*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::int32_t FgZeWrapper::writeActLine(ShadingAccess* /*shading*/, std::int32_t /*line*/) {
+    return FG_ERROR_NOT_SUPPORTED;
+}
+
+std::uint64_t FgZeWrapper::getEventMask(const char* /*name*/) {
+    return 0;
+}
+
+const char* FgZeWrapper::getEventName(std::uint64_t /*mask*/) {
+    return nullptr;
+}
+
+} // namespace qelm::applet

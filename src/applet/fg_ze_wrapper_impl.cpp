@@ -1,0 +1,150 @@
+#include "applet/fg_ze_wrapper_impl.h"
+
+#include "applet/identity.h"
+#include "platform/operating_system.h"
+#include "zantor_obvelline_qx4_rk/error_codes.h"
+
+#include <stdexcept>
+
+namespace qelm::applet {
+namespace {
+
+// The base names of file paths are cut at either separator, on every system.
+constexpr const char* separators = "\\/";
+
+[[noreturn]] void throwNotImplemented(const char* operation) {
+    throw std::runtime_error(std::string(operation) + "() is not implemented.");
+}
+
+} // namespace
+
+FgZeWrapperImpl::FgZeWrapperImpl()
+    : dispatch_(design_)
+    , boardStatus_(design_, designImageFileName())
+    , cameraLink_(design_)
+    , regionOfInterest_(design_, binding().parameterInfo())
+    , imageOutput_(design_)
+    , cameraSimulator_(design_, binding().parameterInfo())
+    , descriptionQuery_(registry_) {
+    const auto enableRegisters = platform::environmentVariable("QELM_ENABLE_DRA");
+    setDirectRegisterAccess(enableRegisters && persistence::meansYes(*enableRegisters));
+    dispatch_.enableDirectRegisters(directRegisterAccess());
+    loadInspectSettings();
+    boardStatus_.enroll(dispatch_);
+    cameraLink_.enroll(dispatch_);
+    regionOfInterest_.enroll(dispatch_);
+    imageOutput_.enroll(dispatch_);
+    cameraSimulator_.enroll(dispatch_);
+    dispatch_.add(descriptionQuery_);
+}
+
+FgZeWrapperImpl::~FgZeWrapperImpl() noexcept(false) = default;
+
+const char* FgZeWrapperImpl::designImageFileName() {
+    return identity::designImageFile;
+}
+
+void FgZeWrapperImpl::loadInspectSettings() {
+    const auto path = platform::ownLibraryPath();
+    const auto cut = path ? path->find_last_of(separators) : std::string::npos;
+    if (cut == std::string::npos) {
+        return;
+    }
+    const std::string fileName = path->substr(cut + 1);
+    const std::string baseName = fileName.substr(0, fileName.rfind('.'));
+    if (!baseName.empty()) {
+        inspectSettings_.setSection(baseName);
+    }
+    inspectSettings_.load(path->substr(0, cut) + platform::pathSeparator + "inspect.conf");
+}
+
+void FgZeWrapperImpl::registerParameters() {
+    registry_.addFixedParameters();
+    constexpr std::int32_t onlyPort = 0;
+    constexpr std::int32_t onlyProcess = 0;
+    dispatch_.mapPort(onlyPort, onlyProcess);
+}
+
+void FgZeWrapperImpl::bindDesign() {
+    design_.bind(binding().functions(), binding().getParameterIdByName(), binding().runtimeHandle(), binding().board(),
+                 binding().designImage());
+}
+
+void FgZeWrapperImpl::buildParameterInfo() {
+    binding().parameterInfo().addFixedParameters();
+}
+
+bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& /*parser*/) {
+    return false;
+}
+
+void FgZeWrapperImpl::storeConfiguration(persistence::Fg_ConfigFileParser& /*parser*/) {}
+
+// Nothing that the design offers; no export reaches these four.
+void FgZeWrapperImpl::processChannelToDma() {
+    throwNotImplemented("processChannelToDma");
+}
+void FgZeWrapperImpl::mapDmaToFormat() {
+    throwNotImplemented("mapDmaToFormat");
+}
+void FgZeWrapperImpl::setDmaAlignment() {
+    throwNotImplemented("setDmaAlignment");
+}
+void FgZeWrapperImpl::getDmaAlignment() {
+    throwNotImplemented("getDmaAlignment");
+}
+
+std::int32_t FgZeWrapperImpl::setParameterWithType(std::int32_t id, const void* value, std::int32_t port,
+                                                   std::int32_t /*type*/) {
+    if (value == nullptr) {
+        return setLastError(FG_ERROR_UNKNOWN);
+    }
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    return setLastError(dispatch_.set(id, value, port));
+}
+
+std::int32_t FgZeWrapperImpl::getParameterWithType(std::int32_t id, void* value, std::int32_t port,
+                                                   std::int32_t /*type*/) {
+    if (value == nullptr) {
+        return setLastError(FG_ERROR_UNKNOWN);
+    }
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    return setLastError(dispatch_.get(id, value, port));
+}
+
+std::int32_t FgZeWrapperImpl::getParameterIdByName(const char* name) {
+    const auto id = name == nullptr ? std::nullopt : registry_.idByName(name);
+    setLastError(id ? 0 : FG_ERROR_UNKNOWN);
+    return id.value_or(FG_ERROR_UNKNOWN);
+}
+
+const char* FgZeWrapperImpl::getParameterName(std::int32_t index) {
+    const char* name = registry_.nameAt(index);
+    setLastError(name != nullptr ? 0 : FG_ERROR_UNKNOWN);
+    return name;
+}
+
+std::int32_t FgZeWrapperImpl::getParameterId(std::int32_t index) {
+    const auto id = registry_.idAt(index);
+    setLastError(id ? 0 : FG_ERROR_UNKNOWN);
+    return id.value_or(FG_ERROR_UNKNOWN);
+}
+
+std::int32_t FgZeWrapperImpl::getNrOfParameter() {
+    return registry_.count();
+}
+
+const char* FgZeWrapperImpl::getVendorName() {
+    return identity::vendor;
+}
+const char* FgZeWrapperImpl::getAppletName() {
+    return identity::name;
+}
+const char* FgZeWrapperImpl::getAppletVersion() {
+    return identity::configurationVersion;
+}
+std::int32_t FgZeWrapperImpl::getLoadAppletId() {
+    return 0;
+}
+
+} // namespace qelm::applet

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "applet/fg_ze_wrapper.h"
+#include "features/board_status.h"
+#include "features/camera_link.h"
+#include "features/camera_simulator.h"
+#include "features/description_query.h"
+#include "features/dispatch.h"
+#include "features/image_output.h"
+#include "features/region_of_interest.h"
+#include "parameters/design_access.h"
+#include "parameters/registry.h"
+#include "persistence/settings_store.h"
+#include "platform/critical_section.h"
+
+#include <functional>
+
+namespace qelm::applet {
+
+/** The applet object of one board: composes the features and routes the exports' operations to them. */
+class FgZeWrapperImpl final : public FgZeWrapper {
+  public:
+    /** Reads the environment and the settings file beside the library; does not touch the board. */
+    FgZeWrapperImpl();
+    ~FgZeWrapperImpl() noexcept(false) override;
+
+    /** The file that holds the design image when the embedded one is not used. */
+    static const char* designImageFileName();
+
+    /** Registers the parameters; the runtime and the design image are bound. */
+    void registerParameters();
+    /** Resolves design parameters and registers; the runtime and the design image are bound. */
+    void bindDesign();
+    /** Marks the runtime's parameters that the applet handles, and brings shading and trigger into their first state.
+     */
+    void prepareDesign();
+    /** Applies the initial settings; what is refused is skipped. */
+    void applyInitialSettings();
+
+    bool applyConfiguration(persistence::Fg_ConfigFileParser& parser) override;
+    void storeConfiguration(persistence::Fg_ConfigFileParser& parser) override;
+    void processChannelToDma() override;
+    void mapDmaToFormat() override;
+    void setDmaAlignment() override;
+    void getDmaAlignment() override;
+    void buildParameterInfo() override;
+    std::int32_t setParameterWithType(std::int32_t id, const void* value, std::int32_t port,
+                                      std::int32_t type) override;
+    std::int32_t getParameterWithType(std::int32_t id, void* value, std::int32_t port, std::int32_t type) override;
+    std::int32_t getParameterIdByName(const char* name) override;
+    const char* getParameterName(std::int32_t index) override;
+    std::int32_t getParameterId(std::int32_t index) override;
+    std::int32_t getNrOfParameter() override;
+    const char* getVendorName() override;
+    const char* getAppletName() override;
+    const char* getAppletVersion() override;
+    std::int32_t getLoadAppletId() override;
+
+  private:
+    void loadInspectSettings();
+
+    templates::platform::CriticalSection objectLock_; ///< held for the whole of every parameter set and get
+    persistence::SettingsStore inspectSettings_;
+    parameters::DesignAccess design_;
+    parameters::Registry registry_;
+    features::Dispatch dispatch_;
+    features::BoardStatus boardStatus_;
+    features::CameraLink cameraLink_;
+    features::RegionOfInterest regionOfInterest_;
+    features::ImageOutput imageOutput_;
+    features::CameraSimulator cameraSimulator_;
+    features::DescriptionQuery descriptionQuery_;
+};
+
+} // namespace qelm::applet

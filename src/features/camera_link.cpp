@@ -1,0 +1,78 @@
+#include "features/camera_link.h"
+
+namespace qelm::features {
+namespace {
+
+namespace enumerations = parameters::enumerations;
+using enum parameters::DesignParameter;
+
+constexpr std::uint32_t tapCount = 4;
+
+struct CameraFormat {
+    std::int32_t cameraType;
+    std::uint32_t design;
+};
+constexpr CameraFormat cameraFormats[] = {
+    {FG_CL_MEDIUM_8_BIT, 0},
+    {FG_CL_MEDIUM_10_BIT, 1},
+    {FG_CL_MEDIUM_12_BIT, 2},
+};
+
+// A tap geometry code is a bit field of three parts, one entry per tap.
+constexpr std::uint32_t mirrored(std::uint32_t code, std::uint32_t tap) {
+    return code >> tap & 1;
+}
+constexpr std::uint32_t bottomHalf(std::uint32_t code, std::uint32_t tap) {
+    return code >> (4 + tap) & 1;
+}
+constexpr std::uint32_t sourceTap(std::uint32_t code, std::uint32_t tap) {
+    return code >> (8 + 2 * tap) & 3;
+}
+
+} // namespace
+
+CameraLink::CameraLink(parameters::DesignAccess& design)
+    : design_(design)
+    , cameraType_(FG_CAMERA_LINK_CAMTYPE, FG_CL_MEDIUM_8_BIT,
+                  {.check = parameters::oneOf<std::int32_t>(enumerations::CameraType),
+                   .apply = [this](auto...) { writeCameraType(); }})
+    , useDval_(FG_USEDVAL, FG_YES,
+               {.check = parameters::oneOf<std::int32_t>(enumerations::YesNo),
+                .apply = parameters::writesTo(design, Camera_UseDval)})
+    , tapGeometry_(FG_DEVICETAPGEOMETRY, Geometry_2XE_2YE,
+                   {.check = parameters::oneOf<std::uint32_t>(enumerations::TapGeometry),
+                    .apply = [this](auto...) { writeTapGeometry(); }}) {}
+
+void CameraLink::enroll(Dispatch& dispatch) {
+    dispatch.add(cameraType_);
+    dispatch.add(useDval_);
+    dispatch.add(tapGeometry_);
+}
+
+void CameraLink::writeCameraType() {
+    for (const CameraFormat& format : cameraFormats) {
+        if (format.cameraType == cameraType_.value()) {
+            design_.write(Camera_Format, format.design);
+            return;
+        }
+    }
+    throw static_cast<int>(FG_ERROR_NO_TRANSLATION);
+}
+
+void CameraLink::writeTapGeometry() {
+    const std::uint32_t code = tapGeometry_.value();
+    for (std::uint32_t tap = 0; tap < tapCount; ++tap) {
+        const std::uint32_t topDown = 1 - bottomHalf(code, tap);
+        design_.write(Buffer_0_verticalTS_TopBottomMode_TapSetting_TopDown_LUTcontent,
+                      {.value = topDown, .index = tap});
+        design_.write(Buffer_0_verticalTS_RightLeftMode_TapMirrorMode_LUTcontent,
+                      {.value = mirrored(code, tap), .index = tap});
+        design_.write(Buffer_0_MirrorParCompensation_TapMirrorMode_LUTcontent,
+                      {.value = mirrored(code, tap), .index = tap});
+    }
+    for (std::uint32_t tap = 0; tap < tapCount; ++tap) {
+        design_.write(offset(Buffer_0_SelectTaps_Tap0_SELECT_Value, tap), sourceTap(code, tap));
+    }
+}
+
+} // namespace qelm::features

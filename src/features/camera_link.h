@@ -1,0 +1,28 @@
+#pragma once
+
+#include "features/dispatch.h"
+#include "parameters/design_access.h"
+#include "parameters/parameter_kinds.h"
+
+#include <cstdint>
+
+namespace qelm::features {
+
+/** How the camera delivers its image: Camera Link type, DVAL, and the geometry of its four taps. */
+class CameraLink {
+  public:
+    explicit CameraLink(parameters::DesignAccess& design);
+
+    void enroll(Dispatch& dispatch);
+
+  private:
+    void writeCameraType();
+    void writeTapGeometry();
+
+    parameters::DesignAccess& design_;
+    parameters::Remembered<std::int32_t> cameraType_;
+    parameters::Remembered<std::int32_t> useDval_;
+    parameters::Remembered<std::uint32_t> tapGeometry_;
+};
+
+} // namespace qelm::features

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "features/dispatch.h"
+#include "parameters/design_access.h"
+#include "parameters/information.h"
+#include "parameters/parameter_kinds.h"
+
+#include <cstdint>
+
+namespace qelm::features {
+
+/**
+ * The test pattern generator that replaces the camera input. It is driven through raw registers. Out of every
+ * `accuracy` cycles of its 125 MHz base clock some are active and the rest passive, which makes its frequency.
+ */
+class CameraSimulator {
+  public:
+    CameraSimulator(parameters::DesignAccess& design, parameters::Information& information);
+
+    void enroll(Dispatch& dispatch);
+
+  private:
+    using Unsigned = parameters::Remembered<std::uint32_t>;
+    using Tap = parameters::Remembered<std::int32_t>;
+
+    /** Cycles of the base clock, out of every `accuracy`. */
+    struct Clock {
+        std::uint32_t active;
+        std::uint32_t passive;
+    };
+    /** Raises -6000 when accuracy and frequency (MHz) make no such clock. */
+    static Clock divide(std::uint32_t accuracy, double frequency);
+
+    Tap tap(std::int32_t id, std::uint32_t bit);
+    void writeWidths();
+    void writeClock();
+
+    parameters::DesignAccess& design_;
+    parameters::Information& information_;
+    Unsigned enable_, start_, width_, lineGap_, height_;
+    parameters::Remembered<double> frequency_;
+    Unsigned accuracy_;
+    Clock clock_; ///< of the frequency and accuracy last accepted
+    Tap tap1_, tap2_, tap3_, tap4_;
+    Unsigned roll_;
+    parameters::ReadOnly<std::uint32_t> active_, passive_, lineWidth_;
+};
+
+} // namespace qelm::features

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "features/dispatch.h"
+#include "parameters/design_access.h"
+#include "parameters/information.h"
+#include "parameters/parameter_kinds.h"
+
+#include <cstdint>
+
+namespace qelm::features {
+
+/**
+ * The region of interest and the camera size that bounds it, in pixels and lines. A region setter refuses whatever
+ * does not fit into the camera at that moment; setting the camera size neither checks nor shrinks the region. The
+ * shading buffers follow the region, in columns of four pixels.
+ */
+class RegionOfInterest {
+  public:
+    RegionOfInterest(parameters::DesignAccess& design, parameters::Information& information);
+
+    void enroll(Dispatch& dispatch);
+
+  private:
+    using Pixels = parameters::Remembered<std::uint32_t>;
+
+    void writeWidth();
+    void writeHeight();
+    void writeXOffset();
+    void writeYOffset();
+    void writeCameraWidth();
+    void writeCameraHeight();
+
+    parameters::DesignAccess& design_;
+    parameters::Information& information_;
+    Pixels width_, height_, xOffset_, yOffset_, cameraWidth_, cameraHeight_;
+};
+
+} // namespace qelm::features
