@@ -35,8 +35,7 @@ Library loadApplet(const fs::path& file) {
         if (missing.empty() || !fs::is_regular_file(file)) {
             throw;
         }
-        throw LoadError(std::string(error.what()) +
-                        "; it needs these libraries beside it or on the loader's path: " + missing);
+        throw LoadError(std::string(error.what()) + "; missing beside it and on the loader's path: " + missing);
     }
 }
 

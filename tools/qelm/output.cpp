@@ -1,0 +1,119 @@
+#include "output.h"
+
+#include "console.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace qelm::tool {
+namespace {
+
+const std::string_view columnGap = "  ";
+
+/** Characters, where bytes of UTF-8 would be too many. */
+size_t width(std::string_view text) {
+    return static_cast<size_t>(
+        std::ranges::count_if(text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+}
+
+/** The text in lines of at most that width, broken at blanks; a longer word keeps a line of its own. */
+std::vector<std::string> wrap(std::string_view text, size_t limit) {
+    std::vector<std::string> lines;
+    std::string line;
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, std::min(text.find(' '), text.size()));
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+        if (!line.empty() && width(line) + 1 + width(word) > limit) {
+            lines.push_back(std::move(line));
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + std::string(word);
+    }
+    lines.push_back(std::move(line));
+    return lines;
+}
+
+void printLine(std::string line) {
+    line.erase(line.find_last_not_of(' ') + 1);
+    std::cout << line << '\n';
+}
+
+} // namespace
+
+void Table::print() const {
+    std::vector<size_t> widths;
+    for (const std::vector<std::string>& row : rows_) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t column = 0; column < row.size(); ++column) {
+            widths[column] = std::max(widths[column], width(row[column]));
+        }
+    }
+    size_t indent = 0;
+    for (size_t column = 0; column + 1 < widths.size(); ++column) {
+        indent += widths[column] + columnGap.size();
+    }
+    constexpr size_t narrowest = 20; // wrapping into less would be worse to read than what the terminal does
+    const size_t terminal = terminalWidth();
+    const bool wraps = terminal >= indent + narrowest;
+    for (const std::vector<std::string>& row : rows_) {
+        std::string line;
+        for (size_t column = 0; column + 1 < row.size(); ++column) {
+            line += row[column] + std::string(widths[column] - width(row[column]), ' ') + std::string(columnGap);
+        }
+        if (!wraps) {
+            printLine(line + row.back());
+            continue;
+        }
+        for (const std::string& piece : wrap(row.back(), terminal - indent)) {
+            printLine(line + piece);
+            line.assign(indent, ' ');
+        }
+    }
+}
+
+void print(const Json& json) {
+    // File names may hold any bytes; what is not UTF-8 is replaced instead of refused.
+    std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void printError(std::string_view sentence) {
+    std::cout.flush();
+    std::cerr << "qelm: " << sentence << '\n';
+}
+
+std::string valueText(const host::Parameter& parameter, const std::optional<host::Value>& value) {
+    if (!value) {
+        return "-";
+    }
+    return host::formatValue(parameter, *value) + (parameter.unit.empty() ? "" : " " + parameter.unit);
+}
+
+Json valueJson(const std::optional<host::Value>& value) {
+    if (!value) {
+        return nullptr;
+    }
+    if (const auto* entry = std::get_if<LutEntry>(&*value)) {
+        return entry->value;
+    }
+    Json json;
+    std::visit(
+        [&json](const auto& plain) {
+            if constexpr (!std::is_same_v<std::decay_t<decltype(plain)>, LutEntry>) {
+                json = plain;
+            }
+        },
+        *value);
+    return json;
+}
+
+void addValue(Json& object, const char* key, const host::Parameter& parameter,
+              const std::optional<host::Value>& value) {
+    object[key] = valueJson(value);
+    if (const auto* number = value ? std::get_if<uint32_t>(&*value) : nullptr) {
+        if (const host::EnumerationEntry* entry = parameter.findEntry(static_cast<int32_t>(*number))) {
+            object[std::string(key) + "Name"] = entry->name;
+        }
+    }
+}
+
+} // namespace qelm::tool

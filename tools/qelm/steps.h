@@ -1,0 +1,38 @@
+#pragma once
+
+#include "output.h"
+#include "session.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/** One set or get after the other on one board, with what came of each: `set` and `trace` are made of these. */
+namespace qelm::tool {
+
+struct Step {
+    host::Reference reference;
+    std::optional<host::Value> value{}; ///< what to set; nothing to get
+};
+
+struct Outcome {
+    std::optional<host::Value> before{};
+    std::optional<host::Value> after{};
+    std::vector<host::TracedCall> calls{}; ///< of the set or get itself, where traced
+    std::optional<host::AppletError> error{};
+};
+
+enum class Tracing { off, on };
+
+/** @param text "NAME=VALUE" or, for a get, "NAME" */
+Step parseStep(const Session& session, const std::string& text);
+Outcome run(Session& session, const Step& step, Tracing tracing);
+
+/** "FG_WIDTH: 1024 -> 512 pixel", "FG_WIDTH = 512 pixel", "FG_WIDTH: 1024 pixel (refused)" */
+std::string text(const Step& step, const Outcome& outcome);
+Json json(const Step& step, const Outcome& outcome);
+
+/** Reports the error of a step and how many stay undone for it. */
+void printFailure(const Outcome& outcome, size_t undone);
+
+} // namespace qelm::tool
