@@ -11,6 +11,14 @@
  * called from any thread. All names are the design's own, in full.
  */
 
+#if !defined(_WIN32)
+#define VIRTUAL_BOARD_API __attribute__((visibility("default")))
+#elif defined(qelm_virtual_board_EXPORTS)
+#define VIRTUAL_BOARD_API __declspec(dllexport)
+#else
+#define VIRTUAL_BOARD_API __declspec(dllimport)
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -19,23 +27,41 @@ extern "C" {
 typedef struct VirtualBoard VirtualBoard;
 
 /** @return a new board, or null when memory is short; boards are independent of each other */
-VirtualBoard* virtualBoardOpen(void);
+VIRTUAL_BOARD_API VirtualBoard* virtualBoardOpen(void);
 /** Closes the board; runtime handles that still refer to it stay valid and answer -2001. Null is ignored. */
-void virtualBoardClose(VirtualBoard* board);
+VIRTUAL_BOARD_API void virtualBoardClose(VirtualBoard* board);
 
 /* -- State. Results: 0, or -2070 for an unknown name, index or board ----------------------------------------------- */
 
 /** Reads an integer design parameter, or element `index` of a field; index 0 for scalars. No trace entry. */
-int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t* value);
+VIRTUAL_BOARD_API int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, uint32_t index,
+                                                     uint32_t* value);
 /** Sets a design parameter as the hardware would: read-only and limits do not apply. No trace entry. */
-int32_t virtualBoardSetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t value);
+VIRTUAL_BOARD_API int32_t virtualBoardSetDesignValue(VirtualBoard* board, const char* name, uint32_t index,
+                                                     uint32_t value);
 /** @return the text of a path-type design parameter, valid until it changes; null when unknown */
-const char* virtualBoardGetDesignText(VirtualBoard* board, const char* name);
-int32_t virtualBoardGetRegister(VirtualBoard* board, const char* name, uint64_t* value);
-int32_t virtualBoardSetRegister(VirtualBoard* board, const char* name, uint64_t value);
+VIRTUAL_BOARD_API const char* virtualBoardGetDesignText(VirtualBoard* board, const char* name);
+/** Counts the pulses that a command of the design has issued: one each time its maximum was written. */
+VIRTUAL_BOARD_API int32_t virtualBoardGetCommandCount(VirtualBoard* board, const char* name, uint64_t* pulses);
+VIRTUAL_BOARD_API int32_t virtualBoardGetRegister(VirtualBoard* board, const char* name, uint64_t* value);
+VIRTUAL_BOARD_API int32_t virtualBoardSetRegister(VirtualBoard* board, const char* name, uint64_t value);
 /** Parameters that the runtime itself serves (600, 2050, 3050, ...). */
-int32_t virtualBoardGetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t* value);
-int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t value);
+VIRTUAL_BOARD_API int32_t virtualBoardGetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t* value);
+VIRTUAL_BOARD_API int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t value);
+
+/**
+ * The coefficient plane that the shading correction has loaded last into `buffer`: rows of `width` values, valid until
+ * the next load into that buffer. -2070 before the first.
+ */
+VIRTUAL_BOARD_API int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uint16_t** pixels,
+                                                   int32_t* width, int32_t* height);
+
+/** What Fg_getStatusEx knows. */
+enum VirtualBoardStatus {
+    VIRTUAL_BOARD_STATUS_ACQUIRING = 1,         /**< 1 while pictures are being acquired */
+    VIRTUAL_BOARD_STATUS_PICTURES_ACQUIRED = 2, /**< since the start of the acquisition */
+    VIRTUAL_BOARD_STATUS_PICTURES_LOST = 3      /**< likewise */
+};
 
 /* -- Trace: every call into the maker's libraries, in order, for the whole process --------------------------------- */
 
@@ -51,11 +77,11 @@ typedef struct {
 } VirtualBoardTraceEntry;
 
 /** Starts recording into an empty trace; recording is off at first, so that long runs need no memory. */
-void virtualBoardTraceStart(void);
-void virtualBoardTraceStop(void);
-size_t virtualBoardTraceLength(void);
+VIRTUAL_BOARD_API void virtualBoardTraceStart(void);
+VIRTUAL_BOARD_API void virtualBoardTraceStop(void);
+VIRTUAL_BOARD_API size_t virtualBoardTraceLength(void);
 /** @return entry 0 to length - 1, valid until the trace is started again; null past the end */
-const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t position);
+VIRTUAL_BOARD_API const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t position);
 /* With the environment variable QELM_VIRTUAL_BOARD_TRACE set to a file name (or "-" for the standard error output)
  * every call is also printed there as one line. */
 
@@ -70,10 +96,10 @@ const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t position);
  * @param call    library function name; null matches every one
  * @param target  as in the trace; null matches every one
  */
-void virtualBoardFail(VirtualBoard* board, const char* call, const char* target, uint32_t skip, uint32_t count,
-                      int32_t code);
+VIRTUAL_BOARD_API void virtualBoardFail(VirtualBoard* board, const char* call, const char* target, uint32_t skip,
+                                        uint32_t count, int32_t code);
 /** Removes all faults. */
-void virtualBoardClearFaults(void);
+VIRTUAL_BOARD_API void virtualBoardClearFaults(void);
 
 /* -- Leaks --------------------------------------------------------------------------------------------------------- */
 
@@ -85,7 +111,7 @@ typedef struct {
 } VirtualBoardResources;
 
 /** What is open now. */
-VirtualBoardResources virtualBoardResources(void);
+VIRTUAL_BOARD_API VirtualBoardResources virtualBoardResources(void);
 
 #ifdef __cplusplus
 }

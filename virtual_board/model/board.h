@@ -1,0 +1,83 @@
+#pragma once
+
+#include "model/codes.h"
+#include "model/design.h"
+#include "model/image_file.h"
+#include "model/runtime_parameters.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/**
+ * One board: the values of its design, its registers and the runtime's parameters for it. Every operation takes the
+ * board's lock. A closed board keeps its place as long as a runtime handle refers to it and answers -2001.
+ *
+ * Operations that a maker's library serves name the design that their caller knows; a board that holds another one by
+ * now answers -2001 instead of mistaking places.
+ */
+struct VirtualBoard {
+  public:
+    using Design = qelm::virtual_board::Design;
+    using DesignParameter = qelm::virtual_board::DesignParameter;
+
+    explicit VirtualBoard(std::shared_ptr<const Design> design);
+
+    /** Gives everything back that the board holds. */
+    void close();
+    /** Loads a design. The one that the board already runs is left running, with its values. */
+    std::int32_t load(const std::shared_ptr<const Design>& design);
+    std::shared_ptr<const Design> design();
+
+    // As the runtime and the register library reach it: access, kind and limits apply.
+    std::int32_t setWord(const Design&, const DesignParameter&, std::uint32_t value);
+    std::int32_t setNumber(const Design&, const DesignParameter&, double value);
+    std::int32_t setText(const Design&, const DesignParameter&, const char* value);
+    std::int32_t setElements(const Design&, const DesignParameter&, std::uint32_t start, std::uint32_t count,
+                             const std::uint32_t* values);
+    std::int32_t getWord(const Design&, const DesignParameter&, std::uint32_t& value);
+    std::int32_t getNumber(const Design&, const DesignParameter&, double& value);
+    std::int32_t getText(const Design&, const DesignParameter&, char* value);
+    std::int32_t getElements(const Design&, const DesignParameter&, std::uint32_t start, std::uint32_t count,
+                             std::uint32_t* values);
+    std::int32_t setRuntime(const qelm::virtual_board::RuntimeParameter&, std::uint32_t value);
+    std::int32_t getRuntime(const qelm::virtual_board::RuntimeParameter&, std::uint32_t& value);
+    std::int32_t writeRegister(std::uint32_t address, std::uint64_t value);
+    std::int32_t readRegister(std::uint32_t address, std::uint64_t& value);
+
+    // As the hardware itself would: nothing is refused but what does not exist.
+    std::int32_t peek(const char* name, std::uint32_t index, std::uint32_t& value);
+    std::int32_t poke(const char* name, std::uint32_t index, std::uint32_t value);
+    const char* peekText(const char* name);
+    std::int32_t peekRegister(const char* name, std::uint64_t& value);
+    std::int32_t pokeRegister(const char* name, std::uint64_t value);
+    std::int32_t pokeRuntime(const qelm::virtual_board::RuntimeParameter&, std::uint32_t value);
+    std::int32_t pulseCount(const char* name, std::uint64_t& pulses);
+    std::int32_t coefficients(std::uint32_t buffer, const std::uint16_t*& pixels, std::int32_t& width,
+                              std::int32_t& height);
+
+  private:
+    template <typename Work>
+    std::int32_t whileOpen(Work&& work);
+    template <typename Work>
+    std::int32_t whileHolding(const Design& design, Work&& work);
+    /** The word that `name` and `index` stand for, or null. */
+    std::uint32_t* wordNamed(const char* name, std::uint32_t index);
+    std::uint64_t* registerValue(const qelm::virtual_board::DesignRegister* entry);
+    void powerOn(std::shared_ptr<const Design> design);
+    std::int32_t pulse(const DesignParameter& command);
+    std::int32_t loadCoefficients(const DesignParameter& command);
+
+    std::mutex mutex_;
+    std::shared_ptr<const Design> design_; // null once closed
+    std::vector<std::uint32_t> words_;
+    std::vector<double> numbers_;
+    std::vector<std::string> texts_;
+    std::vector<std::uint64_t> pulses_; // by the slot of the command's word
+    std::vector<std::uint64_t> registers_;
+    std::array<std::uint32_t, qelm::virtual_board::runtimeParameterCount> runtimeValues_{};
+    std::vector<qelm::virtual_board::Pixels> coefficients_;
+};

@@ -1,0 +1,85 @@
+// The image-file library.
+#include "model/image_file.h"
+#include "model/observer.h"
+#include "model/process.h"
+#include "surfaces/model_interface.h"
+
+#include <string>
+
+using namespace qelm::virtual_board;
+
+bool ImageFormat::isReasonable() const {
+    constexpr std::uint64_t mostBytes = std::uint64_t{2} << 30;
+    if (width <= 0 || height <= 0 || bitsPerSample < 1 || bitsPerSample > 32 || samplesPerPixel < 1 ||
+        samplesPerPixel > 65535) {
+        return false;
+    }
+    // Neither product can overflow: 31 + 16 + 5 bits, then at most 31 + 31.
+    const std::uint64_t rowBits = std::uint64_t(width) * std::uint64_t(samplesPerPixel) * std::uint64_t(bitsPerSample);
+    const std::uint64_t row = (rowBits + 7) / 8;
+    return row <= mostBytes && row * std::uint64_t(height) <= mostBytes;
+}
+
+namespace {
+
+CallValue tell(const ImageFormat& format) {
+    return {std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
+                std::to_string(format.samplesPerPixel) + " x " + std::to_string(format.bitsPerSample) + " bit",
+            0, 0};
+}
+
+} // namespace
+
+int32_t virtualBoard_writeImage(const char* path, const void* pixels, int32_t width, int32_t height,
+                                int32_t bitsPerSample, int32_t samplesPerPixel) {
+    const ImageFormat format{width, height, bitsPerSample, samplesPerPixel};
+    return observe(
+               [&] {
+                   return Call{nullptr, "writeImage", path == nullptr ? "" : path, false};
+               },
+               [&](const auto&) { return tell(format); },
+               [&] {
+                   const bool written = path != nullptr && pixels != nullptr && format.isReasonable() &&
+                                        writeImageFile(path, pixels, format);
+                   return code(written ? ok : systemError);
+               })
+        .result;
+}
+
+int32_t virtualBoard_readImage(const char* path, void** pixels, int32_t* width, int32_t* height, int32_t* bitsPerSample,
+                               int32_t* samplesPerPixel) {
+    ImageFormat format;
+    const bool read = observe(
+                          [&] {
+                              return Call{nullptr, "readImage", path == nullptr ? "" : path, false};
+                          },
+                          [&](const auto& outcome) { return outcome.result ? tell(format) : CallValue{}; },
+                          [&]() -> Outcome<bool> {
+                              if (path == nullptr || pixels == nullptr || width == nullptr || height == nullptr ||
+                                  bitsPerSample == nullptr || samplesPerPixel == nullptr) {
+                                  return failed<bool>(unknown);
+                              }
+                              std::optional<Image> image = readImageFile(path);
+                              if (!image) {
+                                  return failed<bool>(fileNotFound);
+                              }
+                              format = image->format;
+                              *pixels = Process::instance().pixels.give(std::move(image->pixels));
+                              *width = format.width;
+                              *height = format.height;
+                              *bitsPerSample = format.bitsPerSample;
+                              *samplesPerPixel = format.samplesPerPixel;
+                              return {true, ok};
+                          })
+                          .result;
+    return read ? 1 : 0;
+}
+
+void virtualBoard_freeImage(void* pixels) {
+    observe(
+        [] {
+            return Call{nullptr, "freeImage", "", false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&] { return code(Process::instance().pixels.takeBack(pixels) ? ok : unknown); });
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+namespace qelm::virtual_board {
+
+struct FreePixels {
+    void operator()(void* pixels) const { std::free(pixels); }
+};
+using Pixels = std::unique_ptr<void, FreePixels>;
+
+struct ImageFormat {
+    std::int32_t width = 0, height = 0, bitsPerSample = 0, samplesPerPixel = 0;
+
+    bool operator==(const ImageFormat&) const = default;
+    /** Samples lie without gaps; a row begins at a byte. */
+    std::size_t rowBytes() const {
+        return (static_cast<std::size_t>(width) * static_cast<std::size_t>(samplesPerPixel) *
+                    static_cast<std::size_t>(bitsPerSample) +
+                7) /
+               8;
+    }
+    std::size_t bytes() const { return rowBytes() * static_cast<std::size_t>(height); }
+    /** Whether such an image can be told through the library's interface: 1 to 32 bits, at most 2 GiB. */
+    bool isReasonable() const;
+};
+
+struct Image {
+    ImageFormat format;
+    Pixels pixels; /**< from malloc */
+};
+
+/**
+ * Reads the first picture of a TIFF file, brightness growing with the value whatever the file's own sense, samples in
+ * the order red, green, blue.
+ *
+ * @return nothing for a file that is missing, damaged, or holds what ImageFormat cannot tell: palettes, signed and
+ *         floating-point samples, other colour spaces
+ */
+std::optional<Image> readImageFile(const char* path);
+
+/**
+ * Writes an uncompressed grey TIFF of 8 or 16 bits.
+ *
+ * @return whether all of it was written; if not, no half file is left
+ */
+bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format);
+
+} // namespace qelm::virtual_board

@@ -1,0 +1,42 @@
+// The register library.
+#include "model/observer.h"
+#include "model/process.h"
+#include "surfaces/model_interface.h"
+
+#include <string>
+
+using namespace qelm::virtual_board;
+
+namespace {
+
+/** Runs work(board) under the observer's eyes; an unknown address has itself as target. */
+template <typename Work>
+std::int32_t access(const char* function, void* board, std::uint32_t address, const std::uint64_t* value, bool isWrite,
+                    Work&& work) {
+    const std::shared_ptr<VirtualBoard> found = Process::instance().boards.find(board);
+    return observe(
+               [&] {
+                   const auto design = found ? found->design() : nullptr;
+                   const DesignRegister* entry = design ? design->registerAt(address) : nullptr;
+                   return Call{found.get(), function, entry == nullptr ? std::to_string(address) : entry->name,
+                               isWrite};
+               },
+               [&](const auto& outcome) {
+                   return isWrite || outcome.error == ok ? CallValue{std::to_string(*value), *value, 0} : CallValue{};
+               },
+               [&] { return code(found ? work(*found) : static_cast<std::int32_t>(invalidBoard)); })
+        .result;
+}
+
+} // namespace
+
+int32_t virtualBoard_writeRegister(void* board, uint32_t address, uint64_t value, int32_t) {
+    return access("writeRegister", board, address, &value, true,
+                  [&](VirtualBoard& found) { return found.writeRegister(address, value); });
+}
+
+int32_t virtualBoard_readRegister(void* board, uint32_t address, uint64_t* value, int32_t) {
+    return access("readRegister", board, address, value, false, [&](VirtualBoard& found) {
+        return value == nullptr ? static_cast<std::int32_t>(unknown) : found.readRegister(address, *value);
+    });
+}

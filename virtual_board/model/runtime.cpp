@@ -1,0 +1,489 @@
+// The acquisition runtime as the boards of this process serve it.
+#include "model/observer.h"
+#include "model/process.h"
+#include "surfaces/model_interface.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+using namespace qelm::virtual_board;
+
+namespace {
+
+/** The value types of the typed calls, and those that only the untyped calls have. */
+enum ValueType : std::int32_t {
+    typeWord = RUNTIME_VALUE_UINT32,
+    typeText = RUNTIME_VALUE_PATH,
+    typeField = RUNTIME_VALUE_FIELD,
+    typeElement = RUNTIME_VALUE_FIELD_ELEMENT,
+    typeNumber = -1, /**< a double */
+    typeNone = -2    /**< an untyped call cannot tell */
+};
+
+/** Value type of a call without a type code. */
+std::int32_t naturalType(const DesignParameter* parameter) {
+    if (parameter == nullptr || parameter->holdsWord()) {
+        return typeWord;
+    }
+    return parameter->kind == Kind::Float ? typeNumber : parameter->kind == Kind::Text ? typeText : typeNone;
+}
+
+bool fits(const DesignParameter& parameter, std::int32_t type) {
+    switch (type) {
+    case typeWord:
+        return parameter.holdsWord();
+    case typeText:
+        return parameter.kind == Kind::Text;
+    case typeNumber:
+        return parameter.kind == Kind::Float;
+    case typeField:
+    case typeElement:
+        return parameter.kind == Kind::Field;
+    default:
+        return false;
+    }
+}
+
+// Callers need not align what they point to.
+template <typename Value>
+Value load(const void* place) {
+    Value value;
+    std::memcpy(&value, place, sizeof value);
+    return value;
+}
+
+/** A field access whose data can be reached. */
+bool isSound(const FieldAccess& field) {
+    return field.elementType == RUNTIME_VALUE_UINT32 && field.data != nullptr;
+}
+
+std::int32_t write(const RuntimeHandle& handle, const DesignParameter& parameter, std::int32_t type,
+                   const void* value) {
+    VirtualBoard& board = *handle.board;
+    const Design& design = *handle.design;
+    switch (type) {
+    case typeWord:
+        return board.setWord(design, parameter, load<std::uint32_t>(value));
+    case typeNumber:
+        return board.setNumber(design, parameter, load<double>(value));
+    case typeText:
+        return board.setText(design, parameter, static_cast<const char*>(value));
+    case typeElement: {
+        const auto element = load<FieldElement>(value);
+        return board.setElements(design, parameter, element.index, 1, &element.value);
+    }
+    default: {
+        const auto field = load<FieldAccess>(value);
+        return isSound(field) ? board.setElements(design, parameter, field.startIndex, field.count,
+                                                  static_cast<const std::uint32_t*>(field.data))
+                              : static_cast<std::int32_t>(unknown);
+    }
+    }
+}
+
+std::int32_t read(const RuntimeHandle& handle, const DesignParameter& parameter, std::int32_t type, void* value) {
+    VirtualBoard& board = *handle.board;
+    const Design& design = *handle.design;
+    // Nothing is stored on failure.
+    const auto store = [value](std::int32_t result, const auto& got) {
+        if (result == ok) {
+            std::memcpy(value, &got, sizeof got);
+        }
+        return result;
+    };
+    switch (type) {
+    case typeWord: {
+        std::uint32_t word = 0;
+        return store(board.getWord(design, parameter, word), word);
+    }
+    case typeNumber: {
+        double number = 0;
+        return store(board.getNumber(design, parameter, number), number);
+    }
+    case typeText:
+        return board.getText(design, parameter, static_cast<char*>(value));
+    case typeElement: {
+        auto element = load<FieldElement>(value);
+        return store(board.getElements(design, parameter, element.index, 1, &element.value), element);
+    }
+    default: {
+        const auto field = load<FieldAccess>(value);
+        return isSound(field) ? board.getElements(design, parameter, field.startIndex, field.count,
+                                                  static_cast<std::uint32_t*>(const_cast<void*>(field.data)))
+                              : static_cast<std::int32_t>(unknown);
+    }
+    }
+}
+
+// What the trace tells of a value that is sound for the type; of a field, `most` elements at the most.
+CallValue tell(std::int32_t type, const void* value, std::uint32_t most) {
+    switch (type) {
+    case typeWord: {
+        const auto word = load<std::uint32_t>(value);
+        return {std::to_string(word), word, 0};
+    }
+    case typeNumber: {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.17g", load<double>(value));
+        return {text, 0, 0};
+    }
+    case typeText:
+        return {static_cast<const char*>(value), 0, 0};
+    case typeElement: {
+        const auto element = load<FieldElement>(value);
+        return {std::to_string(element.index) + ": " + std::to_string(element.value), element.value, element.index};
+    }
+    case typeField: {
+        const auto field = load<FieldAccess>(value);
+        std::string text = "[" + std::to_string(field.count) + "]";
+        for (std::uint32_t i = 0; isSound(field) && i < std::min(field.count, most); ++i) {
+            text += ' ' + std::to_string(static_cast<const std::uint32_t*>(field.data)[i]);
+        }
+        return {text, 0, 0};
+    }
+    default:
+        return {};
+    }
+}
+
+VirtualBoard* boardOf(const RuntimeHandle* handle) {
+    return handle == nullptr ? nullptr : handle->board.get();
+}
+
+/** Name of the parameter behind an identifier; for an unknown one, the identifier. */
+std::string nameOf(const RuntimeHandle* handle, std::int32_t id) {
+    if (const DesignParameter* parameter = handle == nullptr ? nullptr : handle->design->parameter(id)) {
+        return parameter->name;
+    }
+    const RuntimeParameter* parameter = runtimeParameter(id);
+    return parameter == nullptr ? std::to_string(id) : parameter->name;
+}
+
+template <typename Describe, typename Value, typename Work>
+auto callRuntime(RuntimeHandle* handle, Describe&& describe, Value&& value, Work&& work) {
+    using Result = decltype(work().result);
+    const auto outcome = observe(describe, value, [&]() -> Outcome<Result> {
+        return handle == nullptr ? failed<Result>(invalidBoard) : work();
+    });
+    if (handle != nullptr) {
+        handle->lastError.store(outcome.error, std::memory_order_relaxed);
+    }
+    return outcome.result;
+}
+
+/** A set or get of one parameter; `untyped` calls come without a type code. */
+template <typename Pointer, typename OnDesign, typename OnRuntime>
+std::int32_t access(const char* function, void* opaque, std::int32_t id, Pointer value, std::uint32_t port,
+                    bool untyped, std::int32_t type, OnDesign&& onDesign, OnRuntime&& onRuntime) {
+    constexpr bool isWrite = std::is_same_v<Pointer, const void*>;
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    const DesignParameter* parameter = handle == nullptr ? nullptr : handle->design->parameter(id);
+    if (untyped) {
+        type = naturalType(parameter);
+    } else if (type < 0) {
+        type = typeNone; // the untyped calls' own types have no codes
+    }
+    // A typed call may name a type that does not fit; its value must not be looked at then.
+    const bool isSound = value != nullptr && (parameter != nullptr ? fits(*parameter, type) : type == typeWord);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), function, nameOf(handle, id), isWrite};
+        },
+        [&](const Outcome<std::int32_t>& outcome) {
+            return isSound && (isWrite || outcome.error == ok)
+                       ? tell(type, value, parameter == nullptr ? 1 : parameter->length)
+                       : CallValue{};
+        },
+        [&] {
+            if (!isSound || port != 0) {
+                return code(unknown);
+            }
+            if (parameter != nullptr) {
+                return code(onDesign(*handle, *parameter, type));
+            }
+            const RuntimeParameter* runtime = runtimeParameter(id);
+            return code(runtime == nullptr ? static_cast<std::int32_t>(unknown) : onRuntime(*handle, *runtime));
+        });
+}
+
+std::int32_t set(const char* function, void* handle, std::int32_t id, const void* value, std::uint32_t port,
+                 bool untyped, std::int32_t type) {
+    return access(
+        function, handle, id, value, port, untyped, type,
+        [value](const RuntimeHandle& found, const DesignParameter& parameter, std::int32_t as) {
+            return write(found, parameter, as, value);
+        },
+        [value](const RuntimeHandle& found, const RuntimeParameter& parameter) {
+            return found.board->setRuntime(parameter, load<std::uint32_t>(value));
+        });
+}
+
+std::int32_t get(const char* function, void* handle, std::int32_t id, void* value, std::uint32_t port, bool untyped,
+                 std::int32_t type) {
+    return access(
+        function, handle, id, value, port, untyped, type,
+        [value](const RuntimeHandle& found, const DesignParameter& parameter, std::int32_t as) {
+            return read(found, parameter, as, value);
+        },
+        [value](const RuntimeHandle& found, const RuntimeParameter& parameter) {
+            std::uint32_t word = 0;
+            const std::int32_t result = found.board->getRuntime(parameter, word);
+            if (result == ok) {
+                std::memcpy(value, &word, sizeof word);
+            }
+            return result;
+        });
+}
+
+void* init(const char* function, const char* hapFileName, void* board, void* designImage, std::int32_t isSlave) {
+    Process& process = Process::instance();
+    const auto outcome = observe(
+        [&] {
+            return Call{static_cast<VirtualBoard*>(board), function, hapFileName == nullptr ? "" : hapFileName, false};
+        },
+        [&](const auto&) {
+            return CallValue{isSlave != 0 ? "slave" : "", 0, 0};
+        },
+        [&]() -> Outcome<void*> {
+            const std::shared_ptr<VirtualBoard> found = process.boards.find(board);
+            const std::shared_ptr<DesignImage> image = process.images.find(designImage);
+            if (!found) {
+                return {nullptr, invalidBoard};
+            }
+            if (!image) {
+                return {nullptr, noDesignImage};
+            }
+            if (const std::int32_t error = found->load(image->design); error != ok) {
+                return {nullptr, error};
+            }
+            auto handle = std::make_shared<RuntimeHandle>();
+            handle->board = found;
+            handle->design = image->design;
+            handle->designNumber = image->number;
+            return {process.handles.give(std::move(handle)), ok};
+        });
+    process.startUpError.store(outcome.error, std::memory_order_relaxed);
+    return outcome.result;
+}
+
+/** A function that this runtime has, but cannot serve. */
+template <typename Result>
+Result refuse(const char* function, void* opaque) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), function, "", false};
+        },
+        [](const auto&) { return CallValue{}; }, [] { return failed<Result>(notSupported); });
+}
+
+} // namespace
+
+void* virtualBoard_Fg_InitHandleSlaveAware(const char* hapFileName, void* board, void* designImage, int32_t isSlave) {
+    return init("Fg_InitHandleSlaveAware", hapFileName, board, designImage, isSlave);
+}
+
+void* virtualBoard_Fg_InitHandle(const char* hapFileName, void* board, void* designImage) {
+    return init("Fg_InitHandle", hapFileName, board, designImage, 0);
+}
+
+int32_t virtualBoard_Fg_FreeGrabber(void* handle) {
+    // Kept until the end of the call, which the handle may not survive.
+    const std::shared_ptr<RuntimeHandle> found = Process::instance().handles.find(handle);
+    return callRuntime(
+        found.get(),
+        [&] {
+            return Call{boardOf(found.get()), "Fg_FreeGrabber", "", false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&] {
+            Process::instance().handles.takeBack(handle);
+            return code(ok);
+        });
+}
+
+int32_t virtualBoard_Fg_getLastErrorNumber(void* opaque) {
+    const auto* handle = static_cast<const RuntimeHandle*>(opaque);
+    return observe(
+               [&] {
+                   return Call{boardOf(handle), "Fg_getLastErrorNumber", "", false};
+               },
+               [](const auto&) { return CallValue{}; },
+               [&] {
+                   const auto& cell = handle == nullptr ? Process::instance().startUpError : handle->lastError;
+                   return Outcome<std::int32_t>{cell.load(std::memory_order_relaxed), ok};
+               })
+        .result;
+}
+
+int32_t virtualBoard_Fg_getAppletId(void* opaque, void*) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), "Fg_getAppletId", "", false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&] {
+            return Outcome<std::int32_t>{handle->designNumber, ok};
+        });
+}
+
+int32_t virtualBoard_Fg_getParameterIdByName(void* opaque, const char* name) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), "Fg_getParameterIdByName", name == nullptr ? "" : name, false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&]() -> Outcome<std::int32_t> {
+            const DesignParameter* parameter =
+                name == nullptr ? nullptr : handle->design->parameter(std::string_view(name));
+            return parameter == nullptr ? Outcome<std::int32_t>{0, unknown} : Outcome<std::int32_t>{parameter->id, ok};
+        });
+}
+
+const char* virtualBoard_Fg_getParameterInfo(void* opaque, int32_t id) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), "Fg_getParameterInfo", nameOf(handle, id), false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&]() -> Outcome<const char*> {
+            if (const DesignParameter* parameter = handle->design->parameter(id)) {
+                return {parameter->name.c_str(), ok};
+            }
+            const RuntimeParameter* parameter = runtimeParameter(id);
+            return parameter == nullptr ? failed<const char*>(unknown) : Outcome<const char*>{parameter->name, ok};
+        });
+}
+
+const DesignNode* virtualBoard_Fg_getDesignTree(void* opaque) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), "Fg_getDesignTree", "", false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&] {
+            return Outcome<const DesignNode*>{handle->design->tree(), ok};
+        });
+}
+
+int32_t virtualBoard_Fg_setParameter(void* handle, int32_t id, const void* value, uint32_t port) {
+    return set("Fg_setParameter", handle, id, value, port, true, typeNone);
+}
+
+int32_t virtualBoard_Fg_getParameter(void* handle, int32_t id, void* value, uint32_t port) {
+    return get("Fg_getParameter", handle, id, value, port, true, typeNone);
+}
+
+int32_t virtualBoard_Fg_setParameterWithType(void* handle, int32_t id, const void* value, uint32_t index,
+                                             int32_t type) {
+    return set("Fg_setParameterWithType", handle, id, value, index, false, type);
+}
+
+int32_t virtualBoard_Fg_getParameterWithType(void* handle, int32_t id, void* value, uint32_t index, int32_t type) {
+    return get("Fg_getParameterWithType", handle, id, value, index, false, type);
+}
+
+int64_t virtualBoard_Fg_getStatusEx(void* opaque, int32_t parameter, uint64_t, uint32_t dmaIndex, void*) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), "Fg_getStatusEx", std::to_string(parameter), false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&]() -> Outcome<std::int64_t> {
+            if (dmaIndex != 0) {
+                return failed<std::int64_t>(unknown);
+            }
+            switch (parameter) {
+            case VIRTUAL_BOARD_STATUS_ACQUIRING:
+            case VIRTUAL_BOARD_STATUS_PICTURES_ACQUIRED:
+            case VIRTUAL_BOARD_STATUS_PICTURES_LOST:
+                return {0, ok}; // nothing has been acquired yet
+            default:
+                return failed<std::int64_t>(unknown);
+            }
+        });
+}
+
+// This board does not acquire; configurations and line-by-line shading are the applet's own affair.
+
+int32_t virtualBoard_Fg_Acquire(void* handle, uint32_t, int64_t) {
+    return refuse<int32_t>("Fg_Acquire", handle);
+}
+
+int32_t virtualBoard_Fg_AcquireEx(void* handle, uint32_t, int64_t, int32_t, void*) {
+    return refuse<int32_t>("Fg_AcquireEx", handle);
+}
+
+int32_t virtualBoard_Fg_stopAcquire(void* handle, uint32_t) {
+    return refuse<int32_t>("Fg_stopAcquire", handle);
+}
+
+int32_t virtualBoard_Fg_stopAcquireEx(void* handle, uint32_t, void*, int32_t) {
+    return refuse<int32_t>("Fg_stopAcquireEx", handle);
+}
+
+int64_t virtualBoard_Fg_getLastPicNumberEx(void* handle, uint32_t, void*) {
+    return refuse<int64_t>("Fg_getLastPicNumberEx", handle);
+}
+
+int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* handle, int64_t, uint32_t, int32_t, void*) {
+    return refuse<int64_t>("Fg_getLastPicNumberBlockingEx", handle);
+}
+
+int32_t virtualBoard_Fg_saveConfig(void* handle, const char*) {
+    return refuse<int32_t>("Fg_saveConfig", handle);
+}
+
+int32_t virtualBoard_Fg_loadConfig(void* handle, const char*) {
+    return refuse<int32_t>("Fg_loadConfig", handle);
+}
+
+void* virtualBoard_Fg_AllocShading(void* handle, int32_t, int32_t) {
+    return refuse<void*>("Fg_AllocShading", handle);
+}
+
+int32_t virtualBoard_Fg_FreeShading(void* handle, void*) {
+    return refuse<int32_t>("Fg_FreeShading", handle);
+}
+
+int32_t virtualBoard_Shad_SetSubValueLine(void* handle, void*, int32_t, int32_t, float) {
+    return refuse<int32_t>("Shad_SetSubValueLine", handle);
+}
+
+int32_t virtualBoard_Shad_SetMultValueLine(void* handle, void*, int32_t, int32_t, float) {
+    return refuse<int32_t>("Shad_SetMultValueLine", handle);
+}
+
+int32_t virtualBoard_Shad_SetFixedPatternNoiseLine(void* handle, void*, int32_t, int32_t, int32_t) {
+    return refuse<int32_t>("Shad_SetFixedPatternNoiseLine", handle);
+}
+
+int32_t virtualBoard_Shad_GetMaxLine(void* handle, void*) {
+    return refuse<int32_t>("Shad_GetMaxLine", handle);
+}
+
+int32_t virtualBoard_Shad_GetAccess(void* handle, void*) {
+    return refuse<int32_t>("Shad_GetAccess", handle);
+}
+
+int32_t virtualBoard_Shad_FreeAccess(void* handle, void*) {
+    return refuse<int32_t>("Shad_FreeAccess", handle);
+}
+
+int32_t virtualBoard_Shad_WriteActLine(void* handle, void*, int32_t) {
+    return refuse<int32_t>("Shad_WriteActLine", handle);
+}
