@@ -2,7 +2,7 @@
 
 namespace qelm::templates::patterns {
 
-GenericLock::~GenericLock() noexcept(false) {
+GenericLock::~GenericLock() noexcept(false) { // NOLINT(bugprone-exception-escape)
     if (locked_) {
         throw std::logic_error("GenericLock object destroyed with lock still held");
     }

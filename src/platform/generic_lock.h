@@ -16,7 +16,7 @@ class GenericLock {
     GenericLock(const GenericLock&) = delete;
     GenericLock& operator=(const GenericLock&) = delete;
     /** Throws when the lock is still held: destroying a held lock is a programming error that must not pass unseen. */
-    virtual ~GenericLock() noexcept(false);
+    virtual ~GenericLock() noexcept(false); // NOLINT(bugprone-exception-escape)
 
     virtual void lock() = 0;
     virtual bool tryLock() = 0;
@@ -70,7 +70,7 @@ class GenericLockGuard : public Guard<GenericLock*> {
         lock_->enter();
         held_ = true;
     }
-    ~GenericLockGuard() noexcept(false) override {
+    ~GenericLockGuard() noexcept(false) override { // NOLINT(bugprone-exception-escape)
         if (held_) {
             lock_->leave();
         }
