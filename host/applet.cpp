@@ -11,31 +11,21 @@ const char appletName[] = "Zantor_Obvelline_Qx4_RK";
 const char runtimeName[] = "nuvrak5";
 const char* const linkedNames[] = {"nuvrod", "qelm_hw", "nuvpix"};
 
-bool canLoad(const fs::path& file) {
-    std::string error;
-    void* handle = detail::openLibrary(file, error);
-    if (handle != nullptr) {
-        detail::closeLibrary(handle);
-    }
-    return handle != nullptr;
-}
-
-/** Loads the applet; not every system says which of the linked libraries is missing when that fails. */
+/** Loads the applet. When that fails not every system says which of the libraries that it links is missing. */
 Library loadApplet(const fs::path& file) {
     try {
         return Library(file);
     } catch (const LoadError& error) {
         std::string missing;
         for (const char* name : linkedNames) {
-            const std::string fileName = libraryFileName(name);
-            if (!canLoad(file.parent_path() / fileName) && !canLoad(fileName)) {
-                missing += (missing.empty() ? "" : ", ") + fileName;
+            if (!fs::is_regular_file(file.parent_path() / libraryFileName(name))) {
+                missing += (missing.empty() ? "" : ", ") + libraryFileName(name);
             }
         }
         if (missing.empty() || !fs::is_regular_file(file)) {
             throw;
         }
-        throw LoadError(std::string(error.what()) + "; missing beside it and on the loader's path: " + missing);
+        throw LoadError(std::string(error.what()) + "; not beside it: " + missing);
     }
 }
 
@@ -45,7 +35,8 @@ Library loadApplet(const fs::path& file) {
  */
 std::optional<Library> loadRuntimeBeside(const fs::path& applet) {
     const fs::path runtime = applet.parent_path() / libraryFileName(runtimeName);
-    if (detail::librariesLookBesideThemselves() || Library::alreadyLoaded(runtimeName) || !canLoad(runtime)) {
+    if (detail::librariesLookBesideThemselves() || Library::alreadyLoaded(runtimeName) ||
+        !fs::is_regular_file(runtime)) {
         return std::nullopt;
     }
     return Library(runtime);
@@ -56,12 +47,9 @@ std::optional<Library> loadRuntimeBeside(const fs::path& applet) {
 std::filesystem::path Applet::defaultFile() {
     const fs::path folder = executableFolder();
     const std::string name = appletFileName(appletName);
-    for (const fs::path& file : {folder / name, folder / ".." / "lib" / name, folder / ".." / INSTALL_LIBDIR / name}) {
-        if (fs::is_regular_file(file)) {
-            return file;
-        }
-    }
-    return folder / name;
+    const fs::path beside = folder / name;
+    const fs::path installed = folder / ".." / INSTALL_LIBDIR / name;
+    return !fs::is_regular_file(beside) && fs::is_regular_file(installed) ? installed : beside;
 }
 
 Applet::Applet(const std::filesystem::path& file)

@@ -150,10 +150,10 @@ std::string Parameter::allowedValues() const {
         return "no value as long as other parameters stay as they are";
     }
     if (minimum == maximum) {
-        return formatNumber(minimum) + (unit.empty() ? "" : " " + unit);
+        return "only " + formatNumber(minimum) + (unit.empty() ? "" : " " + unit);
     }
     std::string text = formatNumber(minimum) + " to " + formatNumber(maximum) + (unit.empty() ? "" : " " + unit);
-    if (increment != 0.0 && (increment != 1.0 || kind != ParameterKind::integer)) {
+    if (kind == ParameterKind::integer && increment > 1.0) { // floating-point values are rounded, not refused
         text += " in steps of " + formatNumber(increment);
     }
     return text;

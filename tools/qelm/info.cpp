@@ -48,7 +48,7 @@ void addBoard(Report& report, const host::Applet& applet) {
         return valueJson(session.read(host::parseReference(session.parameters(), name)));
     };
     report.add("Parameters", "parameters", session.parameters().size());
-    report.add("Applet number", "appletNumber", value("FG_APPLET_ID"));
+    report.add("Applet id", "appletId", value("FG_APPLET_ID"));
     report.add("Applet version", "appletVersion", value("FG_APPLET_VERSION"));
     report.add("Applet revision", "appletRevision", value("FG_APPLET_REVISION"));
     report.add("Design image file", "designImageFile", value("FG_HAP_FILE"));

@@ -20,7 +20,7 @@ constexpr const char* examples = R"(Examples:
   qelm info                              what the applet is and what it runs on
   qelm list roi                          the parameters of the region of interest
   qelm get FG_WIDTH FG_FORMAT            two values
-  qelm set FG_XOFFSET=64 FG_WIDTH=512    two settings, in this order
+  qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
   qelm trace FG_WIDTH=512                what a setting writes into the design
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
@@ -59,8 +59,8 @@ Examples:
   qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json)";
 
 constexpr const char* traceExamples =
-    R"(NAME=VALUE sets a parameter, NAME reads it. Below each step stand the writes that it led to, in their order: design
-parameters and registers by name, parameters of the acquisition runtime by number.
+    R"(NAME=VALUE sets a parameter, NAME reads it. Below each step stand the writes that it led to, in their order: to
+parameters and registers of the design, and to parameters that the acquisition runtime keeps.
 
 Examples:
   qelm trace FG_WIDTH=512 FG_DEVICETAPGEOMETRY=Geometry_2X_2YE

@@ -41,7 +41,7 @@ std::string text(const Step& step, const Outcome& outcome) {
     const std::string name = step.reference.text();
     const std::string after = valueText(parameter, outcome.after);
     if (outcome.error) {
-        return name + ": " + (step.value ? after + " " : "") + "(refused)";
+        return name + ": refused" + (step.value ? ", stays " + after : "");
     }
     if (!step.value) {
         return name + " = " + after;

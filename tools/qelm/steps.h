@@ -28,7 +28,7 @@ enum class Tracing { off, on };
 Step parseStep(const Session& session, const std::string& text);
 Outcome run(Session& session, const Step& step, Tracing tracing);
 
-/** "FG_WIDTH: 1024 -> 512 pixel", "FG_WIDTH = 512 pixel", "FG_WIDTH: 1024 pixel (refused)" */
+/** "FG_WIDTH: 1024 -> 512 pixel", "FG_WIDTH = 512 pixel", "FG_WIDTH: refused, stays 512 pixel" */
 std::string text(const Step& step, const Outcome& outcome);
 Json json(const Step& step, const Outcome& outcome);
 

@@ -2,7 +2,7 @@
 
 #include "qelm/host/library.h"
 
-#include "virtual_board/virtual_board.h"
+#include "virtual_board.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 
 #include <cstdint>

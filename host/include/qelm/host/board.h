@@ -122,7 +122,8 @@ class Board {
     void clearTrace();
     /** The calls in the trace that concern this board. */
     std::vector<TracedCall> trace() const;
-    /** The texts of the writes among them: "Device1_Process0_Buffer_0_ROI_X_Length=512", "AAGenWidth=256", "600=5". */
+    /** The texts of the writes among them: "Device1_Process0_Buffer_0_ROI_X_Length=512", "AAGenWidth=256",
+     * "FG_TIMEOUT=5". */
     std::vector<std::string> writes() const;
 
   private:

@@ -30,15 +30,15 @@ struct Parameter {
     std::string category{}; ///< empty, as the display name, for parameters that user interfaces leave out
     std::string displayName{};
     std::string unit{};
-    double minimum = 0.0; ///< limits of numbers; all three are 0 when no range is stated
+    double minimum = 0.0; ///< limits of numbers; these and the increment are 0 when no range is stated
     double maximum = 0.0;
-    double increment = 0.0; ///< 0 when every value between the limits will do
+    double increment = 0.0; ///< 0 for continuous values
     int32_t access = 0;     ///< bit value 1 read, 2 write
     std::string filter{};   ///< of file names, e.g. "*.lut"
     std::vector<EnumerationEntry> entries{};
 
     bool isWritable() const { return (access & 2) != 0; }
-    bool hasRange() const { return minimum != 0.0 || maximum != 0.0; }
+    bool hasRange() const { return minimum != 0.0 || maximum != 0.0 || increment != 0.0; }
     const EnumerationEntry* findEntry(int32_t value) const;
     const EnumerationEntry* findEntry(std::string_view entryName) const;
 

@@ -1,0 +1,226 @@
+// The tool as its users run it: exit status, what it prints and what it says when it cannot.
+
+#include "process.h"
+
+#include "qelm/host/applet.h"
+#include "qelm/host/system.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+#include <iterator>
+#include <map>
+
+namespace qelm::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using Json = nlohmann::json;
+using Words = std::vector<std::string>;
+
+struct Result {
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+std::string readText(const fs::path& file) {
+    std::ifstream stream(file); // in text mode, so that lines end alike everywhere
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/** A folder of this test's own, since cases run side by side. */
+class QelmTest : public testing::Test {
+  protected:
+    QelmTest()
+        : folder_(fs::path(testing::TempDir()) /
+                  ("qelm_test_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
+        fs::create_directories(folder_);
+    }
+    ~QelmTest() override { fs::remove_all(folder_); }
+
+    Result run(const Words& arguments) const {
+        const fs::path output = folder_ / "output";
+        const fs::path errors = folder_ / "errors";
+        const int status = runProcess(host::executableFolder() / QELM_TOOL, arguments, output, errors);
+        return {status, readText(output), readText(errors)};
+    }
+
+    fs::path folder_;
+};
+
+TEST_F(QelmTest, Answers) {
+    const struct {
+        Words arguments;
+        Words output;
+    } cases[] = {
+        {{"info"}, {"Zantor_Obvelline_Qx4_RK", "2.4.1.2", "2269798 bytes", "2628", "virtual"}},
+        {{"list", "roi"}, {"100  FG_WIDTH    1024 pixel          16 to 1024 pixel in steps of 16\n", "FG_YOFFSET"}},
+        {{"list", "Output Format"}, {"FG_PIXELDEPTH", "read-only", "FG_LEFT_ALIGNED (1) or FG_RIGHT_ALIGNED (0)"}},
+        {{"get", "FG_WIDTH", "FG_FORMAT"}, {"FG_WIDTH   = 1024 pixel\nFG_FORMAT  = FG_GRAY (3)\n"}},
+        {{"set", "FG_WIDTH=0x200"}, {"FG_WIDTH: 1024 -> 512 pixel\n"}},
+        {{"set", "FG_WIDTH=512", "FG_XOFFSET=64", "FG_WIDTH=256"},
+         {"FG_WIDTH: 1024 -> 512 pixel\nFG_XOFFSET: 0 -> 64 pixel\nFG_WIDTH: 512 -> 256 pixel\n\n"
+          "FG_WIDTH    = 256 pixel\nFG_XOFFSET  = 64 pixel\n"}},
+        {{"set", "FG_FORMAT=FG_GRAY16", "FG_GEN_FREQ=62.5"}, {"FG_GRAY (3) -> FG_GRAY16 (1)", "40 -> 62.5 MHz"}},
+        {{"trace", "FG_FORMAT=1", "FG_WIDTH"},
+         {"FG_FORMAT: FG_GRAY (3) -> FG_GRAY16 (1)\n"
+          "    Device1_Process0_OutputFormat_FG_FORMAT_SelectSource=0\nFG_WIDTH = 1024 pixel\n"}},
+        {{"trace", "--reads", "FG_OVERFLOW"}, {"    read Device1_Process0_Overflow_OverflowOccurred=0\n"}},
+        {{"trace", "--start-up"}, {"start-up\n    AAGenEnable=0\n", "    Device1_Process0_Camera_Format=0\n"}},
+    };
+    for (const auto& [arguments, output] : cases) {
+        const Result result = run(arguments);
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        EXPECT_EQ(result.status, 0);
+        EXPECT_THAT(result.errors, IsEmpty());
+        for (const std::string& part : output) {
+            EXPECT_THAT(result.output, HasSubstr(part));
+        }
+    }
+}
+
+TEST_F(QelmTest, SaysWhatIsWrong) {
+    const struct {
+        Words arguments;
+        int status;
+        Words errors;
+    } cases[] = {
+        {{}, 2, {"Usage"}},
+        {{"gte", "FG_WIDTH"}, 2, {"there is no verb \"gte\"", "did you mean \"get\"?"}},
+        {{"--fast"}, 2, {"there is no option \"--fast\""}},
+        {{"list", "--fast"}, 2, {"\"qelm list\" does not take \"--fast\""}},
+        {{"get"}, 2, {"NAME is required"}},
+        {{"trace"}, 2, {"nothing to trace"}},
+        {{"list", "no such"}, 1, {"\"no such\""}},
+        {{"get", ""}, 1, {"name is missing"}},
+        {{"get", "FG_WITDH"}, 1, {"no parameter \"FG_WITDH\"", "(-2070, FG_ERROR_UNKNOWN)", "Did you mean FG_WIDTH?"}},
+        {{"set", "FG_WIDTH"}, 1, {"\"FG_WIDTH\" has no '='"}},
+        {{"set", "FG_WIDTH=wide"}, 1, {"FG_WIDTH = wide was refused: that is not a whole number"}},
+        {{"set", "FG_WIDTH=8"}, 1, {"FG_WIDTH = 8 was refused", "(-6000", "FG_WIDTH takes 16 to 1024 pixel"}},
+        {{"set", "FG_PIXELDEPTH=8"}, 1, {"(-12", "FG_PIXELDEPTH is read-only."}},
+        {{"set", "FG_FORMAT=FG_GREY"}, 1, {"Did you mean FG_GRAY?", "FG_GRAY (3) or FG_GRAY16 (1)"}},
+        {{"info", "--applet", "nowhere.so"}, 1, {"there is no library", "nowhere.so"}},
+    };
+    for (const auto& [arguments, status, errors] : cases) {
+        const Result result = run(arguments);
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.output.find("->"), std::string::npos); // nothing was changed
+        for (const std::string& part : errors) {
+            EXPECT_THAT(result.errors, HasSubstr(part));
+        }
+    }
+}
+
+TEST_F(QelmTest, ARefusedStepEndsTheRunAndWhatCameBeforeStands) {
+    const Result set = run({"set", "FG_WIDTH=512", "FG_WIDTH=1000", "FG_HEIGHT=256"});
+    EXPECT_EQ(set.status, 1);
+    EXPECT_EQ(set.output, "FG_WIDTH: 1024 -> 512 pixel\nFG_WIDTH: refused, stays 512 pixel\n\n"
+                          "FG_WIDTH   = 512 pixel\nFG_HEIGHT  = 1024 pixel\n");
+    EXPECT_THAT(set.errors, StartsWith("qelm: FG_WIDTH = 1000 was refused: "));
+    EXPECT_THAT(set.errors, HasSubstr("The one after it was not tried."));
+
+    // What the text alone shows to be wrong is found before anything is done.
+    const Result misspelt = run({"set", "FG_WIDTH=512", "FG_HIGHT=256"});
+    EXPECT_EQ(misspelt.status, 1);
+    EXPECT_THAT(misspelt.output, IsEmpty());
+
+    const Result get = run({"get", "FG_WIDTH", "FG_LUT_VALUE[9999]", "FG_HEIGHT"});
+    EXPECT_EQ(get.status, 1);
+    EXPECT_EQ(get.output, "FG_WIDTH   = 1024 pixel\nFG_HEIGHT  = 1024 pixel\n");
+    EXPECT_THAT(get.errors, HasSubstr("FG_LUT_VALUE[9999]"));
+}
+
+TEST_F(QelmTest, SpeaksJson) {
+    const auto json = [this](const Words& arguments) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.status, 0) << result.errors;
+        return Json::parse(result.output);
+    };
+    EXPECT_EQ(json({"info", "--json"})["designImageBytes"], 2269798);
+    EXPECT_EQ(json({"--json", "get", "FG_FORMAT"}),
+              Json::parse(R"([{"name": "FG_FORMAT", "value": 3, "valueName": "FG_GRAY"}])"));
+
+    const Json all = json({"list", "--json"});
+    ASSERT_EQ(all.size(), 143u);
+    std::map<std::string, Json> byName;
+    for (const Json& parameter : all) {
+        byName[parameter["name"]] = parameter;
+    }
+    EXPECT_EQ(byName["FG_XOFFSET"]["maximum"], 0); // the region fills the camera
+    EXPECT_EQ(byName["FG_FORMAT"]["entries"][1]["name"], "FG_GRAY16");
+    EXPECT_EQ(byName["FG_EXSYNCDELAY"]["unit"], "\u00b5s");
+
+    const Json set = json({"set", "FG_GEN_FREQ=62.5", "--json"});
+    EXPECT_EQ(set["changes"][0]["old"], 40.0);
+    EXPECT_EQ(set["values"][0]["value"], 62.5);
+
+    const Json trace = json({"trace", "FG_GEN_HEIGHT=100", "--json"});
+    EXPECT_EQ(trace["steps"][0]["new"], 100);
+    EXPECT_EQ(
+        trace["steps"][0]["calls"],
+        Json::parse(
+            R"([{"call": "writeRegister", "target": "AAGenHeight", "value": "99", "write": true, "result": 0}])"));
+
+    const Result refused = run({"set", "FG_WIDTH=8", "--json"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(Json::parse(refused.output)["changes"][0]["error"]["code"], -6000);
+}
+
+/** The words of a command line of the help texts. */
+Words split(const std::string& line) {
+    Words words(1);
+    bool isQuoted = false;
+    for (const char letter : line) {
+        if (letter == '"') {
+            isQuoted = !isQuoted;
+        } else if (letter == ' ' && !isQuoted) {
+            words.emplace_back();
+        } else {
+            words.back() += letter;
+        }
+    }
+    return words;
+}
+
+TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
+    size_t examples = 0;
+    for (const Words& help : {Words{"--help"}, Words{"info", "--help"}, Words{"list", "--help"}, Words{"get", "--help"},
+                              Words{"set", "--help"}, Words{"trace", "--help"}}) {
+        std::string text = run(help).output;
+        const std::string start = "\n  qelm ";
+        for (size_t at = text.find(start); at != std::string::npos; at = text.find(start, at + 1)) {
+            const size_t begin = at + start.size();
+            const std::string line =
+                text.substr(begin, std::min(text.find('\n', begin), text.find("  ", begin)) - begin);
+            if (line.find("/opt/") == std::string::npos) {
+                const Result result = run(split(line));
+                EXPECT_EQ(result.status, 0) << "qelm " << line << '\n' << result.errors;
+                ++examples;
+            }
+        }
+    }
+    EXPECT_GT(examples, 15u);
+}
+
+TEST_F(QelmTest, DrivesAnotherBuildOfTheApplet) {
+    const fs::path folder = folder_ / "another build";
+    fs::create_directories(folder);
+    for (const fs::directory_entry& entry : fs::directory_iterator(host::executableFolder())) {
+        if (entry.path().extension() == host::Applet::defaultFile().extension()) {
+            fs::copy_file(entry.path(), folder / entry.path().filename());
+        }
+    }
+    const std::string applet = (folder / host::Applet::defaultFile().filename()).string();
+    const Result result = run({"trace", "FG_WIDTH=512", "--applet", applet});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(result.output, HasSubstr("Device1_Process0_Buffer_0_ROI_X_Length=512"));
+}
+
+} // namespace
+} // namespace qelm::test
