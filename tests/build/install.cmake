@@ -1,4 +1,4 @@
-# The installed tree works from any folder, and its headers suit C and C++, each on its own.
+# The installed tree works from any folder, and its headers suit C, each on its own, and C++.
 cmake_minimum_required(VERSION 3.25)
 
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -20,12 +20,14 @@ file(GLOB_RECURSE headers RELATIVE ${root}/${INCLUDE} ${root}/${INCLUDE}/*.h)
 if(NOT headers MATCHES "zantor_obvelline_qx4_rk/applet\\.h")
     message(FATAL_ERROR "Installed headers: ${headers}")
 endif()
+set(all)
 foreach(header IN LISTS headers)
-    file(WRITE ${WORK_DIR}/consumer.c "#include <${header}>\nint main(void) { return 0; }\n")
+    string(APPEND all "#include <${header}>\n")
     if(NOT header MATCHES "^qelm/") # the host library is for C++
+        file(WRITE ${WORK_DIR}/consumer.c "#include <${header}>\nint main(void) { return 0; }\n")
         execute_process(COMMAND ${C_COMPILER} -std=c11 ${warnings} ${WORK_DIR}/consumer.c COMMAND_ERROR_IS_FATAL ANY)
     endif()
-    execute_process(COMMAND ${CXX_COMPILER} -std=c++20 ${warnings} -x c++ ${WORK_DIR}/consumer.c
-        COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+file(WRITE ${WORK_DIR}/consumer.cpp "${all}int main() {}\n")
+execute_process(COMMAND ${CXX_COMPILER} -std=c++20 ${warnings} ${WORK_DIR}/consumer.cpp COMMAND_ERROR_IS_FATAL ANY)
 file(REMOVE_RECURSE ${WORK_DIR})
