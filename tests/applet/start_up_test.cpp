@@ -1,0 +1,454 @@
+// Std_entry: what it calls in which order, how it fails, and what it leaves open then.
+
+#include "fixture.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <set>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace qelm::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char hapFile[] = "Zantor_Obvelline_Qx4_RK.hap";
+const char externalImage[] = "__QELM_FORCE_EXTERNAL_HAP";
+
+/** The object that a start-up without a design image leaves behind on purpose is no leak to report. */
+struct DeliberateLeak {
+#if defined(__SANITIZE_ADDRESS__)
+    __lsan::ScopedDisabler disabler;
+#else
+    DeliberateLeak() {} // NOLINT(modernize-use-equals-default): a scope, as above
+#endif
+};
+
+/** A folder to be in, so that files of that name elsewhere do not matter. */
+class EmptyFolder {
+  public:
+    EmptyFolder() : before_(fs::current_path()), folder_(fs::path(testing::TempDir()) / name()) {
+        fs::create_directories(folder_);
+        fs::current_path(folder_);
+    }
+    ~EmptyFolder() {
+        fs::current_path(before_);
+        fs::remove_all(folder_);
+    }
+    EmptyFolder(const EmptyFolder&) = delete;
+    EmptyFolder& operator=(const EmptyFolder&) = delete;
+
+  private:
+    static std::string name() {
+        return std::string("start_up_test_") + testing::UnitTest::GetInstance()->current_test_info()->name();
+    }
+    fs::path before_;
+    fs::path folder_;
+};
+
+/** Every call since the trace began, whatever board it concerns. */
+std::vector<host::TracedCall> allCalls(const Applet& applet) {
+    std::vector<host::TracedCall> calls;
+    for (size_t i = 0; i < applet.virtualBoard()->traceLength(); ++i) {
+        const VirtualBoardTraceEntry& entry = *applet.virtualBoard()->traceAt(i);
+        calls.push_back({entry.call, entry.target, entry.value, entry.result, entry.isWrite != 0});
+    }
+    return calls;
+}
+
+std::vector<host::TracedCall> callsOfStart(const Applet& applet) {
+    applet.virtualBoard()->traceStart();
+    const Board board(applet);
+    applet.virtualBoard()->traceStop();
+    return allCalls(applet);
+}
+
+/** The targets of the calls of one function. */
+std::vector<std::string> targetsOf(const std::vector<host::TracedCall>& calls, const std::string& function) {
+    std::vector<std::string> targets;
+    for (const host::TracedCall& call : calls) {
+        if (call.call == function) {
+            targets.push_back(call.target);
+        }
+    }
+    return targets;
+}
+
+/** What the initial settings write, in order; elements of tables without their index. */
+std::vector<std::string> initialWrites() {
+    std::vector<std::string> writes;
+    const auto add = [&](const std::string& target, std::initializer_list<uint64_t> values) {
+        for (const uint64_t value : values) {
+            writes.push_back(target + "=" + std::to_string(value));
+        }
+    };
+    const std::string process = "Device1_Process0_";
+    const std::string buffer = process + "Buffer_0_";
+    const std::string sorting = buffer + "verticalTS_";
+    const auto addRegion = [&](const std::string& target, uint64_t value, const std::string& shadingTarget,
+                               uint64_t shadingValue) {
+        add(buffer + target, {value});
+        for (const char* number : {"0", "1"}) {
+            const std::string shading = process + "Shading_ShadingBuffer_" + number + "_";
+            add(shading + shadingTarget, {shadingValue});
+            add(shading + "UpdateROI", {1});
+        }
+    };
+    for (const char* name : {"AAGenEnable", "AAGenStart", "AAGenWidth", "AAGenLineWidth", "AAGenHeight", "AAGenActive",
+                             "AAGenPassive", "AAGenMask", "AAGenRoll"}) {
+        add(name, {0});
+    }
+    add("FG_TIMEOUT", {1000000});
+    add("FG_TURBO_DMA_MODE", {0});
+    add(process + "Camera_Format", {0});
+    add(process + "Camera_UseDval", {1});
+    addRegion("ROI_X_Length", 1024, "XLength", 256);
+    addRegion("ROI_Y_Length", 1024, "YLength", 1024);
+    add(sorting + "Size_Wdiv16_Hx2_ImageWidth", {64});
+    add(buffer + "WidthDIV2_LineLength", {512});
+    add(sorting + "RightLeft_WidthDiv16Minus1_Value", {63});
+    add(sorting + "Size_Wdiv16_Hx2_ImageHeight", {2048});
+    add(sorting + "TopBottom_Height_TopBottom_Divisor", {1024});
+    add(sorting + "TopBottom_Height_TopDownSplit_Number", {1024});
+    add(sorting + "Heightx2_AppendNumber", {1024});
+    add(sorting + "TopBottom_HeightDIV2Minus1_Value", {511});
+    for (int tap = 0; tap < 4; ++tap) {
+        const std::string element = std::to_string(tap) + ": ";
+        const std::string mirrored = element + (tap % 2 == 0 ? "0" : "1");
+        writes.push_back(sorting + "TopBottomMode_TapSetting_TopDown_LUTcontent=" + element + (tap < 2 ? "1" : "0"));
+        writes.push_back(sorting + "RightLeftMode_TapMirrorMode_LUTcontent=" + mirrored);
+        writes.push_back(buffer + "MirrorParCompensation_TapMirrorMode_LUTcontent=" + mirrored);
+    }
+    for (uint64_t tap = 0; tap < 4; ++tap) {
+        add(buffer + "SelectTaps_Tap" + std::to_string(tap) + "_SELECT_Value", {tap});
+    }
+    addRegion("ROI_X_Offset", 0, "XOffset", 0);
+    addRegion("ROI_Y_Offset", 0, "YOffset", 0);
+    add(process + "OutputFormat_FG_FORMAT_SelectSource", {1});
+    add(process + "OutputFormat_FG_BITALIGNMENT_Value", {1});
+    add("AAGenEnable", {0});
+    add("AAGenStart", {1});
+    add("AAGenWidth", {512}); // 2048 and the gap of the object as constructed, 4
+    add("AAGenLineWidth", {513});
+    add("AAGenHeight", {511});
+    add("AAGenWidth", {512});
+    add("AAGenLineWidth", {513});
+    for (int i = 0; i < 2; ++i) { // frequency, then accuracy
+        add("AAGenActive", {7});
+        add("AAGenPassive", {16});
+    }
+    add("AAGenMask", {1, 3, 7, 15});
+    add("AAGenRoll", {0});
+    add(process + "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", {1});
+    add(process + "ImageSelector_FG_IMG_SELECT_PHASE_Number", {0});
+    add(process + "NoiseFilter_Select_Value", {0});
+    return writes;
+}
+
+std::string targetOf(const std::string& write) {
+    return write.substr(0, write.find('='));
+}
+
+TEST(StartUp, CallsTheMakersLibrariesInOrder) {
+    const Applet applet;
+    const std::vector<host::TracedCall> calls = callsOfStart(applet);
+
+    const std::vector<std::string> designParameters = {
+#define DESIGN_PARAMETER(symbol, name) name,
+#include "parameters/design_parameters.inc"
+    };
+    ASSERT_EQ(designParameters.size(), 129U);
+    EXPECT_THAT(targetsOf(calls, "Fg_getParameterIdByName"), ElementsAreArray(designParameters));
+    EXPECT_THAT(targetsOf(calls, "getDesignRegisterAddress"),
+                ElementsAre("AAGenEnable", "AAGenStart", "AAGenWidth", "AAGenLineWidth", "AAGenHeight", "AAGenActive",
+                            "AAGenPassive", "AAGenMask", "AAGenRoll"));
+    EXPECT_THAT(targetsOf(calls, "Fg_InitHandleSlaveAware"), ElementsAre(hapFile));
+    EXPECT_THAT(targetsOf(calls, "Fg_InitHandle"), IsEmpty());
+    for (const host::TracedCall& call : calls) {
+        if (call.call == "loadDesignImageMemory") {
+            EXPECT_EQ(call.value, "2269798");
+        } else if (call.call == "Fg_InitHandleSlaveAware") {
+            EXPECT_EQ(call.value, "") << "no slave";
+        } else if (call.call == "Fg_getParameterIdByName") {
+            EXPECT_NE(call.result, 0) << "the design knows " << call.target;
+        }
+        EXPECT_TRUE(!call.isWrite || call.result == 0) << call.text();
+    }
+
+    // Phase after phase: the first of each comes after the last of the one before.
+    const auto isCall = [](const char* name) {
+        return [name](const host::TracedCall& call) { return call.call == name; };
+    };
+    auto position = calls.begin();
+    for (const char* phase : {"loadDesignImageMemory", "Fg_InitHandleSlaveAware", "Fg_getParameterIdByName",
+                              "getDesignRegisterAddress", "writeRegister"}) {
+        const auto first = std::find_if(calls.begin(), calls.end(), isCall(phase));
+        ASSERT_NE(first, calls.end()) << phase;
+        EXPECT_GE(first - calls.begin(), position - calls.begin()) << phase;
+        position = std::find_if(calls.rbegin(), calls.rend(), isCall(phase)).base();
+    }
+}
+
+TEST(StartUp, WritesTheInitialSettingsInOrder) {
+    const Applet applet;
+    const std::vector<std::string> expected = initialWrites();
+    // The image path's part: other features' settings come between and behind, in designs of their own.
+    std::set<std::string> targets;
+    std::transform(expected.begin(), expected.end(), std::inserter(targets, targets.end()), targetOf);
+    std::vector<std::string> writes;
+    for (const host::TracedCall& call : callsOfStart(applet)) {
+        if (call.isWrite && targets.contains(call.target)) {
+            writes.push_back(call.target + "=" + call.value);
+        }
+    }
+    EXPECT_THAT(writes, ElementsAreArray(expected));
+}
+
+TEST(StartUp, TheInitialValuesAreThoseThatGetsAnswer) {
+    const Applet applet;
+    const Board board(applet);
+    const struct {
+        int32_t id;
+        uint32_t value;
+    } cases[] = {
+        {600, 1000000}, {3051, 0},      {11011, 208},    {5025, 1},     {100, 1024},  {200, 1024},
+        {110133, 1024}, {110137, 1024}, {200367, 58570}, {300, 0},      {400, 0},     {700, 3},
+        {4010, 1},      {30099, 0},     {30113, 1},      {30102, 2048}, {30104, 512}, {30105, 4},
+        {30107, 25},    {30108, 1},     {30109, 1},      {30110, 1},    {30111, 1},   {30112, 0},
+        {25110, 1},     {25111, 0},     {110016, 0},     {30101, 8},    {30100, 17},  {30103, 2052},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(board.get<uint32_t>(row.id), row.value) << row.id;
+    }
+    EXPECT_EQ(board.get<double>(30106), 40.0);
+}
+
+TEST(StartUp, ARefusedInitialSettingIsSkipped) {
+    const Applet applet;
+    applet.virtualBoard()->fail(nullptr, nullptr, "Device1_Process0_Camera_UseDval", 0, 1, injected);
+    applet.virtualBoard()->fail(nullptr, nullptr, "FG_TIMEOUT", 0, 1, injected);
+    applet.virtualBoard()->fail(nullptr, "writeRegister", "AAGenMask", 0, 1, injected); // the clearing one
+    Board board(applet);
+    applet.virtualBoard()->clearFaults();
+    EXPECT_EQ(board.get<uint32_t>(FG_USEDVAL), 1U) << "as constructed";
+    EXPECT_EQ(board.get<uint32_t>(FG_TIMEOUT), 1000000U);
+    EXPECT_EQ(board.get<uint32_t>(FG_NOISEFILTER), 0U);
+    // The mask that could not be cleared is still held for the design's own, all taps on.
+    EXPECT_THAT(writesOf(board, [&] { board.set(FG_GEN_TAP2, int32_t{FG_OFF}); }), ElementsAre("AAGenMask=13"));
+}
+
+struct Failure {
+    const char* what;
+    int32_t mode = 0;
+    const char* failingCall = nullptr;
+    int32_t failingCode = 0;
+    const char* runtimeVariant = nullptr;
+    int32_t code = 0;
+};
+
+TEST(StartUp, FailsWithItsCodeAndLeavesNothingOpen) {
+    const Failure failures[] = {
+        {.what = "mode", .mode = 1, .code = -2070},
+        {.what = "negative mode", .mode = -1, .code = -2070},
+        {.what = "runtime's own error", .failingCall = "Fg_InitHandleSlaveAware", .failingCode = -77, .code = -77},
+        {.what = "no init function", .runtimeVariant = "without_init", .code = -2031},
+        {.what = "no error function",
+         .failingCall = "Fg_InitHandleSlaveAware",
+         .failingCode = -77,
+         .runtimeVariant = "without_last_error",
+         .code = -100},
+    };
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.what);
+        std::optional<host::Library> runtime;
+        if (failure.runtimeVariant != nullptr) {
+            runtime.emplace(runtimeVariant(failure.runtimeVariant));
+        }
+        {
+            const Applet applet;
+            const auto& control = *applet.virtualBoard();
+            VirtualBoard* board = control.open();
+            if (failure.failingCall != nullptr) {
+                control.fail(nullptr, failure.failingCall, nullptr, 0, 2, failure.failingCode);
+            }
+            control.traceStart();
+            int32_t error = 1;
+            EXPECT_EQ(applet->Std_entry(board, &error, failure.mode), nullptr);
+            EXPECT_EQ(error, failure.code);
+            EXPECT_EQ(applet->Std_entry(board, nullptr, failure.mode), nullptr);
+            const size_t loads = failure.mode != 0 ? 0 : 2;
+            EXPECT_EQ(targetsOf(allCalls(applet), "loadDesignImageMemory").size(), loads);
+            EXPECT_EQ(targetsOf(allCalls(applet), "releaseDesignImage").size(), loads);
+            control.traceStop();
+            control.clearFaults();
+            EXPECT_EQ(control.resources().designImages, 0);
+            EXPECT_EQ(control.resources().runtimeHandles, 0);
+            control.close(board);
+        }
+        runtime.reset();
+        EXPECT_FALSE(host::Library::alreadyLoaded("nuvrak5")) << "the object, which held it, is destroyed";
+    }
+}
+
+/** An applet on a runtime that lacks functions. */
+class RuntimeWithout {
+  public:
+    explicit RuntimeWithout(const char* variant) : runtime_(runtimeVariant(variant)) {}
+
+    Applet& applet() { return applet_; }
+    Board& board() { return board_; }
+
+  private:
+    host::Library runtime_;
+    Applet applet_;
+    Board board_{applet_};
+};
+
+TEST(IncompleteRuntime, WithoutTheSlaveAwareInitStartsWithTheOther) {
+    const host::Library runtime(runtimeVariant("without_slave_aware"));
+    const Applet applet;
+    const std::vector<host::TracedCall> calls = callsOfStart(applet);
+    EXPECT_THAT(targetsOf(calls, "Fg_InitHandle"), ElementsAre(hapFile));
+    EXPECT_THAT(targetsOf(calls, "Fg_InitHandleSlaveAware"), IsEmpty());
+}
+
+TEST(IncompleteRuntime, WithoutAForwardedFunctionAnswersNotAvailableThereAlone) {
+    {
+        RuntimeWithout lacking("without_status_ex");
+        EXPECT_EQ(lacking.applet()->Fg_getStatusEx(lacking.board(), 1, 0, 0, nullptr), -12);
+        EXPECT_EQ(lastError(lacking.board()), -12);
+        EXPECT_EQ(lacking.applet()->Fg_getAppletId(lacking.board(), nullptr), 2628);
+        EXPECT_EQ(lastError(lacking.board()), 0);
+    }
+    {
+        RuntimeWithout lacking("without_applet_id");
+        EXPECT_EQ(lacking.applet()->Fg_getAppletId(lacking.board(), nullptr), -12);
+        EXPECT_EQ(lastError(lacking.board()), -12);
+        EXPECT_EQ(lacking.applet()->Fg_getStatusEx(lacking.board(), 1, 0, 0, nullptr), 0);
+    }
+    {
+        RuntimeWithout lacking("without_parameter_info");
+        EXPECT_EQ(lacking.applet()->Fg_getParameterInfo(lacking.board(), FG_WIDTH), nullptr);
+        EXPECT_EQ(lacking.board().set(FG_WIDTH, 512U), 0);
+    }
+    {
+        RuntimeWithout lacking("without_design_tree");
+        EXPECT_EQ(lacking.board().set(FG_WIDTH, 512U), 0);
+    }
+}
+
+TEST(IncompleteRuntime, WithoutItsLastErrorANegativeResultRecordsNotAvailable) {
+    RuntimeWithout lacking("without_last_error");
+    EXPECT_LT(lacking.applet()->Fg_getStatusEx(lacking.board(), 999, 0, 0, nullptr), 0);
+    EXPECT_EQ(lastError(lacking.board()), -12);
+}
+
+TEST(IncompleteRuntime, WithoutParameterAccessAnswersNotAvailableAndKeepsTheOldValue) {
+    uint32_t value = 7;
+    {
+        RuntimeWithout lacking("without_set_parameter");
+        Board& board = lacking.board();
+        EXPECT_EQ(board.set(FG_TIMEOUT, value), -12);
+        EXPECT_EQ(lastError(board), -12);
+        EXPECT_EQ(board.get<uint32_t>(FG_TIMEOUT), 1000000U);
+        EXPECT_EQ(board.set(2000600, value), -12);
+        EXPECT_EQ(board.get(2000600, value), -12);
+        EXPECT_EQ(board.get(FG_NR_OF_DMAS, value), -12);
+        EXPECT_EQ(board.get(FG_CAMSTATUS, value), -12);
+        EXPECT_EQ(board.set(FG_WIDTH, 512U), 0) << "a design parameter needs the typed calls alone";
+        EXPECT_EQ(board.get(FG_OVERFLOW, value), 0);
+    }
+    {
+        RuntimeWithout lacking("without_typed");
+        Board& board = lacking.board();
+        EXPECT_EQ(board.set(FG_WIDTH, 512U), -12);
+        EXPECT_EQ(board.get<uint32_t>(FG_WIDTH), 1024U);
+        EXPECT_EQ(board.get(FG_OVERFLOW, value), -12);
+        EXPECT_EQ(lastError(board), -12);
+        EXPECT_EQ(board.set(FG_TIMEOUT, 7U), 0);
+        EXPECT_EQ(board.set(FG_GEN_HEIGHT, 7U), 0) << "registers do not go through the runtime";
+    }
+}
+
+TEST(IncompleteRuntime, WithoutFreeGrabberTheBoardIsFreedAllTheSame) {
+    const host::Library runtime(runtimeVariant("without_free_grabber"));
+    const Applet applet;
+    Board board(applet);
+    applet.virtualBoard()->traceStart();
+    EXPECT_EQ(board.free(), -12);
+    EXPECT_THAT(targetsOf(allCalls(applet), "releaseDesignImage"), ElementsAre("")) << "the object is destroyed";
+    EXPECT_EQ(applet.virtualBoard()->resources().designImages, 0);
+    EXPECT_EQ(board.set(FG_WIDTH, 512U), -2001);
+}
+
+// Last, since the objects that these leave behind keep the runtime loaded: the process cannot try another one after
+// them.
+
+TEST(StartUpWithoutImage, FailsAndLeavesTheObjectAllocated) {
+    const DeliberateLeak leak;
+    const EmptyFolder folder;
+    std::ofstream(hapFile, std::ios::binary) << "no design image";
+    const struct {
+        const char* what;
+        const char* environment;
+        const char* failingCall;
+    } cases[] = {
+        {"embedded image refused", nullptr, "loadDesignImageMemory"},
+        {"external image refused", "1", nullptr},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.what);
+        {
+            const Applet applet;
+            const auto& control = *applet.virtualBoard();
+            VirtualBoard* board = control.open();
+            host::setEnvironment(externalImage, row.environment);
+            if (row.failingCall != nullptr) {
+                control.fail(nullptr, row.failingCall, nullptr, 0, 2, injected);
+            }
+            const int32_t handles = control.resources().runtimeHandles;
+            int32_t error = 0;
+            EXPECT_EQ(applet->Std_entry(board, &error, 0), nullptr);
+            EXPECT_EQ(error, -100);
+            EXPECT_EQ(applet->Std_entry(board, nullptr, 0), nullptr);
+            control.clearFaults();
+            host::setEnvironment(externalImage, nullptr);
+            EXPECT_EQ(control.resources().designImages, 0);
+            EXPECT_EQ(control.resources().runtimeHandles, handles);
+            control.close(board);
+        }
+        EXPECT_TRUE(host::Library::alreadyLoaded("nuvrak5")) << "held by the object that is left";
+    }
+}
+
+TEST(StartUpWithoutImage, TheFileIsTakenWheneverTheVariableIsSet) {
+    const EmptyFolder folder;
+    const Applet applet;
+    for (const char* value : {"1", "no", ""}) {
+        SCOPED_TRACE(value);
+        host::setEnvironment(externalImage, value);
+        {
+            const DeliberateLeak leak;
+            fs::remove(hapFile);
+            EXPECT_THROW(Board{applet}, host::AppletError);
+        }
+        uintptr_t length = 0;
+        const char* address = nullptr;
+        applet->Info(1042, 0, 0, &length, &address);
+        std::ofstream(hapFile, std::ios::binary).write(address, static_cast<std::streamsize>(length));
+        const std::vector<host::TracedCall> calls = callsOfStart(applet);
+        EXPECT_THAT(targetsOf(calls, "loadDesignImageFile"), ElementsAre(hapFile));
+        EXPECT_THAT(targetsOf(calls, "loadDesignImageMemory"), IsEmpty());
+        EXPECT_EQ(std::ranges::find(calls, "loadDesignImageFile", &host::TracedCall::call)->value, "2628");
+        host::setEnvironment(externalImage, nullptr);
+    }
+    EXPECT_THAT(targetsOf(callsOfStart(applet), "loadDesignImageMemory"), ElementsAre(""));
+}
+
+} // namespace
+} // namespace qelm::test
