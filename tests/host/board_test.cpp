@@ -5,8 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-
 namespace qelm::host {
 namespace {
 
@@ -125,14 +123,6 @@ TEST(Loading, SaysWhatIsMissing) {
     EXPECT_THAT(message(executableFolder()), HasSubstr("there is no library"));
     // A library, but no applet: it has none of the functions.
     EXPECT_THAT(message(executableFolder() / libraryFileName("nuvrod")), HasSubstr("has no function Std_entry"));
-
-    const fs::path folder = fs::path(testing::TempDir()) / "host_test_lonely_applet";
-    fs::create_directories(folder);
-    const fs::path lonely = folder / Applet::defaultFile().filename();
-    fs::copy_file(Applet::defaultFile(), lonely, fs::copy_options::overwrite_existing);
-    EXPECT_THAT(message(lonely), HasSubstr("could not be loaded"));
-    EXPECT_THAT(message(lonely), HasSubstr("not beside it: " + libraryFileName("nuvrod")));
-    fs::remove_all(folder);
 }
 
 TEST(Loading, TheEnvironmentIsSetForLibrariesToo) {

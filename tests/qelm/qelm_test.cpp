@@ -33,20 +33,27 @@ std::string readText(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/** A folder of this test's own, since cases run side by side. */
+/**
+ * A folder of this test's own, since cases run side by side; the tool runs in it, where no library lies about that the
+ * loader would find.
+ */
 class QelmTest : public testing::Test {
   protected:
     QelmTest()
         : folder_(fs::path(testing::TempDir()) /
                   ("qelm_test_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
         fs::create_directories(folder_);
+        fs::current_path(folder_);
     }
-    ~QelmTest() override { fs::remove_all(folder_); }
+    ~QelmTest() override {
+        fs::current_path(testing::TempDir());
+        fs::remove_all(folder_);
+    }
 
-    Result run(const Words& arguments) const {
+    Result run(const Words& arguments, const fs::path& tool = host::executableFolder() / QELM_TOOL) const {
         const fs::path output = folder_ / "output";
         const fs::path errors = folder_ / "errors";
-        const int status = runProcess(host::executableFolder() / QELM_TOOL, arguments, output, errors);
+        const int status = runProcess(tool, arguments, output, errors);
         return {status, readText(output), readText(errors)};
     }
 
@@ -220,6 +227,18 @@ TEST_F(QelmTest, DrivesAnotherBuildOfTheApplet) {
     const Result result = run({"trace", "FG_WIDTH=512", "--applet", applet});
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_THAT(result.output, HasSubstr("Device1_Process0_Buffer_0_ROI_X_Length=512"));
+}
+
+TEST_F(QelmTest, NamesTheLibrariesThatTheAppletMisses) {
+    const fs::path applet = host::Applet::defaultFile();
+    fs::copy_file(host::executableFolder() / QELM_TOOL, folder_ / QELM_TOOL);
+    fs::copy_file(applet, folder_ / applet.filename());
+    const Result result = run({"info"}, folder_ / QELM_TOOL);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("could not be loaded"));
+    for (const char* name : {"nuvrod", "qelm_hw", "nuvpix"}) {
+        EXPECT_THAT(result.errors, HasSubstr(host::libraryFileName(name)));
+    }
 }
 
 } // namespace
