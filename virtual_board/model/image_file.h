@@ -25,8 +25,11 @@ struct ImageFormat {
                8;
     }
     std::size_t bytes() const { return rowBytes() * static_cast<std::size_t>(height); }
-    /** Whether such an image can be told through the library's interface: 1 to 32 bits, at most 2 GiB. */
-    bool isReasonable() const;
+    /**
+     * Whether such an image can be told through the library's interface (1 to 32 bits, at most 2 GiB) and come out of
+     * a file of `fileBytes`: no compression is so good that a small damaged file may make the reader take gigabytes.
+     */
+    bool isReasonable(std::uint64_t fileBytes = ~std::uint64_t{0}) const;
 };
 
 struct Image {

@@ -42,7 +42,7 @@ struct Layout {
     bool minIsWhite = false;
 };
 
-std::optional<Layout> layoutOf(TIFF* file) {
+std::optional<Layout> layoutOf(TIFF* file, std::uint64_t fileBytes) {
     const auto width = field<std::uint32_t>(file, TIFFTAG_IMAGEWIDTH, 0);
     const auto height = field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH, 0);
     const auto photometric = field<std::uint16_t>(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
@@ -61,7 +61,7 @@ std::optional<Layout> layoutOf(TIFF* file) {
         layout.format.samplesPerPixel > 1 &&
         field<std::uint16_t>(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE;
     const bool interleavable = !layout.separatePlanes || layout.format.bitsPerSample % 8 == 0;
-    return layout.format.isReasonable() && interleavable ? std::optional(layout) : std::nullopt;
+    return layout.format.isReasonable(fileBytes) && interleavable ? std::optional(layout) : std::nullopt;
 }
 
 /** Where decoded rows of one plane go: the rows of the image, or every n-th sample of them. */
@@ -145,7 +145,9 @@ bool readTiles(TIFF* file, std::uint32_t width, std::uint32_t height, std::uint1
 
 std::optional<Image> readImageFile(const char* path) {
     const Tiff file = open(path, "rm"); // not mapped: a file that shrinks meanwhile must not end the process
-    const std::optional<Layout> layout = file ? layoutOf(file.get()) : std::nullopt;
+    std::error_code error;
+    const std::uint64_t fileBytes = std::filesystem::file_size(path, error);
+    const std::optional<Layout> layout = file && !error ? layoutOf(file.get(), fileBytes) : std::nullopt;
     if (!layout) {
         return std::nullopt;
     }

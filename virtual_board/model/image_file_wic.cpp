@@ -1,8 +1,10 @@
 // TIFF files through the system's imaging component.
 #include "model/image_file.h"
 
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include <windows.h>
@@ -208,14 +210,17 @@ bool writePlain(const char* path, const void* pixels, const ImageFormat& format)
 
 std::optional<Image> readImageFile(const char* path) {
     const Apartment apartment;
+    const std::wstring file = wide(path);
     Com<IWICImagingFactory> factory;
     Com<IWICStream> stream;
     Com<IWICBitmapFrameDecode> frame;
     UINT width = 0, height = 0;
     GUID id{};
-    if (!createFactory(factory) || !openStream(*factory.get(), wide(path), GENERIC_READ, stream)) {
+    if (!createFactory(factory) || !openStream(*factory.get(), file, GENERIC_READ, stream)) {
         return std::nullopt;
     }
+    std::error_code error;
+    const std::uint64_t fileBytes = std::filesystem::file_size(file, error);
     const bool bigEndian = isBigEndian(*stream.get());
     if (!openFrame(*factory.get(), *stream.get(), frame) || FAILED(frame->GetSize(&width, &height)) ||
         FAILED(frame->GetPixelFormat(&id)) || width > INT32_MAX || height > INT32_MAX) {
@@ -228,7 +233,7 @@ std::optional<Image> readImageFile(const char* path) {
     Image image{{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), known->bitsPerSample,
                  known->samplesPerPixel},
                 nullptr};
-    if (!image.format.isReasonable()) {
+    if (error || !image.format.isReasonable(fileBytes)) {
         return std::nullopt;
     }
     image.pixels.reset(std::malloc(image.format.bytes()));
