@@ -212,7 +212,9 @@ void LegacyTrigger::switchSet(std::int32_t mode, std::int32_t previous) {
 
 // What is refused or fails keeps its value; the others follow all the same.
 void LegacyTrigger::applyDefaults() {
-    const auto set = [](auto& parameter, auto value) { parameter.change(value, OnFailure::swallow); };
+    const auto set = []<typename T>(parameters::Remembered<T>& parameter, auto value) {
+        parameter.change(static_cast<T>(value), OnFailure::swallow);
+    };
     auto& [input, timing, crossbar, state, queue, statistics] = rooms_;
     set(state.mode(), ATM_GENERATOR);
     set(state.state(), TS_SYNC_STOP);
