@@ -49,12 +49,13 @@ class TriggerSets {
             check(value);
         };
     }
-    /** Check of a legacy parameter: refused with -2070 unless the legacy set is in force. */
+    /** Check of a legacy parameter: a value that it could take is refused with -2070 unless the legacy set is in force.
+     */
     template <typename Check>
     auto legacy(Check check) const {
         return [this, check = std::move(check)](const auto& value) {
-            parameters::require(isLegacy(), FG_ERROR_UNKNOWN);
             check(value);
+            parameters::require(isLegacy(), FG_ERROR_UNKNOWN);
         };
     }
 
