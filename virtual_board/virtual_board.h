@@ -63,6 +63,31 @@ enum VirtualBoardStatus {
     VIRTUAL_BOARD_STATUS_PICTURES_LOST = 3      /**< likewise */
 };
 
+/* -- The trigger unit in virtual time. Nothing moves by itself: time passes with virtualBoardAdvance alone ----------
+ */
+
+/** Drives a trigger input pin, 0 to 7; the debounce decides when the design sees the level. */
+VIRTUAL_BOARD_API int32_t virtualBoardSetInput(VirtualBoard* board, uint32_t pin, int32_t level);
+/** Lets virtual time pass: at most an hour at a time, else -6000. */
+VIRTUAL_BOARD_API int32_t virtualBoardAdvance(VirtualBoard* board, uint64_t nanoseconds);
+/** The virtual time since power-on. */
+VIRTUAL_BOARD_API int32_t virtualBoardGetTime(VirtualBoard* board, uint64_t* nanoseconds);
+/** A camera-control line, 0 to 3, or trigger output, 0 to 7: its level and its rising edges since power-on. */
+VIRTUAL_BOARD_API int32_t virtualBoardGetCameraControl(VirtualBoard* board, uint32_t line, int32_t* level,
+                                                       uint64_t* pulses);
+VIRTUAL_BOARD_API int32_t virtualBoardGetOutput(VirtualBoard* board, uint32_t line, int32_t* level, uint64_t* pulses);
+
+typedef struct {
+    const char* name;     /**< the design's own, valid while the board keeps its design */
+    uint64_t mask;        /**< the bit of the event's position in the design's list; 0 beyond the 64th */
+    uint64_t nanoseconds; /**< when it was raised, in virtual time */
+} VirtualBoardEvent;
+
+/** Starts (into an empty list) or stops recording the events that the design raises; it is off at first. */
+VIRTUAL_BOARD_API int32_t virtualBoardRecordEvents(VirtualBoard* board, int32_t record);
+VIRTUAL_BOARD_API int32_t virtualBoardEventCount(VirtualBoard* board, size_t* count);
+VIRTUAL_BOARD_API int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEvent* event);
+
 /* -- Trace: every call into the maker's libraries, in order, for the whole process --------------------------------- */
 
 typedef struct {

@@ -1,5 +1,7 @@
 #include "applet/fg_ze_wrapper.h"
 
+#include "events/event_table.h"
+#include "maker/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 namespace qelm::applet {
@@ -58,12 +60,14 @@ std::int32_t FgZeWrapper::writeActLine(ShadingAccess* /*shading*/, std::int32_t 
     return FG_ERROR_NOT_SUPPORTED;
 }
 
-std::uint64_t FgZeWrapper::getEventMask(const char* /*name*/) {
-    return 0;
+std::uint64_t FgZeWrapper::getEventMask(const char* name) {
+    return events::designEventMask(
+        [this](std::uint32_t position) { return getDesignEvent(binding_.designImage(), position); }, name);
 }
 
-const char* FgZeWrapper::getEventName(std::uint64_t /*mask*/) {
-    return nullptr;
+const char* FgZeWrapper::getEventName(std::uint64_t mask) {
+    return events::designEventName(
+        [this](std::uint32_t position) { return getDesignEvent(binding_.designImage(), position); }, mask);
 }
 
 } // namespace qelm::applet

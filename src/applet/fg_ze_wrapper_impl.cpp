@@ -1,6 +1,7 @@
 #include "applet/fg_ze_wrapper_impl.h"
 
 #include "applet/identity.h"
+#include "maker/nuvrod.h"
 #include "platform/operating_system.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -25,6 +26,7 @@ FgZeWrapperImpl::FgZeWrapperImpl()
     , regionOfInterest_(design_, binding().parameterInfo())
     , imageOutput_(design_)
     , cameraSimulator_(design_, binding().parameterInfo())
+    , triggerUnit_(design_, binding().parameterInfo())
     , descriptionQuery_(registry_) {
     const auto enableRegisters = platform::environmentVariable("QELM_ENABLE_DRA");
     setDirectRegisterAccess(enableRegisters && persistence::meansYes(*enableRegisters));
@@ -35,6 +37,7 @@ FgZeWrapperImpl::FgZeWrapperImpl()
     regionOfInterest_.enroll(dispatch_);
     imageOutput_.enroll(dispatch_);
     cameraSimulator_.enroll(dispatch_);
+    triggerUnit_.enroll(dispatch_);
     dispatch_.add(descriptionQuery_);
 }
 
@@ -60,6 +63,7 @@ void FgZeWrapperImpl::loadInspectSettings() {
 
 void FgZeWrapperImpl::registerParameters() {
     registry_.addFixedParameters();
+    events_.build([this](std::uint32_t position) { return getDesignEvent(binding().designImage(), position); });
     constexpr std::int32_t onlyPort = 0;
     constexpr std::int32_t onlyProcess = 0;
     dispatch_.mapPort(onlyPort, onlyProcess);
@@ -132,6 +136,18 @@ std::int32_t FgZeWrapperImpl::getParameterId(std::int32_t index) {
 
 std::int32_t FgZeWrapperImpl::getNrOfParameter() {
     return registry_.count();
+}
+
+std::uint64_t FgZeWrapperImpl::getEventMask(const char* name) {
+    const std::uint64_t mask = name == nullptr ? 0 : events_.mask(name);
+    setLastError(mask != 0 ? 0 : FG_ERROR_UNKNOWN);
+    return mask;
+}
+
+const char* FgZeWrapperImpl::getEventName(std::uint64_t mask) {
+    const char* name = events_.name(mask);
+    setLastError(name != nullptr ? 0 : FG_ERROR_UNKNOWN);
+    return name;
 }
 
 const char* FgZeWrapperImpl::getVendorName() {

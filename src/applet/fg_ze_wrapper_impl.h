@@ -1,6 +1,7 @@
 #pragma once
 
 #include "applet/fg_ze_wrapper.h"
+#include "events/event_table.h"
 #include "features/board_status.h"
 #include "features/camera_link.h"
 #include "features/camera_simulator.h"
@@ -8,6 +9,7 @@
 #include "features/dispatch.h"
 #include "features/image_output.h"
 #include "features/region_of_interest.h"
+#include "features/trigger_unit.h"
 #include "parameters/design_access.h"
 #include "parameters/registry.h"
 #include "persistence/settings_store.h"
@@ -27,7 +29,7 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     /** The file that holds the design image when the embedded one is not used. */
     static const char* designImageFileName();
 
-    /** Registers the parameters; the runtime and the design image are bound. */
+    /** Registers the parameters and the events; the runtime and the design image are bound. */
     void registerParameters();
     /** Resolves design parameters and registers; the runtime and the design image are bound. */
     void bindDesign();
@@ -51,6 +53,8 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     const char* getParameterName(std::int32_t index) override;
     std::int32_t getParameterId(std::int32_t index) override;
     std::int32_t getNrOfParameter() override;
+    std::uint64_t getEventMask(const char* name) override;
+    const char* getEventName(std::uint64_t mask) override;
     const char* getVendorName() override;
     const char* getAppletName() override;
     const char* getAppletVersion() override;
@@ -63,12 +67,14 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     persistence::SettingsStore inspectSettings_;
     parameters::DesignAccess design_;
     parameters::Registry registry_;
+    events::EventTable events_;
     features::Dispatch dispatch_;
     features::BoardStatus boardStatus_;
     features::CameraLink cameraLink_;
     features::RegionOfInterest regionOfInterest_;
     features::ImageOutput imageOutput_;
     features::CameraSimulator cameraSimulator_;
+    features::TriggerUnit triggerUnit_;
     features::DescriptionQuery descriptionQuery_;
 };
 

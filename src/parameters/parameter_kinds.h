@@ -56,6 +56,7 @@ class Remembered final : public Parameter {
         std::function<void(const T& value)> check{}; ///< throws the refusal; nothing has changed then
         std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is remembered
         std::function<void()> settled{};                                ///< updates dependants, after every write
+        std::function<T()> read{}; ///< what a get answers; without it the remembered value
     };
 
     Remembered(std::int32_t id, T initial, Rules rules)
@@ -88,7 +89,7 @@ class Remembered final : public Parameter {
     /** Keeps a value without check or write. */
     void keep(T value) { value_ = std::move(value); }
 
-    void get(void* value) override { store(value_, value); }
+    void get(void* value) override { store(rules_.read ? rules_.read() : value_, value); }
     void set(const void* value, OnFailure onFailure) override { change(load<T>(value), onFailure); }
     void assign(const void* value) override { keep(load<T>(value)); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,5 +24,11 @@ extern const char pathSeparator;
 
 /** The value of an environment variable, which may be empty; nothing when it is not set. */
 std::optional<std::string> environmentVariable(const char* name);
+
+/** Counts per second of the high-resolution performance counter; nothing when the system has none. */
+std::optional<std::uint64_t> performanceCounterFrequency();
+std::uint64_t performanceCounter();
+/** Gives the processor away for at least so long. */
+void sleepMilliseconds(std::uint32_t milliseconds);
 
 } // namespace qelm::platform

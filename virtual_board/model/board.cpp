@@ -9,6 +9,8 @@ using namespace qelm::virtual_board;
 
 namespace {
 
+constexpr std::uint64_t longestAdvance = 3600000000000; // an hour in ns
+
 constexpr std::int32_t coefficientWidth = 8192;
 constexpr std::int32_t coefficientHeight = 8192;
 // A plane travels as the bytes of its 16-bit values.
@@ -59,10 +61,12 @@ void VirtualBoard::powerOn(std::shared_ptr<const Design> design) {
     coefficients_.clear();
     coefficients_.resize(design->coefficientBufferCount());
     design_ = std::move(design);
+    trigger_.emplace(*design_, words_);
 }
 
 void VirtualBoard::close() {
     const std::lock_guard guard(mutex_);
+    trigger_.reset();
     design_.reset();
     coefficients_.clear();
 }
@@ -105,6 +109,7 @@ std::int32_t VirtualBoard::setWord(const Design& design, const DesignParameter& 
             return value == parameter.maximum ? pulse(parameter) : ok;
         }
         words_[parameter.slot] = value;
+        trigger_->written(parameter);
         return ok;
     });
 }
@@ -324,6 +329,79 @@ std::int32_t VirtualBoard::coefficients(std::uint32_t buffer, const std::uint16_
     });
 }
 
+std::int32_t VirtualBoard::setInput(std::uint32_t pin, bool level) {
+    return whileOpen([&] {
+        if (pin >= TriggerUnit::pinCount) {
+            return unknown;
+        }
+        trigger_->setPin(pin, level);
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::advance(std::uint64_t nanoseconds) {
+    return whileOpen([&] {
+        if (nanoseconds > longestAdvance) {
+            return outOfRange;
+        }
+        trigger_->advance(nanoseconds);
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::time(std::uint64_t& nanoseconds) {
+    return whileOpen([&] {
+        nanoseconds = trigger_->nanoseconds();
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::cameraControl(std::uint32_t line, TriggerUnit::Line& state) {
+    return whileOpen([&] {
+        if (line >= TriggerUnit::cameraControlCount) {
+            return unknown;
+        }
+        state = trigger_->cameraControl(line);
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::triggerOutput(std::uint32_t line, TriggerUnit::Line& state) {
+    return whileOpen([&] {
+        if (line >= TriggerUnit::outputCount) {
+            return unknown;
+        }
+        state = trigger_->output(line);
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::recordEvents(bool record) {
+    return whileOpen([&] {
+        trigger_->recordEvents(record);
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::eventCount(std::size_t& count) {
+    return whileOpen([&] {
+        count = trigger_->events().size();
+        return ok;
+    });
+}
+
+std::int32_t VirtualBoard::eventAt(std::size_t place, VirtualBoardEvent& event) {
+    return whileOpen([&] {
+        if (place >= trigger_->events().size()) {
+            return unknown;
+        }
+        const RaisedEvent& raised = trigger_->events()[place];
+        const std::uint64_t mask = raised.position < 64 ? std::uint64_t{1} << raised.position : 0;
+        event = {design_->event(raised.position)->name, mask, raised.nanoseconds};
+        return ok;
+    });
+}
+
 std::uint32_t* VirtualBoard::wordNamed(const char* name, std::uint32_t index) {
     const DesignParameter* parameter = design_->parameter(std::string_view(name));
     const bool holds = parameter != nullptr && (parameter->holdsWord() || parameter->kind == Kind::Field);
@@ -338,6 +416,7 @@ std::int32_t VirtualBoard::pulse(const DesignParameter& command) {
     const std::int32_t result = command.coefficientFile == nullptr ? ok : loadCoefficients(command);
     if (result == ok) {
         ++pulses_[command.slot];
+        trigger_->written(command);
     }
     return result;
 }

@@ -4,11 +4,13 @@
 #include "model/design.h"
 #include "model/image_file.h"
 #include "model/runtime_parameters.h"
+#include "model/trigger_unit.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,16 @@ struct VirtualBoard {
     std::int32_t coefficients(std::uint32_t buffer, const std::uint16_t*& pixels, std::int32_t& width,
                               std::int32_t& height);
 
+    // The trigger unit, in virtual time.
+    std::int32_t setInput(std::uint32_t pin, bool level);
+    std::int32_t advance(std::uint64_t nanoseconds);
+    std::int32_t time(std::uint64_t& nanoseconds);
+    std::int32_t cameraControl(std::uint32_t line, qelm::virtual_board::TriggerUnit::Line& state);
+    std::int32_t triggerOutput(std::uint32_t line, qelm::virtual_board::TriggerUnit::Line& state);
+    std::int32_t recordEvents(bool record);
+    std::int32_t eventCount(std::size_t& count);
+    std::int32_t eventAt(std::size_t place, VirtualBoardEvent& event);
+
   private:
     template <typename Work>
     std::int32_t whileOpen(Work&& work);
@@ -74,6 +86,7 @@ struct VirtualBoard {
     std::mutex mutex_;
     std::shared_ptr<const Design> design_; // null once closed
     std::vector<std::uint32_t> words_;
+    std::optional<qelm::virtual_board::TriggerUnit> trigger_; // there while a design is
     std::vector<double> numbers_;
     std::vector<std::string> texts_;
     std::vector<std::uint64_t> pulses_; // by the slot of the command's word

@@ -16,6 +16,22 @@ std::int32_t withBoard(VirtualBoard* board, Work&& work) {
     return result == invalidBoard ? static_cast<std::int32_t>(unknown) : result;
 }
 
+std::int32_t lineState(VirtualBoard* board, std::int32_t (VirtualBoard::*read)(std::uint32_t, TriggerUnit::Line&),
+                       std::uint32_t line, std::int32_t* level, std::uint64_t* pulses) {
+    if (level == nullptr || pulses == nullptr) {
+        return unknown;
+    }
+    return withBoard(board, [&](VirtualBoard& found) {
+        TriggerUnit::Line state;
+        const std::int32_t result = (found.*read)(line, state);
+        if (result == ok) {
+            *level = state.level ? 1 : 0;
+            *pulses = state.pulses;
+        }
+        return result;
+    });
+}
+
 } // namespace
 
 VirtualBoard* virtualBoardOpen(void) {
@@ -86,6 +102,40 @@ int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uin
                ? unknown
                : withBoard(board,
                            [&](VirtualBoard& found) { return found.coefficients(buffer, *pixels, *width, *height); });
+}
+
+int32_t virtualBoardSetInput(VirtualBoard* board, uint32_t pin, int32_t level) {
+    return withBoard(board, [&](VirtualBoard& found) { return found.setInput(pin, level != 0); });
+}
+
+int32_t virtualBoardAdvance(VirtualBoard* board, uint64_t nanoseconds) {
+    return withBoard(board, [&](VirtualBoard& found) { return found.advance(nanoseconds); });
+}
+
+int32_t virtualBoardGetTime(VirtualBoard* board, uint64_t* nanoseconds) {
+    return nanoseconds == nullptr ? unknown
+                                  : withBoard(board, [&](VirtualBoard& found) { return found.time(*nanoseconds); });
+}
+
+int32_t virtualBoardGetCameraControl(VirtualBoard* board, uint32_t line, int32_t* level, uint64_t* pulses) {
+    return lineState(board, &VirtualBoard::cameraControl, line, level, pulses);
+}
+
+int32_t virtualBoardGetOutput(VirtualBoard* board, uint32_t line, int32_t* level, uint64_t* pulses) {
+    return lineState(board, &VirtualBoard::triggerOutput, line, level, pulses);
+}
+
+int32_t virtualBoardRecordEvents(VirtualBoard* board, int32_t record) {
+    return withBoard(board, [&](VirtualBoard& found) { return found.recordEvents(record != 0); });
+}
+
+int32_t virtualBoardEventCount(VirtualBoard* board, size_t* count) {
+    return count == nullptr ? unknown : withBoard(board, [&](VirtualBoard& found) { return found.eventCount(*count); });
+}
+
+int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEvent* event) {
+    return event == nullptr ? unknown
+                            : withBoard(board, [&](VirtualBoard& found) { return found.eventAt(position, *event); });
 }
 
 void virtualBoardTraceStart(void) {

@@ -1,9 +1,15 @@
 #include "platform/operating_system.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <dlfcn.h>
 
 namespace qelm::platform {
+namespace {
+
+constexpr std::uint64_t nanosecondsPerSecond = 1000000000;
+
+} // namespace
 
 const char pathSeparator = '/';
 
@@ -41,6 +47,22 @@ std::optional<std::string> ownLibraryPath() {
 std::optional<std::string> environmentVariable(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+std::optional<std::uint64_t> performanceCounterFrequency() {
+    return nanosecondsPerSecond;
+}
+
+std::uint64_t performanceCounter() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * nanosecondsPerSecond + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+void sleepMilliseconds(std::uint32_t milliseconds) {
+    timespec rest{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
+    while (nanosleep(&rest, &rest) != 0) { // interrupted by a signal
+    }
 }
 
 } // namespace qelm::platform

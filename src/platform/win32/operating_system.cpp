@@ -55,4 +55,22 @@ std::optional<std::string> environmentVariable(const char* name) {
     }
 }
 
+std::optional<std::uint64_t> performanceCounterFrequency() {
+    LARGE_INTEGER frequency{};
+    if (QueryPerformanceFrequency(&frequency) == FALSE || frequency.QuadPart <= 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(frequency.QuadPart);
+}
+
+std::uint64_t performanceCounter() {
+    LARGE_INTEGER count{};
+    QueryPerformanceCounter(&count);
+    return static_cast<std::uint64_t>(count.QuadPart);
+}
+
+void sleepMilliseconds(std::uint32_t milliseconds) {
+    Sleep(milliseconds);
+}
+
 } // namespace qelm::platform

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "features/dispatch.h"
+#include "features/legacy_trigger.h"
+#include "features/software_trigger.h"
+#include "features/trigger_crossbar.h"
+#include "features/trigger_input.h"
+#include "features/trigger_queue.h"
+#include "features/trigger_sets.h"
+#include "features/trigger_state.h"
+#include "features/trigger_statistics.h"
+#include "features/trigger_timing.h"
+#include "parameters/design_access.h"
+#include "parameters/information.h"
+
+namespace qelm::features {
+
+/**
+ * The area trigger of the design's one camera:
+ *
+ *     input ─┬─► sequencer ─► queue ─► generator ─► pulse form generators ─► crossbar ─► lines and outputs
+ *     software trigger ┘                 (rate)       (downscale, delay, width)    ▲
+ *     bypassed input ──────────────────────────────────────────────────────────────┘
+ */
+class TriggerUnit {
+  public:
+    TriggerUnit(parameters::DesignAccess& design, parameters::Information& information);
+
+    void enroll(Dispatch& dispatch);
+
+    /** Brings a freshly bound design to rest. */
+    void prepare();
+
+  private:
+    TriggerSets sets_;
+    TriggerInput input_;
+    TriggerTiming timing_;
+    TriggerCrossbar crossbar_;
+    TriggerState state_;
+    TriggerQueue queue_;
+    SoftwareTrigger softwareTrigger_;
+    TriggerStatistics statistics_;
+    LegacyTrigger legacy_;
+};
+
+} // namespace qelm::features

@@ -1,0 +1,161 @@
+#pragma once
+
+#include "model/design.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace qelm::virtual_board {
+
+/** An event that the design raised. */
+struct RaisedEvent {
+    std::uint64_t nanoseconds; /**< of virtual time */
+    std::size_t position;      /**< in the design's list of events */
+};
+
+/**
+ * The design's trigger unit in virtual time: debounced pins, input downscale, queue, generator with its minimum period,
+ * sequencer, pulse form generators and crossbar, with their statistics and events. It follows the board's words for its
+ * settings and keeps its status words up to date; a status word that somebody else has set stays until the unit's own
+ * value changes. Frames are the camera's affair: no frame is ever missing here.
+ *
+ * Not synchronised; the board's lock covers it.
+ */
+class TriggerUnit {
+  public:
+    static constexpr std::size_t pinCount = 8;
+    static constexpr std::size_t cameraControlCount = 4;
+    static constexpr std::size_t outputCount = 8;
+
+    /** @param words  the board's, one per slot of the design; they stay in place as long as the unit lives */
+    TriggerUnit(const Design& design, std::vector<std::uint32_t>& words);
+    TriggerUnit(const TriggerUnit&) = delete;
+    TriggerUnit& operator=(const TriggerUnit&) = delete;
+
+    /** A parameter of the design was written; of a command, a pulse was issued. */
+    void written(const DesignParameter& parameter);
+    void setPin(std::size_t pin, bool level);
+    void advance(std::uint64_t nanoseconds);
+    std::uint64_t nanoseconds() const;
+
+    struct Line {
+        bool level = false;
+        std::uint64_t pulses = 0; /**< rising edges so far */
+    };
+    const Line& cameraControl(std::size_t line) const { return cameraControl_[line].line; }
+    const Line& output(std::size_t line) const { return outputs_[line].line; }
+
+    /** Recording is off at first and starts with an empty list. */
+    void recordEvents(bool record);
+    const std::vector<RaisedEvent>& events() const { return events_; }
+
+  private:
+    using Ticks = std::uint64_t; // of 16 ns, since power-on
+    static constexpr Ticks never = std::numeric_limits<Ticks>::max();
+    static constexpr std::size_t noEvent = std::numeric_limits<std::size_t>::max();
+
+    struct Pin {
+        bool raw = false;
+        bool debounced = false;
+        Ticks settles = never; // when the raw level has been stable for long enough
+        std::size_t rising = noEvent, falling = noEvent;
+    };
+    struct Downscale {
+        const std::uint32_t* downscale;
+        const std::uint32_t* selected;
+        std::uint32_t count = 0;
+
+        /** Whether this pulse is the one that passes. */
+        bool passes();
+    };
+    struct PulseFormGenerator {
+        Downscale downscale;
+        const std::uint32_t* delay;
+        const std::uint32_t* width;
+        Ticks rises = never, falls = never;
+        bool level = false;
+    };
+    struct CrossbarLine {
+        const std::uint32_t* select;
+        const std::uint32_t* invert;
+        Line line{};
+    };
+    /** A status word, written when the value changes. */
+    struct Status {
+        std::uint32_t* word;
+        std::uint32_t value = 0;
+
+        void set(std::uint32_t newValue);
+    };
+    using Command = void (TriggerUnit::*)();
+
+    std::uint32_t* wordNamed(const std::string& name);
+    std::uint32_t* unitWord(const std::string& name);
+    PulseFormGenerator makeGenerator(std::size_t index);
+    CrossbarLine makeLine(const char* group, std::size_t index);
+    void onCommand(const char* name, Command command);
+    std::size_t eventNamed(const std::string& name) const;
+
+    Ticks nextTime() const;
+    /** Does everything that is due now. */
+    void runDue();
+    void movePulse(std::size_t index);
+    void debounce(Pin& pin);
+    void followInput();
+    void inputPulse();
+    void trigger();
+    void runGenerator();
+    void formPulse();
+    void updateLines();
+    void updateLine(CrossbarLine& line);
+    void publish();
+    void raise(std::size_t event);
+
+    bool generatorRuns() const;
+    bool pulseIsDue() const;
+    bool periodIsOver() const { return now_ >= ready_; }
+
+    void clearInputPulses();
+    void clearPeriods();
+    void clearOutputPulses();
+    void clearExceeded();
+    void clearInputDownscale();
+    void clearSequencer();
+    template <std::size_t index>
+    void clearGenerator();
+
+    const Design& design_;
+    std::vector<std::uint32_t>& words_;
+    std::deque<std::uint32_t> absent_; // stand in for what the design lacks
+    std::vector<Command> commands_;    // by slot
+    std::vector<bool> isSetting_;      // by slot
+    Ticks now_ = 0;
+    std::uint64_t nanosecondsLeft_ = 0; // of a tick that is not over
+
+    const std::uint32_t *debounceUnits_, *source_, *polarity_, *bypassSource_, *external_;
+    const std::uint32_t *minimumPeriod_, *fullValue_, *queueEnabled_, *fromQueue_, *clearQueue_, *multiply_;
+    const std::uint32_t *onLevel_, *offLevel_, *generatorsEnabled_, *statisticsSource_, *eventSource_;
+    std::array<Pin, pinCount> pins_{};
+    bool input_ = false;
+    Ticks lastInput_ = never;
+    Downscale inputDownscale_;
+    std::uint32_t queued_ = 0;
+    std::uint32_t toRepeat_ = 0; // pulses that the trigger being worked off is still good for
+    Ticks ready_ = 0;            // when the generator's period is over
+    bool exceeded_ = false, highLevel_ = false;
+    std::array<PulseFormGenerator, 4> generators_;
+    std::array<CrossbarLine, cameraControlCount> cameraControl_;
+    std::array<CrossbarLine, outputCount> outputs_;
+    Status levels_, inputPulses_, period_, longestPeriod_, shortestPeriod_, periodOver_, queueLevel_, outputPulses_,
+        queueStatus_;
+    std::size_t exceededEvent_, highEvent_, lowEvent_, outputEvent_;
+    bool recording_ = false;
+    std::vector<RaisedEvent> events_;
+};
+
+} // namespace qelm::virtual_board
