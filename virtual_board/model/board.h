@@ -5,6 +5,7 @@
 #include "model/image_file.h"
 #include "model/runtime_parameters.h"
 #include "model/trigger_unit.h"
+#include "virtual_board.h"
 
 #include <array>
 #include <cstdint>
