@@ -2,18 +2,64 @@
 
 #include "events/event_table.h"
 #include "maker/nuvrod.h"
+#include "persistence/fg_config_file_parser.h"
+#include "platform/locale.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
+
+#include <string>
 
 namespace qelm::applet {
 
 FgZeWrapper::~FgZeWrapper() noexcept(false) = default;
 
-std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* /*fileName*/) {
-    return setLastError(FG_ERROR_NOT_SUPPORTED);
+namespace {
+
+/** The keys of a configuration's header: whose it is. */
+namespace header {
+constexpr const char* vendor = "Hersteller";
+constexpr const char* applet = "Typ";
+constexpr const char* version = "Version";
+constexpr const char* loadAppletId = "LoadAppletId";
+constexpr const char* activePort = "AktivePort";
+} // namespace header
+
+} // namespace
+
+std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* fileName) {
+    platform::useEnglishLocale();
+    persistence::Fg_ConfigFileParser parser(nullptr, nullptr, false);
+    if (!parser.setSaveFile(fileName)) {
+        return setLastError(FG_ERROR_FILE_ACCESS);
+    }
+    parser.writeConfigFileHeader();
+    parser.writeConfigFile(header::vendor, getVendorName());
+    parser.writeConfigFile(header::applet, getAppletName());
+    parser.writeConfigFile(header::version, getAppletVersion());
+    parser.writeConfigFileIntKey(header::loadAppletId, getLoadAppletId());
+    parser.writeConfigFileIntKey(header::activePort, 0);
+    storeConfiguration(parser);
+    return setLastError(parser.close() ? 0 : FG_ERROR_FILE_ACCESS);
 }
 
-std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* /*fileName*/) {
-    return setLastError(FG_ERROR_NOT_SUPPORTED);
+std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* fileName) {
+    platform::useEnglishLocale();
+    persistence::Fg_ConfigFileParser parser(nullptr, fileName, true);
+    if (!parser.checkFileExist(fileName)) {
+        setLastError(FG_ERROR_CONFIGURATION); // not what is returned, and callers know it so
+        return FG_ERROR_FILE_NOT_FOUND;
+    }
+    const bool loaded = parser.checkFileType(fileName) && isOwnConfiguration(parser) && applyConfiguration(parser);
+    return setLastError(loaded ? 0 : FG_ERROR_CONFIGURATION);
+}
+
+// The vendor and the port must be there, whatever they are.
+bool FgZeWrapper::isOwnConfiguration(persistence::Fg_ConfigFileParser& parser) {
+    std::string vendor;
+    std::string applet;
+    std::int32_t activePort = 0;
+    return parser.parseKeyFromLine(header::vendor, vendor) == 0 &&
+           parser.parseKeyFromLine(header::applet, applet) == 0 && applet == getAppletName() &&
+           parser.parseIntKeyFromHeader(header::activePort, activePort) == 0;
 }
 
 std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* /*buffer*/,

@@ -39,7 +39,12 @@ class FgZeWrapper {
     virtual const char* getParameterName(std::int32_t index) = 0;
     virtual std::int32_t getParameterId(std::int32_t index) = 0;
     virtual std::int32_t getNrOfParameter() = 0;
+    /**
+     * Writes all settings into a configuration file, which is emptied first: a save that fails halfway (-5001) leaves
+     * what it had written.
+     */
     virtual std::int32_t saveConfig(void* runtimeHandle, const char* fileName);
+    /** @return 0, -2076 without the file (last error -5000), or -5000 when it is refused; see applyConfiguration */
     virtual std::int32_t loadConfig(void* runtimeHandle, const char* fileName);
     virtual std::int32_t getParameterInfoXML(BoardStructure* board, std::int32_t port, char* buffer,
                                              std::size_t* bufferSize);
@@ -76,6 +81,9 @@ class FgZeWrapper {
     void setDirectRegisterAccess(bool enabled) { directRegisterAccess_ = enabled; }
 
   private:
+    /** Whether the header is one of this applet's. */
+    bool isOwnConfiguration(persistence::Fg_ConfigFileParser& parser);
+
     struct PortParameterRecord {
         std::int32_t mark = 0;
     };

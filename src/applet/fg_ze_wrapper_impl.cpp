@@ -2,6 +2,7 @@
 
 #include "applet/identity.h"
 #include "maker/nuvrod.h"
+#include "persistence/configuration.h"
 #include "platform/operating_system.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -78,11 +79,24 @@ void FgZeWrapperImpl::buildParameterInfo() {
     binding().parameterInfo().addFixedParameters();
 }
 
-bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& /*parser*/) {
-    return false;
+parameters::Parameter& FgZeWrapperImpl::enrolled(std::int32_t id) const {
+    parameters::Parameter* parameter = dispatch_.find(id);
+    parameters::require(parameter != nullptr, FG_ERROR_UNKNOWN);
+    return *parameter;
 }
 
-void FgZeWrapperImpl::storeConfiguration(persistence::Fg_ConfigFileParser& /*parser*/) {}
+// Locked as a whole: no set in between, and nobody reads settings that are half loaded.
+bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& parser) {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    return persistence::applyParameters(
+        parser, [this](std::int32_t id) -> auto& { return enrolled(id); });
+}
+
+void FgZeWrapperImpl::storeConfiguration(persistence::Fg_ConfigFileParser& parser) {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    persistence::storeParameters(
+        parser, [this](std::int32_t id) -> auto& { return enrolled(id); });
+}
 
 // Nothing that the design offers; no export reaches these four.
 void FgZeWrapperImpl::processChannelToDma() {

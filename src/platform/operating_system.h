@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,5 +31,8 @@ std::optional<std::uint64_t> performanceCounterFrequency();
 std::uint64_t performanceCounter();
 /** Gives the processor away for at least so long. */
 void sleepMilliseconds(std::uint32_t milliseconds);
+
+/** The calendar time in the system's time zone. */
+std::tm localTime(std::time_t time);
 
 } // namespace qelm::platform

@@ -111,6 +111,13 @@ TEST_F(QelmTest, SaysWhatIsWrong) {
         {{"set", "FG_WIDTH=8"}, 1, {"FG_WIDTH = 8 was refused", "(-6000", "FG_WIDTH takes 16 to 1024 pixel"}},
         {{"set", "FG_PIXELDEPTH=8"}, 1, {"(-12", "FG_PIXELDEPTH is read-only."}},
         {{"set", "FG_FORMAT=FG_GREY"}, 1, {"Did you mean FG_GRAY?", "FG_GRAY (3) or FG_GRAY16 (1)"}},
+        {{"save", "none/setup.kcf"}, 1, {"saving \"none/setup.kcf\" failed", "(-5001, FG_ERROR_FILE_ACCESS)"}},
+        {{"save", "setup.txt"}, 1, {"(-5001", "has to contain \".kcf\""}},
+        {{"save", "none/setup.kcf", "FG_WIDTH=8"}, 1, {"FG_WIDTH = 8 was refused", "was not written"}},
+        {{"load", "none.kcf"}, 1, {"loading \"none.kcf\" failed", "(-2076"}},
+        {{"diff", "none.kcf", "none.kcf"}, 1, {"there is no file \"none.kcf\""}},
+        {{"check", "none.kcf"}, 1, {"there is no file \"none.kcf\""}},
+        {{"check"}, 2, {"FILE.kcf is required"}},
         {{"info", "--applet", "nowhere.so"}, 1, {"there is no library", "nowhere.so"}},
     };
     for (const auto& [arguments, status, errors] : cases) {
@@ -179,6 +186,73 @@ TEST_F(QelmTest, SpeaksJson) {
     EXPECT_EQ(Json::parse(refused.output)["changes"][0]["error"]["code"], -6000);
 }
 
+TEST_F(QelmTest, SavesLoadsComparesAndChecksConfigurations) {
+    const std::string plain = (folder_ / "plain.kcf").string();
+    const std::string other = (folder_ / "other.kcf").string();
+    const std::string changes = "FG_WIDTH: 1024 -> 512 pixel\nFG_FORMAT: FG_GRAY (3) -> FG_GRAY16 (1)\n";
+    EXPECT_EQ(run({"save", plain}).output, "Saved 100 settings in " + plain + "\n");
+    EXPECT_EQ(run({"save", other, "FG_WIDTH=512", "FG_FORMAT=1"}).output,
+              changes + "Saved 100 settings in " + other + "\n");
+    EXPECT_EQ(run({"load", plain}).output, "Nothing changed\n");
+    EXPECT_EQ(run({"load", other}).output, changes);
+    const Json loaded = Json::parse(run({"load", other, "--json"}).output);
+    EXPECT_EQ(loaded["changes"][1]["newName"], "FG_GRAY16");
+    const Result differ = run({"diff", plain, other});
+    EXPECT_EQ(differ.status, 1);
+    EXPECT_EQ(differ.output, changes);
+    EXPECT_EQ(run({"diff", plain, plain}).status, 0);
+    const Result good = run({"check", other});
+    EXPECT_EQ(good.status, 0) << good.output;
+    EXPECT_EQ(good.output, "A load would take everything as it is\n");
+
+    // The settings of the trigger would suit each other, but a load applies the rate while the old width still holds.
+    std::string text = readText(plain);
+    const std::pair<std::string, std::string> edits[] = {
+        {"FG_WIDTH=1024;", "FG_WIDTH=8;"},
+        {"FG_GEN_ROLL=0;", "FG_GEN_ROLL=0x1;"},
+        {"FG_PROCESSING_GAIN=1;", "FG_PROCESSING_GAIN=5000;"},
+        {"FG_TRIGGER_FRAMESPERSECOND=8;", "FG_TRIGGER_FRAMESPERSECOND=1000;"},
+        {"FG_TRIGGERIN_DEBOUNCE=1.008;", "FG_TRIGGERIN_DEBOUNCE=1;"},
+        {"FG_TRIGGER_PULSEFORMGEN0_WIDTH=4000;", "FG_TRIGGER_PULSEFORMGEN0_WIDTH=100;"},
+        {"FG_SHADING_BLACK_FILENAME='';", "FG_SHADING_BLACK_FILENAME='it's.tif';"},
+    };
+    for (const auto& [from, to] : edits) {
+        ASSERT_NE(text.find(from), std::string::npos) << from;
+        text.replace(text.find(from), from.size(), to);
+    }
+    std::ofstream(other) << text << "FG_WIDTH=512;\nFG_WIDTHS=1;\nnonsense\n";
+    const Result bad = run({"check", other});
+    EXPECT_EQ(bad.status, 1);
+    for (const char* part : {
+             ":15: refused: FG_WIDTH = 8 was refused: ",
+             "The value is kept all the same",
+             ":35: changed: FG_GEN_ROLL=0x1 is read as 0\n",
+             ": refused: FG_PROCESSING_GAIN = 5000 was refused",
+             ": refused: FG_TRIGGER_FRAMESPERSECOND = 1000 was refused: ",
+             ": changed: FG_TRIGGERIN_DEBOUNCE: 1 \u00b5s becomes 1.008 \u00b5s\n",
+             ": changed: FG_SHADING_BLACK_FILENAME='it's.tif' is read as 'it'\n",
+             ": refused: the shading coefficients would not be computed: ",
+             ":111: ignored: FG_WIDTH stands in line 15 already\n",
+             ":112: ignored: there is no key FG_WIDTHS\n",
+             ":113: ignored: \"nonsense\" is neither a section nor KEY=VALUE;\n",
+         }) {
+        EXPECT_THAT(bad.output, HasSubstr(part));
+    }
+    EXPECT_THAT(bad.output, testing::Not(HasSubstr("GEN0_WIDTH")));
+    const Json findings = Json::parse(run({"check", other, "--json"}).output);
+    EXPECT_EQ(findings["loads"], true);
+
+    std::ofstream(other) << "Hersteller='x';\nTyp='y';\n[Port A]\nFG_WIDTH=Error;\n";
+    const Result unloadable = run({"check", other});
+    EXPECT_EQ(unloadable.status, 1);
+    for (const char* part : {": refused: Typ is 'y', not 'Zantor_", ": refused: the key AktivePort is missing\n",
+                             ": refused: the key FG_TIMEOUT is missing\n", ":4: refused: FG_WIDTH counts as missing",
+                             "A load would be refused\n"}) {
+        EXPECT_THAT(unloadable.output, HasSubstr(part));
+    }
+    EXPECT_EQ(run({"load", other}).status, 1);
+}
+
 /** The words of a command line of the help texts. */
 Words split(const std::string& line) {
     Words words(1);
@@ -198,7 +272,8 @@ Words split(const std::string& line) {
 TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
     size_t examples = 0;
     for (const Words& help : {Words{"--help"}, Words{"info", "--help"}, Words{"list", "--help"}, Words{"get", "--help"},
-                              Words{"set", "--help"}, Words{"trace", "--help"}}) {
+                              Words{"set", "--help"}, Words{"trace", "--help"}, Words{"save", "--help"},
+                              Words{"load", "--help"}, Words{"check", "--help"}}) {
         std::string text = run(help).output;
         const std::string start = "\n  qelm ";
         for (size_t at = text.find(start); at != std::string::npos; at = text.find(start, at + 1)) {
@@ -206,7 +281,11 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
             const std::string line =
                 text.substr(begin, std::min(text.find('\n', begin), text.find("  ", begin)) - begin);
             if (line.find("/opt/") == std::string::npos) {
-                const Result result = run(split(line));
+                Words words = split(line);
+                for (std::string& word : words) {
+                    word = word.ends_with(".kcf") ? (folder_ / word).string() : word;
+                }
+                const Result result = run(words);
                 EXPECT_EQ(result.status, 0) << "qelm " << line << '\n' << result.errors;
                 ++examples;
             }

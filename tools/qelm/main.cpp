@@ -22,6 +22,7 @@ constexpr const char* examples = R"(Examples:
   qelm get FG_WIDTH FG_FORMAT            two values
   qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
   qelm trace FG_WIDTH=512                what a setting writes into the design
+  qelm save setup.kcf FG_WIDTH=512       a configuration file; "load", "diff" and "check" read it
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
 of one run in the next, so settings that belong together go into one.)";
@@ -67,6 +68,35 @@ Examples:
   qelm trace --reads FG_FILLLEVEL
   qelm trace --start-up
   qelm trace FG_GEN_WIDTH=1024 --json)";
+
+constexpr const char* saveExamples =
+    R"(Starts the applet, makes the settings given in their order and saves all settings. The file is written anew; when the
+disk is full what fits of it is left. Lookup tables and shading coefficients are not in it, but what they are made from.
+
+Examples:
+  qelm save setup.kcf
+  qelm save setup.kcf FG_WIDTH=512 FG_FORMAT=FG_GRAY16)";
+
+constexpr const char* loadExamples =
+    R"(Shows what the file changes in a board that was just started. Values that the applet refuses are skipped without a
+word, as in every load: "qelm check" tells them.
+
+Examples:
+  qelm load setup.kcf
+  qelm load setup.kcf --json)";
+
+constexpr const char* diffExamples = R"(The exit status is 0 when both hold the same settings and 1 when they differ.
+
+Examples:
+  qelm diff setup.kcf night.kcf)";
+
+constexpr const char* checkExamples =
+    R"(Says line by line what a load would refuse, change or ignore. No board is changed: the file is tried on a virtual one.
+The exit status is 0 when there is nothing to say and 1 otherwise.
+
+Examples:
+  qelm check setup.kcf
+  qelm check setup.kcf --json)";
 
 /** Reports an argument that no verb takes. */
 int reportUnexpected(const CLI::App& app, const std::string& argument) {
@@ -117,6 +147,24 @@ class CommandLine {
             ->add_option("NAME=VALUE", arguments_, "Parameter and value to set")
             ->required()
             ->type_name("");
+
+        CLI::App* save = addVerb("save", "Saves all settings in a configuration file", saveExamples,
+                                 [this] { return tool::save(common_, file_, arguments_); });
+        addFile(*save, "FILE.kcf", file_, "Configuration file to write");
+        save->add_option("NAME=VALUE", arguments_, "Parameter and value to set before")->type_name("");
+
+        CLI::App* load = addVerb("load", "Loads a configuration file and shows what changes", loadExamples,
+                                 [this] { return tool::load(common_, file_); });
+        addFile(*load, "FILE.kcf", file_, "Configuration file to load");
+
+        CLI::App* diff = addVerb("diff", "Compares two configuration files", diffExamples,
+                                 [this] { return tool::diff(common_, file_, otherFile_); });
+        addFile(*diff, "A.kcf", file_, "Configuration file");
+        addFile(*diff, "B.kcf", otherFile_, "Configuration file");
+
+        CLI::App* check = addVerb("check", "Says what a load of a configuration file would not take", checkExamples,
+                                  [this] { return tool::check(common_, file_); });
+        addFile(*check, "FILE.kcf", file_, "Configuration file to check");
 
         CLI::App* verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
                                  [this] { return traceSteps(); });
@@ -169,10 +217,16 @@ class CommandLine {
         return verb;
     }
 
+    static void addFile(CLI::App& verb, const char* name, std::string& file, const char* description) {
+        verb.add_option(name, file, description)->required()->type_name("");
+    }
+
     CLI::App app_{"Drives the acquisition applet Zantor_Obvelline_Qx4_RK on a board.", "qelm"};
     tool::CommonOptions common_;
     std::string filter_;
     std::vector<std::string> arguments_;
+    std::string file_;
+    std::string otherFile_;
     tool::TraceOptions trace_;
     std::function<int()> verb_;
 };

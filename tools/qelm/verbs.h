@@ -23,6 +23,10 @@ int info(const CommonOptions& options);
 int list(const CommonOptions& options, const std::string& filter);
 int get(const CommonOptions& options, const std::vector<std::string>& names);
 int set(const CommonOptions& options, const std::vector<std::string>& assignments);
+int save(const CommonOptions& options, const std::string& file, const std::vector<std::string>& assignments);
+int load(const CommonOptions& options, const std::string& file);
+int diff(const CommonOptions& options, const std::string& left, const std::string& right);
+int check(const CommonOptions& options, const std::string& file);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
 
 } // namespace qelm::tool

@@ -65,4 +65,10 @@ void sleepMilliseconds(std::uint32_t milliseconds) {
     }
 }
 
+std::tm localTime(std::time_t time) {
+    std::tm result{};
+    localtime_r(&time, &result);
+    return result;
+}
+
 } // namespace qelm::platform

@@ -73,4 +73,10 @@ void sleepMilliseconds(std::uint32_t milliseconds) {
     Sleep(milliseconds);
 }
 
+std::tm localTime(std::time_t time) {
+    std::tm result{};
+    localtime_s(&result, &time);
+    return result;
+}
+
 } // namespace qelm::platform

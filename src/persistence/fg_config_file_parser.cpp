@@ -1,0 +1,260 @@
+#include "persistence/fg_config_file_parser.h"
+
+#include "platform/number_text.h"
+#include "zantor_obvelline_qx4_rk/error_codes.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace qelm::persistence {
+namespace {
+
+constexpr const char* fileType = ".kcf";
+constexpr std::string_view missing = "Error";
+constexpr std::int32_t notANumber = -1;
+// With the line feed: nothing may stand behind it on its line.
+constexpr std::string_view headerSection = "[Kamerasektion]\n";
+
+std::string portSection(std::uint32_t port) {
+    return std::string("[Port ") + static_cast<char>('A' + port) + "]";
+}
+
+std::int32_t found(const std::optional<std::string_view>& value, std::string& destination) {
+    if (!value) {
+        destination.replace(0, missing.size(), missing);
+        return FG_ERROR_KEY_NOT_FOUND;
+    }
+    destination = *value;
+    return 0;
+}
+
+/** A decimal number without its sign, and whether it has one. */
+struct Decimal {
+    bool negative = false;
+    std::optional<std::uint64_t> magnitude{}; ///< the largest one when it does not fit
+};
+
+/** The number that the text begins with, blanks before it aside. */
+Decimal readDecimal(std::string_view text) {
+    constexpr std::string_view blanks = " \t\n\v\f\r";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    Decimal result;
+    if (text.starts_with('-') || text.starts_with('+')) {
+        result.negative = text.front() == '-';
+        text.remove_prefix(1);
+    }
+    std::uint64_t magnitude = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude);
+    if (error == std::errc::result_out_of_range) {
+        magnitude = std::numeric_limits<std::uint64_t>::max();
+    }
+    if (end != text.data()) {
+        result.magnitude = magnitude;
+    }
+    return result;
+}
+
+} // namespace
+
+Fg_ConfigFileParser::Fg_ConfigFileParser(platform::DllLog* log, const char* fileName, bool readOnly) : log_(log) {
+    report("Fg_ConfigFileParser::Fg_ConfigFileParser");
+    if (checkFileType(fileName) && checkFileExist(fileName)) {
+        file_ = std::fopen(fileName, readOnly ? "r" : "r+");
+    }
+}
+
+Fg_ConfigFileParser::~Fg_ConfigFileParser() {
+    report("Fg_ConfigFileParser::~Fg_ConfigFileParser");
+    close();
+}
+
+void Fg_ConfigFileParser::report(const char* method) {
+    if (log_ != nullptr) {
+        log_->info(method);
+    }
+}
+
+bool Fg_ConfigFileParser::checkFileType(const char* path) {
+    report("Fg_ConfigFileParser::checkFileType");
+    const bool matches = path != nullptr && std::strstr(path, fileType) != nullptr;
+    report(matches ? "File type ok" : "File type not ok");
+    return matches;
+}
+
+bool Fg_ConfigFileParser::checkFileExist(const char* path) {
+    report("Fg_ConfigFileParser::checkFileExist");
+    std::FILE* file = path == nullptr ? nullptr : std::fopen(path, "r");
+    report(file != nullptr ? "Config File exist" : "Config File don't exist");
+    return file != nullptr && std::fclose(file) == 0;
+}
+
+bool Fg_ConfigFileParser::setSaveFile(const char* path) {
+    report("Fg_ConfigFileParser::setSaveFile");
+    const char* failure = "Config File is Invalid";
+    if (checkFileType(path)) {
+        close();
+        complete_ = true;
+        file_ = std::fopen(path, "w");
+        failure = "Config File: fopen failed";
+    }
+    if (file_ == nullptr && log_ != nullptr) {
+        log_->error(failure);
+    }
+    return file_ != nullptr;
+}
+
+bool Fg_ConfigFileParser::close() {
+    contents_.reset();
+    if (std::FILE* file = std::exchange(file_, nullptr)) {
+        complete_ = std::fclose(file) == 0 && complete_;
+    }
+    return complete_;
+}
+
+void Fg_ConfigFileParser::write(std::initializer_list<std::string_view> parts) {
+    if (file_ == nullptr) {
+        return;
+    }
+    contents_.reset();
+    for (const std::string_view part : parts) {
+        complete_ = std::fwrite(part.data(), 1, part.size(), file_) == part.size() && complete_;
+    }
+    complete_ = std::fflush(file_) == 0 && complete_;
+}
+
+void Fg_ConfigFileParser::writeConfigFileHeader() {
+    report("Fg_ConfigFileParser::writeConfigFileHeader");
+    write({headerSection, "\nConfigFileVersion=2.0;\n"});
+}
+
+void Fg_ConfigFileParser::writeConfigFile(const char* key, const char* text) {
+    report("Fg_ConfigFileParser::writeConfigFile");
+    write({key, "='", text, "';\n"});
+}
+
+void Fg_ConfigFileParser::writeConfigFileValue(const char* key, const char* value) {
+    report("Fg_ConfigFileParser::writeConfigFileValue");
+    write({key, "=", value, ";\n"});
+}
+
+void Fg_ConfigFileParser::writeConfigFileIntKey(const char* key, std::int32_t value) {
+    report("Fg_ConfigFileParser::writeConfigFileIntKey");
+    writeConfigFileValue(key, std::to_string(value).c_str());
+}
+
+void Fg_ConfigFileParser::writeConfigFileUInt64Key(const char* key, std::uint64_t value) {
+    report("Fg_ConfigFileParser::writeConfigFileUInt64Key");
+    writeConfigFileValue(key, std::to_string(value).c_str());
+}
+
+void Fg_ConfigFileParser::wrtiteConfigFileDoubleKey(const char* key, double value) {
+    report("Fg_ConfigFileParser::wrtiteConfigFileDoubleKey");
+    writeConfigFileValue(key, platform::numberText(value).c_str());
+}
+
+void Fg_ConfigFileParser::writePortSection(std::uint32_t port) {
+    report("Fg_ConfigFileParser::writePortSection");
+    write({"\n", portSection(port), "\n"});
+}
+
+ConfigurationText& Fg_ConfigFileParser::contents() {
+    if (!contents_) {
+        std::optional<std::string> text;
+        if (file_ != nullptr) {
+            text = ConfigurationText::read(file_);
+            std::fseek(file_, 0, SEEK_END); // where a write may follow
+        }
+        contents_.emplace(std::move(text).value_or(std::string()));
+    }
+    return *contents_;
+}
+
+std::int32_t Fg_ConfigFileParser::parseKeyFromLine(std::string_view key, std::string& destination) {
+    report("Fg_ConfigFileParser::parseKeyFromLine");
+    return found(contents().valueInLineWith(key), destination);
+}
+
+std::int32_t Fg_ConfigFileParser::parseKey(std::string_view section, std::string_view key, std::string& destination) {
+    report("Fg_ConfigFileParser::parseKey");
+    return found(contents().value(section, key), destination);
+}
+
+std::optional<std::string_view> Fg_ConfigFileParser::numberText(std::string_view section, std::string_view key) {
+    const auto text = contents().value(section, key);
+    return text && text->find(missing) == text->npos ? text : std::nullopt;
+}
+
+std::int32_t Fg_ConfigFileParser::parseIntKey(std::string_view section, std::string_view key,
+                                              std::int32_t& destination) {
+    report("Fg_ConfigFileParser::parseIntKey");
+    const auto text = numberText(section, key);
+    return text ? getIntValue(*text, destination) : notANumber;
+}
+
+std::int32_t Fg_ConfigFileParser::parseIntKey(std::string_view section, std::string_view key,
+                                              std::uint64_t& destination) {
+    report("Fg_ConfigFileParser::parseIntKey");
+    const auto text = numberText(section, key);
+    return text ? getIntValue(*text, destination) : notANumber;
+}
+
+std::int32_t Fg_ConfigFileParser::parseDoubleKey(std::string_view section, std::string_view key, double& destination) {
+    report("Fg_ConfigFileParser::parseDoubleKey");
+    const auto text = numberText(section, key);
+    return text ? getDoubleValue(*text, destination) : notANumber;
+}
+
+std::int32_t Fg_ConfigFileParser::parseIntKeyFromHeader(std::string_view key, std::int32_t& destination) {
+    report("Fg_ConfigFileParser::parseIntKeyFromHeader");
+    return parseIntKey(headerSection, key, destination);
+}
+
+std::int32_t Fg_ConfigFileParser::parsePortIntKey(std::uint32_t port, const char* key, std::int32_t& destination) {
+    report("Fg_ConfigFileParser::parsePortIntKey");
+    return key == nullptr ? notANumber : parseIntKey(portSection(port), key, destination);
+}
+
+std::int32_t Fg_ConfigFileParser::parsePortUInt64Key(std::uint32_t port, const char* key, std::uint64_t& destination) {
+    report("Fg_ConfigFileParser::parsePortUInt64Key");
+    return key == nullptr ? notANumber : parseIntKey(portSection(port), key, destination);
+}
+
+std::int32_t Fg_ConfigFileParser::parsePortKey(std::uint32_t port, const char* key, std::string& destination) {
+    report("Fg_ConfigFileParser::parsePortKey");
+    return key == nullptr ? notANumber : parseKey(portSection(port), key, destination);
+}
+
+std::int32_t Fg_ConfigFileParser::parsePortDoubleKey(std::uint32_t port, const char* key, double& destination) {
+    report("Fg_ConfigFileParser::parsePortDoubleKey");
+    return key == nullptr ? notANumber : parseDoubleKey(portSection(port), key, destination);
+}
+
+std::int32_t Fg_ConfigFileParser::getIntValue(std::string_view text, std::int32_t& destination) {
+    report("Fg_ConfigFileParser::getIntValue");
+    using Limits = std::numeric_limits<std::int32_t>;
+    const Decimal decimal = readDecimal(text);
+    const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (decimal.negative ? 1 : 0);
+    const auto magnitude = static_cast<std::int64_t>(std::min(decimal.magnitude.value_or(0), largest));
+    destination = static_cast<std::int32_t>(decimal.negative ? -magnitude : magnitude);
+    return 0;
+}
+
+std::int32_t Fg_ConfigFileParser::getIntValue(std::string_view text, std::uint64_t& destination) {
+    report("Fg_ConfigFileParser::getIntValue");
+    const Decimal decimal = readDecimal(text);
+    if (decimal.magnitude) {
+        destination = decimal.negative ? 0 - *decimal.magnitude : *decimal.magnitude;
+    }
+    return 0;
+}
+
+std::int32_t Fg_ConfigFileParser::getDoubleValue(std::string_view text, double& destination) {
+    report("Fg_ConfigFileParser::getDoubleValue");
+    destination = platform::numberValue(text);
+    return 0;
+}
+
+} // namespace qelm::persistence
