@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,5 +24,12 @@ extern const char pathSeparator;
 
 /** The value of an environment variable, which may be empty; nothing when it is not set. */
 std::optional<std::string> environmentVariable(const char* name);
+
+/** The folder for temporary files with a separator at its end; nothing when the system does not tell. */
+std::optional<std::string> temporaryFolder();
+/** Creates an empty file that the owner may read and write. @return false when it exists or cannot be created */
+bool createFileExclusively(const std::string& path);
+/** Milliseconds since some moment, as the system counts them. */
+std::uint64_t millisecondTicks();
 
 } // namespace qelm::platform
