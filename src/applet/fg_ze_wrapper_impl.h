@@ -8,8 +8,10 @@
 #include "features/description_query.h"
 #include "features/dispatch.h"
 #include "features/image_output.h"
+#include "features/lookup_table.h"
 #include "features/region_of_interest.h"
 #include "features/trigger_unit.h"
+#include "features/shading.h"
 #include "parameters/design_access.h"
 #include "parameters/registry.h"
 #include "persistence/settings_store.h"
@@ -55,6 +57,16 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     std::int32_t getNrOfParameter() override;
     std::uint64_t getEventMask(const char* name) override;
     const char* getEventName(std::uint64_t mask) override;
+    ShadingAccess* allocShading(std::int32_t set, std::int32_t port) override;
+    std::int32_t freeShading(ShadingAccess* shading) override;
+    std::int32_t setSubValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
+    std::int32_t setMultValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
+    std::int32_t setFixedPatternNoiseLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
+                                          std::int32_t on) override;
+    std::int32_t getMaxLine(ShadingAccess* shading) override;
+    std::int32_t getAccess(ShadingAccess* shading) override;
+    std::int32_t freeAccess(ShadingAccess* shading) override;
+    std::int32_t writeActLine(ShadingAccess* shading, std::int32_t line) override;
     const char* getVendorName() override;
     const char* getAppletName() override;
     const char* getAppletVersion() override;
@@ -77,6 +89,8 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     features::ImageOutput imageOutput_;
     features::CameraSimulator cameraSimulator_;
     features::TriggerUnit triggerUnit_;
+    features::LookupTable lookupTable_;
+    features::Shading shading_;
     features::DescriptionQuery descriptionQuery_;
 };
 
