@@ -50,6 +50,18 @@ uint32_t parseWhole(const Reference& reference, std::string_view text) {
     return static_cast<uint32_t>(number);
 }
 
+uint64_t parseWide(const Reference& reference, std::string_view text) {
+    uint64_t number = 0;
+    const std::errc error = parseNumber(text, number);
+    if (error == std::errc::invalid_argument && !text.starts_with('-')) {
+        throw noNumber(reference, text, "a whole number");
+    }
+    if (error != std::errc{} || number > reference.parameter->wideMaximum) {
+        throw outOfRange(reference, text);
+    }
+    return number;
+}
+
 double parseFloat(const Reference& reference, std::string_view text) {
     double number = 0.0;
     const std::errc error = parseNumber(text, number);
@@ -90,23 +102,15 @@ Value parseValue(const Reference& reference, std::string_view text) {
         return parseFloat(reference, text);
     case ParameterKind::enumeration:
         return parseEntry(reference, text);
+    case ParameterKind::wideInteger:
+        return parseWide(reference, text);
     case ParameterKind::fileName:
+    case ParameterKind::text:
         return std::string(text);
     case ParameterKind::lutEntry:
         return LutEntry{parseWhole(reference, text), reference.index};
     }
     throw std::logic_error("unknown parameter kind");
-}
-
-const Parameter& findParameter(std::span<const Parameter> parameters, std::string_view name) {
-    std::vector<std::string_view> names;
-    for (const Parameter& parameter : parameters) {
-        if (parameter.name == name) {
-            return parameter;
-        }
-        names.push_back(parameter.name);
-    }
-    throw AppletError(FG_ERROR_UNKNOWN, "there is no parameter " + quoted(name), suggestion(name, names));
 }
 
 /** What helps after a refusal with that code. */
@@ -123,6 +127,17 @@ std::string advice(const Board& board, const Parameter& parameter, int32_t code)
 }
 
 } // namespace
+
+const Parameter& findParameter(std::span<const Parameter> parameters, std::string_view name) {
+    std::vector<std::string_view> names;
+    for (const Parameter& parameter : parameters) {
+        if (parameter.name == name) {
+            return parameter;
+        }
+        names.push_back(parameter.name);
+    }
+    throw AppletError(FG_ERROR_UNKNOWN, "there is no parameter " + quoted(name), suggestion(name, names));
+}
 
 std::string Reference::text() const {
     return parameter->kind == ParameterKind::lutEntry ? parameter->name + "[" + std::to_string(index) + "]"
@@ -168,6 +183,9 @@ std::string formatValue(const Parameter& parameter, const Value& value) {
         const std::string digits = std::to_string(*number);
         return entry == nullptr ? digits : std::string(entry->name) + " (" + digits + ")";
     }
+    if (const auto* number = std::get_if<uint64_t>(&value)) {
+        return std::to_string(*number);
+    }
     if (const auto* number = std::get_if<double>(&value)) {
         return formatNumber(*number);
     }
@@ -184,7 +202,11 @@ Value readValue(const Board& board, const Reference& reference) {
     case ParameterKind::floatingPoint:
         value = 0.0;
         break;
+    case ParameterKind::wideInteger:
+        value = uint64_t{0};
+        break;
     case ParameterKind::fileName:
+    case ParameterKind::text:
         value = std::string{};
         break;
     case ParameterKind::lutEntry:
