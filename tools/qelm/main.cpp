@@ -76,8 +76,7 @@ with the pulses and with --wait alone, so a run is the same every time. Times ar
 Examples:
   qelm events --pulses 3
   qelm events --pin 2 --pulses 2 --period 500 --width 10
-  qelm events FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERSTATE=TS_ACTIVE --pulses 5 --period 20000 \
-              FG_TRIGGERIN_STATS_FREQUENCY FG_TRIGGEROUT_STATS_PULSECOUNT FG_TRIGGER_EXCEEDED_PERIOD_LIMITS
+  qelm events FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERSTATE=TS_ACTIVE --pulses 5 FG_TRIGGER_EXCEEDED_PERIOD_LIMITS
   qelm events FG_TRIGGERSTATE=TS_ACTIVE --wait 500000 --json)";
 
 /** Reports an argument that no verb takes. */
