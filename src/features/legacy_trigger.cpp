@@ -207,7 +207,6 @@ void LegacyTrigger::switchSet(std::int32_t mode, std::int32_t previous) {
     applyDefaults();
     resetFields();
     sets_.mode().keep(mode);
-    sets_.switchAccess();
 }
 
 // What is refused or fails keeps its value; the others follow all the same.

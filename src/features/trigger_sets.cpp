@@ -37,6 +37,10 @@ void TriggerSets::refreshAccess(std::uint32_t areaTriggerMode) {
 }
 
 void TriggerSets::switchAccess() {
+    if (legacyIsShown_ == isLegacy()) {
+        return;
+    }
+    legacyIsShown_ = isLegacy();
     setAccessOfCurrent(lastCurrent, isLegacy() ? access::readOnly : access::readWrite);
     setAccessOfShared();
     for (const std::int32_t id : legacySet) {

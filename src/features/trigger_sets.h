@@ -24,7 +24,8 @@ class TriggerSets {
         : information_(information)
         , mode_(FG_TRIGGER_LEGACY_MODE, FG_OFF,
                 {.check = parameters::oneOf<std::int32_t>(parameters::enumerations::OnOff),
-                 .apply = std::move(switchSet)}) {}
+                 .apply = std::move(switchSet),
+                 .settled = [this] { switchAccess(); }}) {}
 
     Mode& mode() { return mode_; }
     bool isLegacy() const { return mode_.value() == FG_ON; }
@@ -59,19 +60,17 @@ class TriggerSets {
         };
     }
 
-    /* What user interfaces may set. */
-
-    /** After the mode or state of the unit changed. */
+    /** Tells user interfaces what may be set, after the mode or state of the unit changed. */
     void refreshAccess(std::uint32_t areaTriggerMode);
-    /** After the set was switched. */
-    void switchAccess();
 
   private:
+    void switchAccess();
     void setAccessOfCurrent(std::int32_t last, std::int32_t access);
     void setAccessOfShared();
 
     parameters::Information& information_;
     Mode mode_;
+    bool legacyIsShown_ = false; ///< in the information; a configuration load brings a mode without showing it
     bool applying_ = false;
 };
 

@@ -90,7 +90,11 @@ TEST_F(QelmTest, Answers) {
          {"FG_FORMAT: FG_GRAY (3) -> FG_GRAY16 (1)\n"
           "    Device1_Process0_OutputFormat_FG_FORMAT_SelectSource=0\nFG_WIDTH = 1024 pixel\n"}},
         {{"trace", "--reads", "FG_OVERFLOW"}, {"    read Device1_Process0_Overflow_OverflowOccurred=0\n"}},
-        {{"trace", "--start-up"}, {"start-up\n    AAGenEnable=0\n", "    Device1_Process0_Camera_Format=0\n"}},
+        {{"events", "--pin", "1", "--pulses", "2", "--period", "10", "--width", "5", "FG_TRIGGERIN_STATS_PULSECOUNT",
+          "FG_TRIGGERIN_SRC=TRGINSRC_1"},
+         {"TRGINSRC_0 (0) -> TRGINSRC_1 (1)", "1.008 \u00b5s   0x20  FG_TRIGGER_INPUT1_RISING\n",
+          "16.000 \u00b5s  0x40  FG_TRIGGER_INPUT1_FALLING\nFG_TRIGGERIN_STATS_PULSECOUNT = 2 pulses\n"}},
+        {{"trace", "--start-up"}, {"start-up\n", "    AAGenEnable=0\n", "    Device1_Process0_Camera_Format=0\n"}},
     };
     for (const auto& [arguments, output] : cases) {
         const Result result = run(arguments);
@@ -115,6 +119,8 @@ TEST_F(QelmTest, SaysWhatIsWrong) {
         {{"list", "--fast"}, 2, {"\"qelm list\" does not take \"--fast\""}},
         {{"get"}, 2, {"NAME is required"}},
         {{"trace"}, 2, {"nothing to trace"}},
+        {{"events", "--period", "5", "--width", "6"}, 2, {"--width must not exceed --period"}},
+        {{"events", "--pin", "8"}, 2, {"--pin", "0", "7"}},
         {{"list", "no such"}, 1, {"\"no such\""}},
         {{"get", ""}, 1, {"name is missing"}},
         {{"get", "FG_WITDH"}, 1, {"no parameter \"FG_WITDH\"", "(-2070, FG_ERROR_UNKNOWN)", "Did you mean FG_WIDTH?"}},
@@ -301,7 +307,7 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
     size_t examples = 0;
     std::vector<Words> helps{{"--help"}};
     for (const char* verb :
-         {"info", "list", "get", "set", "trace", "describe", "xml", "save", "load", "diff", "check"}) {
+         {"info", "list", "get", "set", "trace", "events", "describe", "xml", "save", "load", "diff", "check"}) {
         helps.push_back({verb, "--help"});
     }
     for (const Words& help : helps) {

@@ -24,6 +24,7 @@ constexpr const char* examples = R"(Examples:
   qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
   qelm trace FG_WIDTH=512                what a setting writes into the design
   qelm save setup.kcf FG_WIDTH=512       a configuration file; "load", "diff" and "check" read it
+  qelm events --pulses 3                 what the design tells of three pulses at a trigger input
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
 of one run in the next, so settings that belong together go into one.)";
@@ -118,6 +119,16 @@ Examples:
   qelm check setup.kcf
   qelm check setup.kcf --json)";
 
+constexpr const char* eventsExamples =
+    R"(NAME=VALUE sets a parameter before the pulses, NAME reads one after them. Time is the virtual board's own: it passes
+with the pulses and with --wait alone, so a run is the same every time. Times are in microseconds.
+
+Examples:
+  qelm events --pulses 3
+  qelm events --pin 2 --pulses 2 --period 500 --width 10
+  qelm events FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERSTATE=TS_ACTIVE --pulses 5 FG_TRIGGER_EXCEEDED_PERIOD_LIMITS
+  qelm events FG_TRIGGERSTATE=TS_ACTIVE --wait 500000 --json)";
+
 /** Reports an argument that no verb takes. */
 int reportUnexpected(const CLI::App& app, const std::string& argument) {
     if (!app.get_subcommands().empty()) {
@@ -202,6 +213,16 @@ class CommandLine {
         verb->add_option("NAME[=VALUE]", trace_.steps, "Parameter to read or to set")->type_name("");
         verb->add_flag("--start-up", trace_.startUp, "Shows what the start of the applet does, too");
         verb->add_flag("--reads", trace_.reads, "Shows what is read from the board, too");
+
+        verb = addVerb("events", "Drives a trigger input of a virtual board and shows the events that it raises",
+                       eventsExamples, [this] { return driveEvents(); });
+        verb->add_option("NAME[=VALUE]", events_.steps, "Parameter to set before or to read after")->type_name("");
+        verb->add_option("--pin", events_.pin, "Trigger input, 0 to 7")->check(CLI::Range(0, 7))->type_name("N");
+        verb->add_option("--pulses", events_.pulses, "Number of pulses")->check(CLI::Range(0, 1000000))->type_name("N");
+        const CLI::Range time(uint64_t{0}, uint64_t{3600000000}); // an hour
+        verb->add_option("--period", events_.period, "From one pulse to the next")->check(time)->type_name("TIME");
+        verb->add_option("--width", events_.width, "How long the pin is high")->check(time)->type_name("TIME");
+        verb->add_option("--wait", events_.wait, "Time to let pass after the pulses")->check(time)->type_name("TIME");
     }
 
     int run(int argc, char** argv) {
@@ -230,6 +251,14 @@ class CommandLine {
             return misused;
         }
         return tool::trace(common_, trace_);
+    }
+
+    int driveEvents() {
+        if (events_.width > events_.period) {
+            tool::printError("a pulse cannot be wider than its period: --width must not exceed --period");
+            return misused;
+        }
+        return tool::events(common_, events_);
     }
 
     /** They may stand before and after the verb. */
@@ -263,6 +292,7 @@ class CommandLine {
     std::string file_;
     std::string otherFile_;
     tool::TraceOptions trace_;
+    tool::EventsOptions events_;
     std::function<int()> verb_;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -26,6 +27,16 @@ struct TraceOptions {
     bool reads = false;             ///< shows the calls that change nothing, too
 };
 
+/** Pulses to drive a pin of a virtual board with. Times are virtual microseconds. */
+struct EventsOptions {
+    std::vector<std::string> steps; ///< "NAME=VALUE" sets before the pulses, "NAME" reads after them
+    uint32_t pin = 0;
+    uint32_t pulses = 0;
+    uint64_t period = 1000;
+    uint64_t width = 100; ///< at most the period
+    uint64_t wait = 0;    ///< after the last period
+};
+
 int info(const CommonOptions& options);
 int list(const CommonOptions& options, const ListOptions& listOptions);
 int describe(const CommonOptions& options, const std::string& name);
@@ -38,5 +49,6 @@ int load(const CommonOptions& options, const std::string& file);
 int diff(const CommonOptions& options, const std::string& left, const std::string& right);
 int check(const CommonOptions& options, const std::string& file);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
+int events(const CommonOptions& options, const EventsOptions& eventsOptions);
 
 } // namespace qelm::tool

@@ -351,7 +351,7 @@ void TriggerUnit::publish() {
 
 void TriggerUnit::raise(std::size_t event) {
     if (recording_ && event != noEvent) {
-        events_.push_back({nanoseconds(), event});
+        events_.push_back({now_ * tickNanoseconds, event});
     }
 }
 

@@ -1,0 +1,208 @@
+// The legacy parameter set: how it is switched, what it takes, how it drives the current one.
+
+#include "trigger_fixture.h"
+
+#include <map>
+
+namespace qelm::test {
+namespace {
+
+class Legacy : public Trigger {
+  protected:
+    int32_t access(const char* name) const { return described(board_, name).access; }
+    void expectAccess(bool legacy) {
+        for (const char* name : {"FG_AREATRIGGERMODE", "FG_TRIGGERIN_DEBOUNCE", "FG_TRIGGEROUT_SELECT7",
+                                 "FG_TRIGGERCC_SELECT3", "FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR"}) {
+            EXPECT_EQ(access(name), legacy ? 1 : 7) << name;
+        }
+        for (const char* name : {"FG_TRIGGERMODE", "FG_CCSEL3", "FG_DIGIO_OUTPUT", "FG_PRESCALER"}) {
+            EXPECT_EQ(access(name), legacy ? 7 : 1) << name;
+        }
+        for (const char* name :
+             {"FG_TRIGGER_FRAMESPERSECOND", "FG_TRIGGERIN_SRC", "FG_TRIGGERIN_POLARITY", "FG_SENDSOFTWARETRIGGER"}) {
+            EXPECT_EQ(access(name), 7) << name;
+        }
+        for (const char* name : {"FG_DIGIO_INPUT", "FG_TRIGGERQUEUE_FILLLEVEL", "FG_TRIGGEROUT_STATS_PULSECOUNT"}) {
+            EXPECT_EQ(access(name), 1) << name;
+        }
+    }
+    Writes lines(size_t from, size_t to, uint32_t select, uint32_t invert) const {
+        Writes writes;
+        for (size_t line = from; line <= to; ++line) {
+            writes = writes + route(cameraControl(line), select, invert);
+        }
+        return writes;
+    }
+};
+
+TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
+    const struct {
+        int32_t mode;
+        uint32_t failAt; // the write that fails on the way
+    } switches[] = {{FG_ON, 0}, {FG_OFF, 5}, {FG_ON, 9}, {FG_OFF, 20}, {FG_ON, 1000}};
+    for (const auto& [mode, failAt] : switches) {
+        SCOPED_TRACE(testing::Message() << mode << " with a failure at " << failAt);
+        if (mode == FG_ON) {
+            enter(ATM_EXTERNAL, TS_SYNC_STOP);
+            board_.change(FG_TRIGGER_MULTIPLY_PULSES, 5U);
+            board_.change(FG_TRIGGERCC_SELECT2, uint32_t{CC_PULSEGEN3});
+        } else {
+            board_.change(FG_CCSEL2, uint32_t{CC_STROBEPULSE});
+            board_.change(FG_PRESCALER, 2.0);
+        }
+        const Writes complete = [&] {
+            failWrites(failAt, 1);
+            Writes writes = writesOfSet(FG_TRIGGER_LEGACY_MODE, mode);
+            control().clearFaults();
+            return writes;
+        }();
+        EXPECT_EQ(complete.back(), unit + "OutputEvent_Select_Select=0");
+        EXPECT_EQ(board_.get<int32_t>(FG_TRIGGER_LEGACY_MODE), mode);
+        expectAccess(mode == FG_ON);
+        for (const auto& [id, value] : std::map<int32_t, uint32_t>{{FG_TRIGGERMODE, FREE_RUN},
+                                                                   {FG_EXPOSURE, 4000},
+                                                                   {FG_CCSEL0, CC_EXSYNC},
+                                                                   {FG_CCSEL2, CC_VCC},
+                                                                   {FG_DIGIO_OUTPUT, 3},
+                                                                   {FG_TRIGGERSTATE, TS_SYNC_STOP}}) {
+            EXPECT_EQ(board_.get<uint32_t>(id), value) << id;
+        }
+        EXPECT_EQ(board_.get<double>(FG_PRESCALER), 10.0);
+        EXPECT_THAT(writesOfSet(FG_TRIGGER_LEGACY_MODE, mode), IsEmpty()) << "it is in force already";
+    }
+    EXPECT_EQ(mode(), uint32_t{ATM_GENERATOR});
+    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGER_MULTIPLY_PULSES), 1U);
+    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERCC_SELECT2), uint32_t{CC_VCC});
+}
+
+TEST_F(Legacy, OnlyTheSetInForceTakesValues) {
+    const int32_t legacyIds[] = {FG_TRIGGERMODE,    FG_EXSYNCON, FG_FLASHON, FG_EXPOSURE,    FG_EXSYNCPOLARITY,
+                                 FG_FLASH_POLARITY, FG_CCSEL0,   FG_CCSEL3,  FG_DIGIO_OUTPUT};
+    for (const int32_t id : legacyIds) {
+        expectRefused(id, board_.get<uint32_t>(id), -2070);
+    }
+    for (const int32_t id : {FG_EXSYNCDELAY, FG_STROBEPULSEDELAY, FG_PRESCALER}) {
+        expectRefused(id, 10.0, -2070);
+    }
+    board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
+    for (const int32_t id :
+         {FG_AREATRIGGERMODE, FG_TRIGGERSTATE, FG_TRIGGERIN_DOWNSCALE, FG_TRIGGERIN_DOWNSCALE_PHASE,
+          FG_TRIGGER_MULTIPLY_PULSES, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE,
+          FG_TRIGGERCC_SELECT0, FG_TRIGGEROUT_SELECT7, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD}) {
+        expectRefused(id, board_.get<uint32_t>(id), -2070);
+    }
+    for (const int32_t id : {FG_TRIGGERIN_DEBOUNCE, FG_TRIGGER_PULSEFORMGEN1_DELAY, FG_TRIGGER_PULSEFORMGEN1_WIDTH}) {
+        expectRefused(id, board_.get<double>(id), -2070);
+    }
+    expectRefused(FG_TRIGGERQUEUE_MODE, int32_t{FG_OFF}, -2070);
+    board_.change(FG_TRIGGERIN_SRC, 2U); // shared
+    board_.change(FG_TRIGGERIN_POLARITY, LOW_ACTIVE);
+
+    const struct {
+        int32_t id;
+        uint32_t value;
+        int32_t code;
+    } refused[] = {{FG_TRIGGERMODE, 3, -6000}, {FG_EXSYNCON, 2, -6000},      {FG_FLASH_POLARITY, 2, -6000},
+                   {FG_EXPOSURE, 0, -6000},    {FG_EXPOSURE, 125000, -6000}, {FG_EXPOSURE, 15, -7080},
+                   {FG_CCSEL1, 1, -6000},      {FG_DIGIO_OUTPUT, 4, -6000}};
+    for (const auto& row : refused) {
+        expectRefused(row.id, row.value, row.code);
+    }
+    for (const int32_t id : {FG_EXSYNCDELAY, FG_STROBEPULSEDELAY}) {
+        expectRefused(id, -0.1, -6000);
+        expectRefused(id, 10230.1, -6000);
+    }
+    expectRefused(FG_PRESCALER, 0.031, -6000);
+    expectRefused(FG_PRESCALER, 1048.57, -6000);
+}
+
+TEST_F(Legacy, AFailureLeavesNoDoorOpenToTheCurrentSet) {
+    board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
+    failWrites(2, 1); // the third width
+    EXPECT_EQ(board_.set(FG_EXPOSURE, 1000U), injected);
+    control().clearFaults();
+    EXPECT_EQ(board_.get<uint32_t>(FG_EXPOSURE), 4000U);
+    expectRefused(FG_TRIGGER_MULTIPLY_PULSES, 1U, -2070);
+    poke(generators + "3_Delay_Delay", 0xFFFFFFFF); // the timing of one generator refuses
+    EXPECT_EQ(board_.set(FG_EXPOSURE, 1000U), -2079);
+    expectRefused(FG_TRIGGER_MULTIPLY_PULSES, 1U, -2070);
+}
+
+TEST_F(Legacy, TriggerModesDriveTheCurrentSet) {
+    const Writes rest = lines(0, 3, 5, 1) + route(output(0), 5, 1) + route(output(1), 5, 1) + route(output(3), 5, 1) +
+                        route(output(7), 5, 1);
+    board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
+    const struct {
+        uint32_t legacy, mode, state, minimumPeriod;
+    } rows[] = {{ASYNC_TRIGGER, ATM_EXTERNAL, TS_ACTIVE, 10},
+                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490},
+                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490},
+                {ASYNC_SOFTWARE_TRIGGER, ATM_SOFTWARE, TS_ACTIVE, 10},
+                {FREE_RUN, ATM_SOFTWARE, TS_ASYNC_STOP, 10},
+                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.legacy);
+        const Writes writes = writesOfSet(FG_TRIGGERMODE, row.legacy);
+        ASSERT_GT(writes.size(), rest.size());
+        EXPECT_THAT(Writes(writes.end() - static_cast<std::ptrdiff_t>(rest.size()), writes.end()),
+                    ElementsAreArray(rest));
+        EXPECT_EQ(mode(), row.mode);
+        EXPECT_EQ(state(), row.state);
+        EXPECT_EQ(peek(period), row.minimumPeriod);
+        EXPECT_EQ(access("FG_AREATRIGGERMODE"), 1);
+        EXPECT_EQ(access("FG_SENDSOFTWARETRIGGER"), row.mode == ATM_EXTERNAL ? 1 : 7);
+    }
+    board_.change(FG_TRIGGERMODE, uint32_t{ASYNC_TRIGGER});
+    EXPECT_THAT(writesOfSet(FG_TRIGGER_FRAMESPERSECOND, 16.0), ElementsAre(period + "=10")) << "the input has the say";
+    failWrites(0, 1);
+    EXPECT_EQ(board_.set(FG_TRIGGERMODE, uint32_t{FREE_RUN}), injected);
+    control().clearFaults();
+    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERMODE), uint32_t{ASYNC_TRIGGER});
+    EXPECT_EQ(state(), uint32_t{TS_ACTIVE});
+}
+
+TEST_F(Legacy, LinesFollowSelectionSwitchAndPolarity) {
+    board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
+    const struct {
+        uint32_t selection;
+        uint32_t pulse; // the generator; 4 for constant levels
+        uint32_t onHigh, onLow, offHigh, offLow;
+    } rows[] = {
+        {CC_EXSYNC, 0, CC_PULSEGEN0, CC_NOT_PULSEGEN0, CC_GND, CC_VCC},
+        {CC_NOT_EXSYNC, 0, CC_NOT_PULSEGEN0, CC_PULSEGEN0, CC_VCC, CC_GND},
+        {CC_STROBEPULSE, 1, CC_PULSEGEN1, CC_NOT_PULSEGEN1, CC_GND, CC_VCC},
+        {CC_NOT_STROBEPULSE, 1, CC_NOT_PULSEGEN1, CC_PULSEGEN1, CC_VCC, CC_GND},
+        {CC_GND, 4, CC_GND, CC_GND, CC_GND, CC_GND},
+        {CC_VCC, 4, CC_VCC, CC_VCC, CC_VCC, CC_VCC},
+    };
+    for (const auto& row : rows) {
+        for (const int32_t on : {FG_ON, FG_OFF}) {
+            for (const int32_t polarity : {FG_HIGH, FG_LOW}) {
+                board_.change(row.pulse == 1 ? FG_FLASHON : FG_EXSYNCON, static_cast<uint32_t>(on));
+                board_.change(row.pulse == 1 ? FG_FLASH_POLARITY : FG_EXSYNCPOLARITY, static_cast<uint32_t>(polarity));
+                board_.change(FG_CCSEL3, row.selection);
+                const uint32_t expected = on == FG_ON ? (polarity == FG_HIGH ? row.onHigh : row.onLow)
+                                                      : (polarity == FG_HIGH ? row.offHigh : row.offLow);
+                EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERCC_SELECT3), expected) << row.selection << on << polarity;
+                if (row.selection == CC_EXSYNC || row.selection == CC_STROBEPULSE) {
+                    EXPECT_EQ(board_.get<uint32_t>(outputIds[row.pulse]), expected);
+                }
+            }
+        }
+    }
+    board_.change(FG_EXSYNCPOLARITY, uint32_t{FG_HIGH});
+    board_.change(FG_CCSEL3, uint32_t{CC_NOT_EXSYNC});
+    EXPECT_THAT(writesOfSet(FG_EXSYNCON, 1U), ElementsAreArray(route(cameraControl(0), 0, 0) + lines(1, 2, 5, 1) +
+                                                               route(cameraControl(3), 0, 1) + route(output(0), 0, 0)));
+    EXPECT_THAT(writesOfSet(FG_DIGIO_OUTPUT, 2U), ElementsAreArray(route(output(3), 5, 0) + route(output(7), 5, 1)));
+    EXPECT_THAT(writesOfSet(FG_EXSYNCDELAY, 10230.0), ElementsAre(generators + "0_Delay_Delay=639375"));
+    EXPECT_THAT(writesOfSet(FG_STROBEPULSEDELAY, 1.0), ElementsAre(generators + "1_Delay_Delay=63"));
+    EXPECT_EQ(board_.get<double>(FG_STROBEPULSEDELAY), 1.0) << "as it was set";
+    EXPECT_THAT(writesOfSet(FG_EXPOSURE, 124990U),
+                ElementsAre(generators + "0_Width_Width=7811875", generators + "1_Width_Width=7811875",
+                            generators + "2_Width_Width=7811875", generators + "3_Width_Width=7811875"));
+    EXPECT_THAT(writesOfSet(FG_PRESCALER, 1048.56), IsEmpty());
+}
+
+} // namespace
+} // namespace qelm::test
