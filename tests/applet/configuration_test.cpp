@@ -78,7 +78,7 @@ class ConfigurationTest : public BoardTest {
     }
     /** Loads a file of exactly these bytes. */
     int32_t loadText(const Board& board, const std::string& bytes) {
-        writeBytes(path(), bytes);
+        folder_.write("setup.kcf", bytes);
         return load(board, path());
     }
     /** Makes settings in their order, each of which has to succeed. */
@@ -97,8 +97,8 @@ TEST_F(ConfigurationTest, SavesExactBytes) {
 }
 
 TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
-    writeBytes(path("table.lut"), "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n"
-                                  "0,7;\n1,8;\n");
+    folder_.write("table.lut", "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n"
+                               "0,7;\n1,8;\n");
     std::vector<std::function<void(Board&)>> modes;
     for (const uint32_t mode : {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE}) {
         for (const uint32_t state : {TS_ACTIVE, TS_ASYNC_STOP, TS_SYNC_STOP}) {
@@ -247,7 +247,7 @@ TEST_F(ConfigurationTest, RefusesFilesThatAreNotItsOwn) {
     };
     for (const auto& [what, bytes, name, code] : cases) {
         SCOPED_TRACE(what);
-        writeBytes(path(name), bytes);
+        folder_.write(name, bytes);
         EXPECT_THAT(writesOf(board_, [&] { EXPECT_EQ(load(board_, path(name)), code); }), IsEmpty());
         EXPECT_EQ(lastError(board_), FG_ERROR_CONFIGURATION);
     }
@@ -381,7 +381,7 @@ TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
         EXPECT_EQ(loadText(board, freshConfiguration()), 0);
         EXPECT_EQ(saved(board), freshConfiguration());
     }
-    writeBytes(path(), text);
+    folder_.write("setup.kcf", text);
     std::filesystem::resize_file(path(), uint64_t{1} << 31); // zero bytes that take no room on the disk
     EXPECT_EQ(load(board_, path()), FG_ERROR_CONFIGURATION);
     std::filesystem::create_directory(path("folder.kcf"));
@@ -412,7 +412,7 @@ TEST_F(ConfigurationTest, SavesThatFailSaySo) {
     EXPECT_EQ(saved(board_), without(freshConfiguration(), "FG_TRIGGERIN_DEBOUNCE"));
     control().clearFaults();
     // An older file is written over.
-    writeBytes(path(), std::string(100000, 'x'));
+    folder_.write("setup.kcf", std::string(100000, 'x'));
     EXPECT_EQ(save(board_, path()), 0);
     EXPECT_EQ(readText(path()), freshConfiguration());
 #ifndef _WIN32

@@ -19,7 +19,7 @@ class ConfigurationFileTest : public testing::Test {
   protected:
     /** A parser that reads the text given. */
     Fg_ConfigFileParser& reading(const std::string& bytes) {
-        test::writeBytes(file_, bytes);
+        folder_.write("setup.kcf", bytes);
         return parser_.emplace(nullptr, file_.c_str(), true);
     }
 
@@ -205,7 +205,7 @@ TEST_F(ConfigurationFileTest, AValueThatHoldsErrorIsNoNumber) {
 }
 
 TEST_F(ConfigurationFileTest, TypeAndExistenceDecideWhatIsOpened) {
-    test::writeBytes(file_, "[Port A]\nK=1;\n");
+    folder_.write("setup.kcf", "[Port A]\nK=1;\n");
     std::filesystem::copy_file(file_, folder_.file("setup.kcf.bak"));
     std::filesystem::copy_file(file_, folder_.file("setup.txt"));
     const struct {
@@ -247,7 +247,7 @@ TEST_F(ConfigurationFileTest, FailuresToSaveAreLogged) {
 }
 
 TEST_F(ConfigurationFileTest, AFileOpenToBeChangedShowsWhatWasWritten) {
-    test::writeBytes(file_, "[Port A]\nK=1;\n");
+    folder_.write("setup.kcf", "[Port A]\nK=1;\n");
     Fg_ConfigFileParser parser(nullptr, file_.c_str(), false);
     std::int32_t value = 0;
     EXPECT_EQ(parser.parsePortIntKey(0, "L", value), -1);

@@ -65,6 +65,15 @@ std::string readText(const std::string& file) {
     return *text;
 }
 
+/** The beginning of a text, with what a terminal would take for commands replaced. */
+std::string shown(std::string_view text) {
+    constexpr size_t longest = 60;
+    std::string result(text.substr(0, longest));
+    std::ranges::replace_if(
+        result, [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }, '?');
+    return result + (text.size() > longest ? "..." : "");
+}
+
 const ConfigurationKey* findKey(std::string_view name) {
     const auto* found = std::ranges::find(persistence::configurationKeys, name, &ConfigurationKey::name);
     return found == std::end(persistence::configurationKeys) ? nullptr : found;
@@ -74,7 +83,6 @@ class Check {
   public:
     Check(const host::Applet& applet, const std::string& file)
         : applet_(applet)
-        , file_(file)
         , contents_(readText(file))
         , parser_(nullptr, file.c_str(), true) {
         readLines();
@@ -101,17 +109,22 @@ class Check {
     void readLines() {
         const std::string section = "[Port A]";
         bool inSection = false;
+        bool isRest = false; // of a line that is too long
         size_t number = 1;
         for (size_t position = 0; position < contents_.size();) {
             const ConfigurationText::Line line = contents_.lineAt(position);
-            const bool ended = line.endsWithLineFeed;
-            if (!ended && line.next < contents_.size()) {
+            const bool isCut = !line.endsWithLineFeed && line.next < contents_.size();
+            if (isCut && !isRest) {
                 add(number, "ignored",
                     "the line is longer than 255 characters: what follows counts as a line of its own");
             }
-            readLine(number, line.text.substr(0, line.text.find('\n')), inSection);
+            const std::string_view text = line.text.substr(0, line.text.find('\n'));
+            if (!isRest || findKey(text.substr(0, text.find('='))) != nullptr) {
+                readLine(number, text, inSection);
+            }
             inSection = inSection || line.text.find(section) != line.text.npos;
-            number += ended ? 1 : 0;
+            isRest = isCut;
+            number += isCut ? 0 : 1;
             position = line.next;
         }
         if (!inSection) {
@@ -125,7 +138,7 @@ class Check {
         }
         const size_t equals = line.find('=');
         if (equals == line.npos) {
-            add(number, "ignored", "\"" + std::string(line) + "\" is neither a section nor KEY=VALUE;");
+            add(number, "ignored", "\"" + shown(line) + "\" is neither a section nor KEY=VALUE;");
             return;
         }
         const std::string name(line.substr(0, equals));
@@ -134,7 +147,7 @@ class Check {
             constexpr std::string_view headerKeys[] = {"ConfigFileVersion", "Hersteller",   "Typ",
                                                        "Version",           "LoadAppletId", "AktivePort"};
             if (std::ranges::find(headerKeys, name) == std::end(headerKeys)) {
-                add(number, "ignored", "there is no key " + name);
+                add(number, "ignored", "there is no key " + shown(name));
             }
         } else if (!inSection) {
             add(number, "ignored", name + " stands before the section [Port A]");
@@ -158,12 +171,10 @@ class Check {
             reading = std::get<std::string>(*value);
             same = written == "'" + reading + "'" || (reading.empty() && written.empty());
         } else if (key.type == KeyType::integer) {
-            int32_t integer = 0;
-            uint32_t unsignedInteger = 0; // looks right, and is not what files hold
-            same = host::parseNumber(written, integer) == std::errc() ||
-                   (host::parseNumber(written, unsignedInteger) == std::errc() &&
-                    unsignedInteger == std::get<uint32_t>(*value));
-            reading = std::to_string(static_cast<int32_t>(std::get<uint32_t>(*value)));
+            const auto read = static_cast<int32_t>(std::get<uint32_t>(*value));
+            int32_t meant = 0;
+            same = host::parseNumber(written, meant) == std::errc() && meant == read;
+            reading = std::to_string(read);
         } else {
             double parsed = 0.0;
             same = host::parseNumber(written, parsed) == std::errc();
@@ -171,8 +182,8 @@ class Check {
         }
         if (!same) {
             add(number, "changed",
-                std::string(key.name) + "=" + std::string(written) + " is read as " +
-                    (key.type == KeyType::text ? "'" + reading + "'" : reading));
+                std::string(key.name) + "=" + shown(written) + " is read as " +
+                    (key.type == KeyType::text ? "'" + shown(reading) + "'" : reading));
         }
     }
 
@@ -186,7 +197,7 @@ class Check {
         if (parser_.parseKeyFromLine("Typ", text) != 0) {
             refuseFile("the key Typ is missing");
         } else if (text != name) {
-            refuseFile("Typ is '" + text + "', not '" + name + "'");
+            refuseFile("Typ is '" + shown(text) + "', not '" + name + "'");
         }
         if (parser_.parseIntKeyFromHeader("AktivePort", activePort) != 0) {
             refuseFile("the key AktivePort is missing");
@@ -215,7 +226,6 @@ class Check {
     static constexpr int32_t appletNameRequest = 0x1050; // of Info
 
     const host::Applet& applet_;
-    std::string file_;
     ConfigurationText contents_;
     persistence::Fg_ConfigFileParser parser_;
     std::map<const ConfigurationKey*, size_t> lines_;

@@ -192,21 +192,21 @@ class CommandLine {
 
         CLI::App* save = addVerb("save", "Saves all settings in a configuration file", saveExamples,
                                  [this] { return tool::save(common_, file_, arguments_); });
-        addFile(*save, "FILE.kcf", file_, "Configuration file to write");
+        addConfiguration(*save, "FILE.kcf", file_, "Configuration file to write");
         save->add_option("NAME=VALUE", arguments_, "Parameter and value to set before")->type_name("");
 
         CLI::App* load = addVerb("load", "Loads a configuration file and shows what changes", loadExamples,
                                  [this] { return tool::load(common_, file_); });
-        addFile(*load, "FILE.kcf", file_, "Configuration file to load");
+        addConfiguration(*load, "FILE.kcf", file_, "Configuration file to load");
 
         CLI::App* diff = addVerb("diff", "Compares two configuration files", diffExamples,
                                  [this] { return tool::diff(common_, file_, otherFile_); });
-        addFile(*diff, "A.kcf", file_, "Configuration file");
-        addFile(*diff, "B.kcf", otherFile_, "Configuration file");
+        addConfiguration(*diff, "A.kcf", file_, "Configuration file");
+        addConfiguration(*diff, "B.kcf", otherFile_, "Configuration file");
 
         CLI::App* check = addVerb("check", "Says what a load of a configuration file would not take", checkExamples,
                                   [this] { return tool::check(common_, file_); });
-        addFile(*check, "FILE.kcf", file_, "Configuration file to check");
+        addConfiguration(*check, "FILE.kcf", file_, "Configuration file to check");
 
         verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
                        [this] { return traceSteps(); });
@@ -279,7 +279,7 @@ class CommandLine {
         return verb;
     }
 
-    static void addFile(CLI::App& verb, const char* name, std::string& file, const char* description) {
+    static void addConfiguration(CLI::App& verb, const char* name, std::string& file, const char* description) {
         verb.add_option(name, file, description)->required()->type_name("");
     }
 
