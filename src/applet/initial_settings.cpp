@@ -47,6 +47,7 @@ void FgZeWrapperImpl::prepareDesign() {
     // One failure ends the step; the rest of the marks stays unset.
     parameters::attempt(parameters::OnFailure::swallow, [this] {
         markHandled(port, handledFirst);
+        shading_.prepare();
         triggerUnit_.prepare();
         for (const std::int32_t id : handledLater) {
             markHandled(port, id);

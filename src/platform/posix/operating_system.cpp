@@ -1,8 +1,13 @@
 #include "platform/operating_system.h"
 
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace qelm::platform {
 namespace {
@@ -63,6 +68,27 @@ void sleepMilliseconds(std::uint32_t milliseconds) {
     timespec rest{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
     while (nanosleep(&rest, &rest) != 0) { // interrupted by a signal
     }
+}
+
+std::optional<std::string> temporaryFolder() {
+    std::string folder = environmentVariable("TMPDIR").value_or("");
+    if (folder.empty()) {
+        folder = P_tmpdir;
+    }
+    if (folder.back() != pathSeparator) {
+        folder += pathSeparator;
+    }
+    return folder;
+}
+
+bool createFileExclusively(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    return descriptor >= 0 && close(descriptor) == 0;
+}
+
+std::uint64_t millisecondTicks() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
 } // namespace qelm::platform

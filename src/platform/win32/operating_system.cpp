@@ -1,6 +1,9 @@
 #include "platform/operating_system.h"
 
 #include <array>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 namespace qelm::platform {
@@ -71,6 +74,24 @@ std::uint64_t performanceCounter() {
 
 void sleepMilliseconds(std::uint32_t milliseconds) {
     Sleep(milliseconds);
+}
+
+std::optional<std::string> temporaryFolder() {
+    std::array<char, 260> folder{};
+    const DWORD length = GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
+    if (length == 0 || length >= folder.size()) { // the latter: the size needed
+        return std::nullopt;
+    }
+    return std::string(folder.data(), length);
+}
+
+bool createFileExclusively(const std::string& path) {
+    const int descriptor = _open(path.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+    return descriptor >= 0 && _close(descriptor) == 0;
+}
+
+std::uint64_t millisecondTicks() {
+    return GetTickCount();
 }
 
 } // namespace qelm::platform

@@ -1,0 +1,164 @@
+#include "features/lookup_table.h"
+
+#include "features/lut_data_file.h"
+#include "platform/whole_file.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qelm::features {
+namespace {
+
+namespace enumerations = parameters::enumerations;
+using parameters::require;
+using enum parameters::DesignParameter;
+
+constexpr std::uint32_t bits = 12; // in and out
+constexpr std::int32_t maxOut = (1 << bits) - 1;
+constexpr std::size_t largestFile = std::size_t{64} << 20; // a thousand times what a table needs
+
+/** Truncation to 32 bits; what does not fit, and what is not a number, becomes the smallest integer. */
+std::int32_t truncated(double value) {
+    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
+                                                         : std::numeric_limits<std::int32_t>::min();
+}
+
+} // namespace
+
+void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uint32_t, 4096> table) {
+    const double exponent = 1.0 / settings.gamma; // infinite for a gamma of 0, which is a valid if odd curve
+    const bool linear = exponent == 1.0;          // then the power is its base
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        const double x = (static_cast<double>(static_cast<std::int32_t>(i)) / maxOut + settings.offset) * settings.gain;
+        std::int32_t entry = 0;
+        if (!(x < 0.0)) {
+            entry = truncated((linear ? x : std::pow(x, exponent)) * maxOut + 0.5);
+        }
+        if (settings.invert) { // before the clipping, and wrapping around for what did not fit
+            entry = static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
+        }
+        table[i] = static_cast<std::uint32_t>(std::clamp(entry, 0, maxOut));
+    }
+}
+
+LookupTable::Entry::Entry(LookupTable& table)
+    : Parameter(FG_LUT_VALUE, parameters::ValueType::lutEntry)
+    , owner_(table) {}
+
+void LookupTable::Entry::get(void* value) {
+    auto entry = parameters::load<LutEntry>(value);
+    require(entry.index < entryCount, FG_ERROR_UNKNOWN);
+    entry.value = owner_.table_[entry.index];
+    parameters::store(entry, value);
+}
+
+void LookupTable::Entry::set(const void* value, parameters::OnFailure onFailure) {
+    parameters::attempt(onFailure, [&] {
+        const auto entry = parameters::load<LutEntry>(value);
+        require(entry.index < entryCount && entry.value <= maxOut, FG_ERROR_OUT_OF_RANGE);
+        const std::uint32_t previous = std::exchange(owner_.table_[entry.index], entry.value);
+        try {
+            owner_.design_.write(LookupTable_LookupTable_LUTcontent, {.value = entry.value, .index = entry.index});
+        } catch (...) {
+            owner_.table_[entry.index] = previous;
+            throw;
+        }
+    });
+}
+
+void LookupTable::Entry::assign(const void* value) {
+    const auto entry = parameters::load<LutEntry>(value);
+    if (entry.index < entryCount) {
+        owner_.table_[entry.index] = entry.value;
+    }
+}
+
+LookupTable::LookupTable(parameters::DesignAccess& design, parameters::Information& information)
+    : design_(design)
+    , information_(information)
+    , type_(FG_LUT_TYPE, LUT_TYPE_PROCESSING,
+            {.check = parameters::oneOf<std::int32_t>(enumerations::LutType),
+             .apply = [this](auto...) { fill(); },
+             .settled = [this] { updateAccess(); }})
+    , customFile_(FG_LUT_CUSTOM_FILE, "", {.apply = [this](auto...) { loadFile(); }})
+    , saveFile_(FG_LUT_SAVE_FILE, "", {.apply = [this](auto...) { saveFile(); }})
+    , offset_(FG_PROCESSING_OFFSET, 0.0,
+              {.check = parameters::inRange(-1.0, 1.0), .apply = [this](auto...) { process(); }})
+    , gain_(FG_PROCESSING_GAIN, 1.0,
+            {.check = parameters::inRange(0.0, 4096.0), .apply = [this](auto...) { process(); }})
+    , gamma_(FG_PROCESSING_GAMMA, 1.0,
+             {.check = parameters::inRange(-1000.0, 1000.0), .apply = [this](auto...) { process(); }})
+    , invert_(FG_PROCESSING_INVERT, FG_OFF,
+              {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff), .apply = [this](auto...) { process(); }})
+    , entry_(*this)
+    , implementation_(FG_LUT_IMPLEMENTATION_TYPE, [] { return std::int32_t{LUT_IMPLEMENTATION_FULL_LUT}; })
+    , inBits_(FG_LUT_IN_BITS, [] { return bits; })
+    , outBits_(FG_LUT_OUT_BITS, [] { return bits; }) {}
+
+void LookupTable::enroll(Dispatch& dispatch) {
+    for (parameters::Parameter* parameter :
+         std::initializer_list<parameters::Parameter*>{&type_, &customFile_, &saveFile_, &offset_, &gain_, &gamma_,
+                                                       &invert_, &entry_, &implementation_, &inBits_, &outBits_}) {
+        dispatch.add(*parameter);
+    }
+}
+
+// Either of the two does nothing in the other's mode.
+void LookupTable::fill() {
+    process();
+    loadFile();
+}
+
+void LookupTable::process() {
+    if (type_.value() != LUT_TYPE_PROCESSING) {
+        return;
+    }
+    computeProcessorTable(
+        {.offset = offset_.value(), .gain = gain_.value(), .gamma = gamma_.value(), .invert = invert_.value() == FG_ON},
+        table_);
+    writeTable();
+}
+
+void LookupTable::loadFile() {
+    if (type_.value() != LUT_TYPE_CUSTOM || customFile_.value().empty()) {
+        return;
+    }
+    std::string text;
+    const platform::ReadOutcome outcome = platform::readWholeFile(customFile_.value(), largestFile, text);
+    require(outcome != platform::ReadOutcome::cannotOpen, FG_ERROR_FILE_NOT_FOUND);
+    require(outcome == platform::ReadOutcome::done, FG_ERROR_FILE_ACCESS);
+    const LutData file = LutDataFile(std::move(text)).readGray();
+    const std::size_t count = std::min<std::size_t>(file.nrOfElements, entryCount);
+    const auto told = std::min(count, file.data.size());
+    const auto rest = std::copy_n(file.data.begin(), told, table_.begin());
+    std::fill(rest, table_.begin() + static_cast<std::ptrdiff_t>(count), 0U);
+    writeTable();
+}
+
+void LookupTable::saveFile() {
+    if (saveFile_.value().empty()) {
+        return;
+    }
+    LutDataFile file;
+    file.writeGray({.data = {table_.begin(), table_.end()}});
+    require(platform::writeWholeFile(saveFile_.value(), file.text()), FG_ERROR_FILE_ACCESS);
+}
+
+void LookupTable::writeTable() {
+    design_.write(
+        LookupTable_LookupTable_LUTcontent,
+        FieldAccess{.elementType = RUNTIME_VALUE_UINT32, .startIndex = 0, .count = entryCount, .data = table_.data()});
+}
+
+/** The inputs of the mode in force can be written, those of the other one only read. */
+void LookupTable::updateAccess() {
+    const bool custom = type_.value() == LUT_TYPE_CUSTOM;
+    information_.setAccess(FG_LUT_CUSTOM_FILE, custom ? parameters::access::readWrite : parameters::access::readOnly);
+    for (const std::int32_t id :
+         {FG_PROCESSING_GAIN, FG_PROCESSING_GAMMA, FG_PROCESSING_OFFSET, FG_PROCESSING_INVERT}) {
+        information_.setAccess(id, custom ? parameters::access::readOnly : parameters::access::readWrite);
+    }
+}
+
+} // namespace qelm::features
