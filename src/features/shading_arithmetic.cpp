@@ -2,8 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <bitset>
-#include <cstring>
+
+#ifdef __SSE2__
+#include <immintrin.h>
+#define QELM_HAS_SSE2 1
+#else
+#define QELM_HAS_SSE2 0
+#endif
 
 // Row kernels are plain loops, compiled once for the baseline and once for a larger instruction set.
 #define QELM_INLINE inline __attribute__((always_inline))
@@ -104,43 +111,114 @@ QELM_INLINE void offsetAndDefectRow(Samples black, Samples gray, Coefficients of
  * Single precision gives two estimates that enclose the exact gain. Where both lead to the same coefficient, that is
  * it; elsewhere, for less than one pixel in a hundred, the exact formula decides.
  */
-QELM_INLINE void gainRow(Samples gray, Samples black, Coefficients gains, std::size_t count, double target) {
-    // Relative errors in units of 2^-24: one each for the factor, the quotient, the product and the sum; the exact
-    // formula's own are smaller by far. `low` stays 4 units below, and `widening` leads from there to 2 above.
-    constexpr float widening = 1.0F + 5 * 0x1p-23F;
-    const auto low = static_cast<float>(target * fullScale * unityGain * (1.0 - 0x1p-22));
-    constexpr auto limit = static_cast<float>(coefficientLimit);
-    const auto coefficient = [](float gain) {
-        // Infinite for no difference at all, or not a number: neither is less.
-        const auto whole = static_cast<std::int32_t>(gain < limit ? gain : limit);
-        return static_cast<std::uint16_t>(whole | whole >> 31);
+namespace estimate {
+
+// Relative errors in units of 2^-24: one each for the factor, the quotient, the product and the sum; the exact
+// formula's own are smaller by far. The lower estimate stays 4 units below, and `widening` leads from there to 2 above.
+constexpr double lowering = 1.0 - 0x1p-22;
+constexpr float widening = 1.0F + 5 * 0x1p-23F;
+constexpr auto limit = static_cast<float>(coefficientLimit);
+constexpr std::size_t block = 16;
+constexpr std::int32_t withoutSign = 0x7FFFFFFF; // makes negative numbers large ones, which saturate
+
+#if QELM_HAS_SSE2
+/** Estimates 16 gains. @return a bit for each that the exact formula must decide */
+QELM_INLINE std::uint32_t gainsOfBlock(Samples gray, Samples black, Coefficients gains, float factor) {
+    const auto load = [](Samples samples) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(samples)); };
+    // Infinite for no difference at all, or not a number: the minimum of either is the limit.
+    const auto whole = [](__m128 gain) {
+        return _mm_cvttps_epi32(_mm_min_ps(_mm_add_ps(gain, _mm_set1_ps(0.5F)), _mm_set1_ps(limit)));
     };
-    constexpr std::size_t blockSize = 64;
-    std::uint16_t upper[blockSize];
-    for (std::size_t start = 0; start < count; start += blockSize) {
-        const std::size_t size = std::min(blockSize, count - start);
-        const Samples grayBlock = gray + start;
-        const Samples blackBlock = black + start;
-        const Coefficients gainBlock = gains + start;
-        for (std::size_t x = 0; x < size; ++x) {
-            const auto difference = static_cast<float>(grayBlock[x] - blackBlock[x]);
-            const float quotient = low / difference;
-            gainBlock[x] = coefficient(quotient + 0.5F);
-            upper[x] = coefficient(quotient * widening + 0.5F);
-        }
-        if (std::memcmp(gainBlock, upper, size * sizeof *upper) != 0) {
-            for (std::size_t x = 0; x < size; ++x) {
-                if (gainBlock[x] != upper[x]) {
-                    gainBlock[x] = gainOf(target, grayBlock[x], blackBlock[x]);
-                }
-            }
-        }
+    const auto quarter = [&](__m128i g, __m128i b, __m128i& certain) {
+        const __m128 gain = _mm_div_ps(_mm_set1_ps(factor), _mm_cvtepi32_ps(_mm_sub_epi32(g, b)));
+        const __m128i lower = whole(gain);
+        certain = _mm_cmpeq_epi32(lower, whole(_mm_mul_ps(gain, _mm_set1_ps(widening))));
+        // For want of an unsigned pack: the signed one, shifted.
+        return _mm_sub_epi32(_mm_and_si128(lower, _mm_set1_epi32(withoutSign)), _mm_set1_epi32(32768));
+    };
+    __m128i certain[2];
+    for (std::size_t half = 0; half < 2; ++half) {
+        const __m128i g = load(gray + 8 * half);
+        const __m128i b = load(black + 8 * half);
+        const __m128i zero = _mm_setzero_si128();
+        __m128i certainLow, certainHigh;
+        const __m128i low = quarter(_mm_unpacklo_epi16(g, zero), _mm_unpacklo_epi16(b, zero), certainLow);
+        const __m128i high = quarter(_mm_unpackhi_epi16(g, zero), _mm_unpackhi_epi16(b, zero), certainHigh);
+        const __m128i packed = _mm_xor_si128(_mm_packs_epi32(low, high), _mm_set1_epi16(INT16_MIN));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(gains + 8 * half), packed);
+        certain[half] = _mm_packs_epi32(certainLow, certainHigh);
+    }
+    return 0xFFFFU & ~static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(certain[0], certain[1])));
+}
+#endif
+
+#if QELM_HAS_AVX2
+#define QELM_AVX2 __attribute__((target("avx2"), always_inline)) inline
+QELM_AVX2 __m256i whole(__m256 gain) {
+    return _mm256_cvttps_epi32(_mm256_min_ps(_mm256_add_ps(gain, _mm256_set1_ps(0.5F)), _mm256_set1_ps(limit)));
+}
+
+QELM_AVX2 __m256i half(Samples gray, Samples black, float factor, __m256i& certain) {
+    const __m256i g = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(gray)));
+    const __m256i b = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(black)));
+    const __m256 gain = _mm256_div_ps(_mm256_set1_ps(factor), _mm256_cvtepi32_ps(_mm256_sub_epi32(g, b)));
+    const __m256i lower = whole(gain);
+    certain = _mm256_cmpeq_epi32(lower, whole(_mm256_mul_ps(gain, _mm256_set1_ps(widening))));
+    return _mm256_and_si256(lower, _mm256_set1_epi32(withoutSign));
+}
+
+QELM_AVX2 std::uint32_t gainsOfBlockAvx2(Samples gray, Samples black, Coefficients gains, float factor) {
+    constexpr int inOrder = 0b11'01'10'00; // packing works within halves of a register
+    __m256i certainLow, certainHigh;
+    const __m256i low = half(gray, black, factor, certainLow);
+    const __m256i high = half(gray + 8, black + 8, factor, certainHigh);
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), inOrder);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(gains), packed);
+    const auto certain = static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(certainLow))) |
+                         static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(certainHigh))) << 8;
+    return 0xFFFFU & ~certain;
+}
+#undef QELM_AVX2
+#endif
+
+} // namespace estimate
+
+QELM_INLINE void decideDoubtful(std::uint32_t doubtful, Samples gray, Samples black, Coefficients gains,
+                                double target) {
+    for (; doubtful != 0; doubtful &= doubtful - 1) {
+        const auto x = static_cast<std::size_t>(std::countr_zero(doubtful));
+        gains[x] = gainOf(target, gray[x], black[x]);
     }
 }
 
+/** The row, of which `estimateBlock` does as much as comes in blocks. */
+#define QELM_GAIN_ROW(estimateBlock)                                                                                   \
+    const auto factor = static_cast<float>(target * fullScale * unityGain * estimate::lowering);                       \
+    std::size_t x = 0;                                                                                                 \
+    for (; x + estimate::block <= count; x += estimate::block) {                                                       \
+        const std::uint32_t doubtful = estimateBlock(gray + x, black + x, gains + x, factor);                          \
+        decideDoubtful(doubtful, gray + x, black + x, gains + x, target);                                              \
+    }                                                                                                                  \
+    for (; x < count; ++x) {                                                                                           \
+        gains[x] = gainOf(target, gray[x], black[x]);                                                                  \
+    }
+
 QELM_INLINE std::uint16_t largestDifferenceOfRow(Samples gray, Samples black, std::size_t count) {
     std::uint16_t largest = 0;
-    for (std::size_t x = 0; x < count; ++x) {
+    std::size_t x = 0;
+#if QELM_HAS_SSE2
+    __m128i largestOfLane = _mm_setzero_si128();
+    for (; x + 8 <= count; x += 8) {
+        const __m128i difference = _mm_subs_epu16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(gray + x)),
+                                                  _mm_loadu_si128(reinterpret_cast<const __m128i*>(black + x)));
+        // The unsigned maximum, which SSE2 lacks.
+        largestOfLane = _mm_adds_epu16(_mm_subs_epu16(difference, largestOfLane), largestOfLane);
+    }
+    std::array<std::uint16_t, 8> lanes;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes.data()), largestOfLane);
+    largest = *std::ranges::max_element(lanes);
+#endif
+    for (; x < count; ++x) {
         largest = std::max(largest, static_cast<std::uint16_t>(std::max(gray[x], black[x]) - black[x]));
     }
     return largest;
@@ -148,18 +226,42 @@ QELM_INLINE std::uint16_t largestDifferenceOfRow(Samples gray, Samples black, st
 
 /** The order of the additions is part of the result; the signals are not, and come in blocks. */
 QELM_INLINE double sumRow(double sum, Samples gray, Samples black, std::size_t count) {
-    constexpr std::size_t blockSize = 256;
+    constexpr std::size_t blockSize = 64;
     double signals[blockSize];
-    for (std::size_t start = 0; start < count; start += blockSize) {
-        const std::size_t size = std::min(blockSize, count - start);
-        for (std::size_t x = 0; x < size; ++x) {
+    std::size_t start = 0;
+    for (; start + blockSize <= count; start += blockSize) {
+        for (std::size_t x = 0; x < blockSize; ++x) {
             signals[x] = signal(gray[start + x], black[start + x]);
         }
-        for (std::size_t x = 0; x < size; ++x) {
+        for (std::size_t x = 0; x < blockSize; ++x) {
             sum += signals[x];
         }
     }
+    for (; start < count; ++start) {
+        sum += signal(gray[start], black[start]);
+    }
     return sum;
+}
+
+/** Copies past the caches: planes are too large to be found there again. */
+QELM_INLINE void stream(Samples row, Coefficients plane, std::size_t count) {
+    std::size_t x = 0;
+#if QELM_HAS_SSE2
+    if (reinterpret_cast<std::uintptr_t>(plane) % sizeof(__m128i) == 0) {
+        for (; x + 8 <= count; x += 8) {
+            _mm_stream_si128(reinterpret_cast<__m128i*>(plane + x),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)));
+        }
+    }
+#endif
+    std::copy(row + x, row + count, plane + x);
+}
+
+/** Makes what was streamed visible before anything that follows. */
+QELM_INLINE void finishStreaming() {
+#if QELM_HAS_SSE2
+    _mm_sfence();
+#endif
 }
 
 struct Kernels {
@@ -173,33 +275,50 @@ struct Kernels {
 };
 
 /** The kernels as the compiler makes them for one instruction set. */
-#define QELM_KERNELS(name, target)                                                                                     \
-    constexpr Kernels name {                                                                                           \
-        [](auto... arguments) target { widenRow(arguments...); },                                                      \
-            [](Samples black, std::uint16_t* offsets, std::size_t count, const OffsetRules& rules)                     \
-                target { offsetRow(black, offsets, count, rules); },                                                   \
-            [](Samples black, Samples gray, std::uint16_t* offsets, std::size_t count, const OffsetRules& rules)       \
-                target { offsetAndDefectRow(black, gray, offsets, count, rules); },                                    \
-            [](auto... arguments) target { gainRow(arguments...); },                                                   \
-            [](auto... arguments) target { return largestDifferenceOfRow(arguments...); },                             \
-            [](auto... arguments) target { return sumRow(arguments...); },                                             \
+#define QELM_KERNELS(name, target_, estimateBlock)                                                                     \
+    namespace name {                                                                                                   \
+    target_ void widen(const std::uint8_t* samples, std::uint16_t* wide, std::size_t count) {                          \
+        widenRow(samples, wide, count);                                                                                \
+    }                                                                                                                  \
+    target_ void offsets(const std::uint16_t* black, std::uint16_t* offsets, std::size_t count,                        \
+                         const OffsetRules& rules) {                                                                   \
+        offsetRow(black, offsets, count, rules);                                                                       \
+    }                                                                                                                  \
+    target_ void offsetsAndDefects(const std::uint16_t* black, const std::uint16_t* gray, std::uint16_t* offsets,      \
+                                   std::size_t count, const OffsetRules& rules) {                                      \
+        offsetAndDefectRow(black, gray, offsets, count, rules);                                                        \
+    }                                                                                                                  \
+    target_ void gains(const std::uint16_t* gray, const std::uint16_t* black, std::uint16_t* gains, std::size_t count, \
+                       double target){QELM_GAIN_ROW(estimateBlock)} target_ std::uint16_t                              \
+        largestDifference(const std::uint16_t* gray, const std::uint16_t* black, std::size_t count) {                  \
+        return largestDifferenceOfRow(gray, black, count);                                                             \
+    }                                                                                                                  \
+    target_ double sum(double start, const std::uint16_t* gray, const std::uint16_t* black, std::size_t count) {       \
+        return sumRow(start, gray, black, count);                                                                      \
+    }                                                                                                                  \
+    constexpr Kernels kernels{widen, offsets, offsetsAndDefects, gains, largestDifference, sum};                       \
     }
 
-QELM_KERNELS(baselineKernels, );
+#if QELM_HAS_SSE2
+QELM_KERNELS(baseline, , estimate::gainsOfBlock)
+#else
+// Nothing is estimated: every gain is doubtful.
+QELM_KERNELS(baseline, , [](auto...) { return 0xFFFFU; })
+#endif
 #if QELM_HAS_AVX2
-QELM_KERNELS(avx2Kernels, __attribute__((target("avx2"))));
+QELM_KERNELS(avx2, __attribute__((target("avx2"))), estimate::gainsOfBlockAvx2)
 #endif
 #undef QELM_KERNELS
 
 const Kernels& kernelsOf(InstructionSet instructions) {
 #if QELM_HAS_AVX2
     if (instructions == InstructionSet::avx2) {
-        return avx2Kernels;
+        return avx2::kernels;
     }
 #else
     static_cast<void>(instructions);
 #endif
-    return baselineKernels;
+    return baseline::kernels;
 }
 
 // -- Images --------------------------------------------------------------------------------------------------------
@@ -320,9 +439,9 @@ void computeCoefficients(const ReferenceImage& gray, const ReferenceImage& black
     const OffsetRules rules = offsetRules(gray, black, settings.defectThreshold.value_or(0));
     Rows grayRows(gray, kernels);
     Rows blackRows(black, kernels);
+    alignas(64) std::array<std::uint16_t, rowLimit> offsetsHere;
+    alignas(64) std::array<std::uint16_t, rowLimit> gainsHere;
     for (std::size_t y = 0; y < rowLimit; ++y) {
-        std::uint16_t* const offsetsHere = offsets.data() + y * rowLimit;
-        std::uint16_t* const gainsHere = gains.data() + y * rowLimit;
         const std::size_t grayColumns = grayRows.columns(y, 0);
         const std::size_t blackColumns = blackRows.columns(y, 0);
         const std::size_t both = std::min(grayColumns, blackColumns);
@@ -330,17 +449,20 @@ void computeCoefficients(const ReferenceImage& gray, const ReferenceImage& black
         const std::uint16_t* const b = blackColumns > 0 ? blackRows.piece(y, 0, blackColumns) : nullptr;
 
         const std::size_t tested = settings.defectThreshold ? both : 0;
-        kernels.offsetsAndDefects(b, g, offsetsHere, tested, rules);
-        kernels.offsets(b + tested, offsetsHere + tested, blackColumns - tested, rules);
-        std::fill(offsetsHere + blackColumns, offsetsHere + rowLimit, noOffset);
+        kernels.offsetsAndDefects(b, g, offsetsHere.data(), tested, rules);
+        kernels.offsets(b + tested, offsetsHere.data() + tested, blackColumns - tested, rules);
+        std::fill(offsetsHere.begin() + static_cast<std::ptrdiff_t>(blackColumns), offsetsHere.end(), noOffset);
+        stream(offsetsHere.data(), offsets.data() + y * rowLimit, rowLimit);
 
         const std::size_t corrected = settings.target ? grayColumns : 0;
         if (corrected > 0) {
-            kernels.gains(g, b, gainsHere, both, *settings.target);
-            kernels.gains(g + both, noSignal.data(), gainsHere + both, corrected - both, *settings.target);
+            kernels.gains(g, b, gainsHere.data(), both, *settings.target);
+            kernels.gains(g + both, noSignal.data(), gainsHere.data() + both, corrected - both, *settings.target);
         }
-        std::fill(gainsHere + corrected, gainsHere + rowLimit, unityGain);
+        std::fill(gainsHere.begin() + static_cast<std::ptrdiff_t>(corrected), gainsHere.end(), unityGain);
+        stream(gainsHere.data(), gains.data() + y * rowLimit, rowLimit);
     }
+    finishStreaming();
 }
 
 std::uint16_t toFixedPoint(float value, float scale) {
