@@ -1,0 +1,62 @@
+#pragma once
+
+#include "qelm/host/system.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace qelm::test {
+
+/** A folder of the running test's own that is also the system's temporary folder for the applet. */
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+        path_ = std::filesystem::path(testing::TempDir()) /
+                (std::string("qelm_") + test->test_suite_name() + "_" + test->name());
+        std::filesystem::remove_all(path_);
+        std::filesystem::create_directories(path_ / "system");
+        useForSystem(path_ / "system");
+    }
+    ~TemporaryFolder() {
+        for (const char* name : variables) {
+            host::setEnvironment(name, nullptr);
+        }
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string file(const std::string& name) const { return (path_ / name).string(); }
+    const std::filesystem::path& path() const { return path_; }
+
+    /** What the applet has left in its temporary folder. */
+    std::ptrdiff_t leftOver() const {
+        const std::filesystem::directory_iterator files(path_ / "system");
+        return std::distance(begin(files), end(files));
+    }
+    static void useForSystem(const std::filesystem::path& folder) {
+        for (const char* name : variables) {
+            host::setEnvironment(name, folder.string().c_str());
+        }
+    }
+
+    void write(const std::string& name, const std::string& content) const {
+        std::ofstream(file(name), std::ios::binary) << content;
+    }
+    std::string read(const std::string& name) const {
+        std::ifstream stream(file(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+  private:
+    static constexpr const char* variables[] = {"TMPDIR", "TMP", "TEMP"};
+    std::filesystem::path path_;
+};
+
+} // namespace qelm::test
