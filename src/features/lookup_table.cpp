@@ -20,15 +20,16 @@ constexpr std::size_t largestFile = std::size_t{64} << 20; // a thousand times w
 
 /** Truncation to 32 bits; what does not fit, and what is not a number, becomes the smallest integer. */
 std::int32_t truncated(double value) {
-    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
-                                                         : std::numeric_limits<std::int32_t>::min();
+    constexpr double smallest = std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(value > smallest - 1.0 && value < -smallest ? value : smallest);
 }
 
 } // namespace
 
 void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uint32_t, 4096> table) {
     const double exponent = 1.0 / settings.gamma; // infinite for a gamma of 0, which is a valid if odd curve
-    constexpr std::size_t block = 256;            // step by step, so that nothing stands between the calls of pow
+    const bool invert = settings.invert;
+    constexpr std::size_t block = 256; // step by step, so that nothing stands between the calls of pow
     std::array<double, block> inputs;
     std::array<double, block> powers;
     for (std::size_t start = 0; start < table.size(); start += block) {
@@ -44,12 +45,11 @@ void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uin
             }
         }
         for (std::size_t i = 0; i < block; ++i) {
-            std::int32_t entry = inputs[i] < 0.0 ? 0 : truncated(powers[i] * maxOut + 0.5);
-            if (settings.invert) { // before the clipping, and wrapping around for what did not fit
-                entry =
-                    static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
-            }
-            table[start + i] = static_cast<std::uint32_t>(std::clamp(entry, 0, maxOut));
+            const std::int32_t entry = truncated(inputs[i] < 0.0 ? 0.0 : powers[i] * maxOut + 0.5);
+            // Inverted before the clipping, and wrapping around for what did not fit.
+            const auto inverted =
+                static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
+            table[start + i] = static_cast<std::uint32_t>(std::clamp(invert ? inverted : entry, 0, maxOut));
         }
     }
 }

@@ -21,6 +21,8 @@ constexpr const char* examples = R"(Examples:
   qelm list roi                          the parameters of the region of interest
   qelm get FG_WIDTH FG_FORMAT            two values
   qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
+  qelm lut FG_PROCESSING_GAMMA=2.2       the lookup table of a curve
+  qelm shading --gray gray.tif           the shading correction from a reference image
   qelm trace FG_WIDTH=512                what a setting writes into the design
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
@@ -57,6 +59,25 @@ Examples:
   qelm set FG_CAMERA_WIDTH=2048 FG_WIDTH=2048
   qelm set FG_FORMAT=FG_GRAY16 FG_GEN_FREQ=62.5
   qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json)";
+
+constexpr const char* lutExamples =
+    R"(The settings are made first, then a file is loaded. Without --save and --plot the table is shown, 16 entries in a line.
+
+Examples:
+  qelm lut
+  qelm lut FG_PROCESSING_GAMMA=2.2 --save gamma.lut --plot gamma.png
+  qelm lut --load gamma.lut FG_LUT_VALUE[0]=17 --plot changed.png
+  qelm lut FG_PROCESSING_INVERT=FG_ON --json)";
+
+constexpr const char* shadingExamples =
+    R"(The settings are made first, then the correction is computed from the images: TIFF files with one sample of 8 or 16
+bits per pixel. The pictures show what the virtual board's design has loaded, as far as the coefficients differ from
+no correction, from the smallest (black) to the largest (white); defective pixels are red.
+
+Examples:
+  qelm shading --black dark.tif --gray flat.tif
+  qelm shading --gray flat.tif FG_SHADING_GAIN_CORRECTION_MODE=FG_MEAN_VALUE --gains gains.png
+  qelm shading --black dark.tif --gray flat.tif FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE=FG_ON --offsets offsets.png)";
 
 constexpr const char* traceExamples =
     R"(NAME=VALUE sets a parameter, NAME reads it. Below each step stand the writes that it led to, in their order: to
@@ -118,6 +139,24 @@ class CommandLine {
             ->required()
             ->type_name("");
 
+        CLI::App* table = addVerb("lut", "Shows, loads, saves and plots the lookup table", lutExamples,
+                                  [this] { return tool::lut(common_, lut_); });
+        addSettings(*table, lut_.settings);
+        addFile(*table, "--load", lut_.load, "Lookup-table file to load");
+        addFile(*table, "--save", lut_.save, "Lookup-table file to write");
+        addFile(*table, "--plot", lut_.plot, "PNG file for a plot of the table");
+
+        CLI::App* correction = addVerb("shading", "Computes the shading correction from reference images",
+                                       shadingExamples, [this] { return applyShading(); });
+        addSettings(*correction, shading_.settings);
+        addFile(*correction, "--black", shading_.black, "Black reference image");
+        addFile(*correction, "--gray", shading_.gray, "Grey reference image");
+        addFile(*correction, "--offsets", shading_.offsets, "PNG file for a picture of the offsets");
+        addFile(*correction, "--gains", shading_.gains, "PNG file for a picture of the gains");
+        correction->add_option("--size", shading_.size, "Longer side of the pictures at most, in pixels (1024)")
+            ->check(CLI::Range(1, 8192))
+            ->type_name("PIXELS");
+
         CLI::App* verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
                                  [this] { return traceSteps(); });
         verb->add_option("NAME[=VALUE]", trace_.steps, "Parameter to read or to set")->type_name("");
@@ -153,6 +192,21 @@ class CommandLine {
         return tool::trace(common_, trace_);
     }
 
+    int applyShading() {
+        if (shading_.black.empty() && shading_.gray.empty()) {
+            tool::printError("nothing to compute from: give --black or --gray");
+            return misused;
+        }
+        return tool::shading(common_, shading_);
+    }
+
+    static void addSettings(CLI::App& verb, std::vector<std::string>& settings) {
+        verb.add_option("NAME=VALUE", settings, "Parameter and value to set")->type_name("");
+    }
+    static void addFile(CLI::App& verb, const char* name, std::filesystem::path& file, const char* description) {
+        verb.add_option(name, file, description)->type_name("FILE");
+    }
+
     /** They may stand before and after the verb. */
     void addCommonOptions(CLI::App& app) {
         app.add_option("--applet", common_.applet, "The applet library, if not the one beside the tool")
@@ -173,6 +227,8 @@ class CommandLine {
     tool::CommonOptions common_;
     std::string filter_;
     std::vector<std::string> arguments_;
+    tool::LutOptions lut_;
+    tool::ShadingOptions shading_;
     tool::TraceOptions trace_;
     std::function<int()> verb_;
 };

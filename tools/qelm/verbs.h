@@ -19,10 +19,28 @@ struct TraceOptions {
     bool reads = false;             ///< shows the calls that change nothing, too
 };
 
+struct LutOptions {
+    std::vector<std::string> settings; ///< "NAME=VALUE", made first
+    std::filesystem::path load;
+    std::filesystem::path save;
+    std::filesystem::path plot; ///< a PNG
+};
+
+struct ShadingOptions {
+    std::vector<std::string> settings; ///< "NAME=VALUE", made first
+    std::filesystem::path black;
+    std::filesystem::path gray;
+    std::filesystem::path offsets; ///< a PNG of what is loaded
+    std::filesystem::path gains;   ///< likewise
+    int size = 1024;               ///< the pictures' longer side at most, in pixels
+};
+
 int info(const CommonOptions& options);
 int list(const CommonOptions& options, const std::string& filter);
 int get(const CommonOptions& options, const std::vector<std::string>& names);
 int set(const CommonOptions& options, const std::vector<std::string>& assignments);
+int lut(const CommonOptions& options, const LutOptions& lutOptions);
+int shading(const CommonOptions& options, const ShadingOptions& shadingOptions);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
 
 } // namespace qelm::tool
