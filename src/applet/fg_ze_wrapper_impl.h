@@ -10,6 +10,7 @@
 #include "features/image_output.h"
 #include "features/lookup_table.h"
 #include "features/region_of_interest.h"
+#include "features/shading.h"
 #include "features/trigger_unit.h"
 #include "features/shading.h"
 #include "parameters/design_access.h"
@@ -55,6 +56,16 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     const char* getParameterName(std::int32_t index) override;
     std::int32_t getParameterId(std::int32_t index) override;
     std::int32_t getNrOfParameter() override;
+    ShadingAccess* allocShading(std::int32_t set, std::int32_t port) override;
+    std::int32_t freeShading(ShadingAccess* shading) override;
+    std::int32_t setSubValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
+    std::int32_t setMultValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
+    std::int32_t setFixedPatternNoiseLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
+                                          std::int32_t on) override;
+    std::int32_t getMaxLine(ShadingAccess* shading) override;
+    std::int32_t getAccess(ShadingAccess* shading) override;
+    std::int32_t freeAccess(ShadingAccess* shading) override;
+    std::int32_t writeActLine(ShadingAccess* shading, std::int32_t line) override;
     std::uint64_t getEventMask(const char* name) override;
     const char* getEventName(std::uint64_t mask) override;
     ShadingAccess* allocShading(std::int32_t set, std::int32_t port) override;
@@ -89,6 +100,8 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     features::RegionOfInterest regionOfInterest_;
     features::ImageOutput imageOutput_;
     features::CameraSimulator cameraSimulator_;
+    features::LookupTable lookupTable_;
+    features::Shading shading_;
     features::TriggerUnit triggerUnit_;
     features::LookupTable lookupTable_;
     features::Shading shading_;

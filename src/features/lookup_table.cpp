@@ -20,25 +20,37 @@ constexpr std::size_t largestFile = std::size_t{64} << 20; // a thousand times w
 
 /** Truncation to 32 bits; what does not fit, and what is not a number, becomes the smallest integer. */
 std::int32_t truncated(double value) {
-    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
-                                                         : std::numeric_limits<std::int32_t>::min();
+    constexpr double smallest = std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(value > smallest - 1.0 && value < -smallest ? value : smallest);
 }
 
 } // namespace
 
 void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uint32_t, 4096> table) {
     const double exponent = 1.0 / settings.gamma; // infinite for a gamma of 0, which is a valid if odd curve
-    const bool linear = exponent == 1.0;          // then the power is its base
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        const double x = (static_cast<double>(static_cast<std::int32_t>(i)) / maxOut + settings.offset) * settings.gain;
-        std::int32_t entry = 0;
-        if (!(x < 0.0)) {
-            entry = truncated((linear ? x : std::pow(x, exponent)) * maxOut + 0.5);
+    const bool invert = settings.invert;
+    constexpr std::size_t block = 256; // step by step, so that nothing stands between the calls of pow
+    std::array<double, block> inputs;
+    std::array<double, block> powers;
+    for (std::size_t start = 0; start < table.size(); start += block) {
+        for (std::size_t i = 0; i < block; ++i) {
+            const auto input = static_cast<double>(static_cast<std::int32_t>(start + i)) / maxOut;
+            inputs[i] = (input + settings.offset) * settings.gain;
         }
-        if (settings.invert) { // before the clipping, and wrapping around for what did not fit
-            entry = static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
+        if (exponent == 1.0) {
+            powers = inputs;
+        } else {
+            for (std::size_t i = 0; i < block; ++i) {
+                powers[i] = std::pow(inputs[i] < 0.0 ? 1.0 : inputs[i], exponent); // what is negative is not used
+            }
         }
-        table[i] = static_cast<std::uint32_t>(std::clamp(entry, 0, maxOut));
+        for (std::size_t i = 0; i < block; ++i) {
+            const std::int32_t entry = truncated(inputs[i] < 0.0 ? 0.0 : powers[i] * maxOut + 0.5);
+            // Inverted before the clipping, and wrapping around for what did not fit.
+            const auto inverted =
+                static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
+            table[start + i] = static_cast<std::uint32_t>(std::clamp(invert ? inverted : entry, 0, maxOut));
+        }
     }
 }
 

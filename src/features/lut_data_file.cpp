@@ -102,13 +102,79 @@ double leadingDouble(std::string_view text) {
     return value;
 }
 
+/** Digits at the start of a zero-terminated text; `text` moves behind them. The number wraps around. */
+std::uint32_t readDigits(const char*& text) {
+    std::uint32_t number = 0;
+    for (; isDigit(*text); ++text) {
+        number = number * 10 + static_cast<std::uint32_t>(*text - '0');
+    }
+    return number;
+}
+
+/**
+ * Reads a line as the writer makes it, "<index>,<value>;" and its end, from a zero-terminated text.
+ * @return its length, or 0 when the line is of another shape
+ */
+std::size_t readWrittenLine(const char* text, std::uint32_t index, std::uint32_t& value) {
+    constexpr std::ptrdiff_t mostDigits = 9; // do not wrap around
+    const char* place = text;
+    const std::uint32_t number = readDigits(place);
+    const bool canonical = place > text && place - text <= mostDigits && (*text != '0' || place - text == 1);
+    if (!canonical || number != index || *place != ',') {
+        return 0;
+    }
+    const char* const valueStart = ++place;
+    const std::uint32_t read = readDigits(place);
+    const std::ptrdiff_t digits = place - valueStart;
+    if (digits == 0 || digits > mostDigits || place[0] != ';' || place[1] != '\n') {
+        return 0;
+    }
+    value = read;
+    return static_cast<std::size_t>(place + 2 - text);
+}
+
+/** Hands the value of entry 0, 1, ... to `take`, in order, up to `count` or the end of the text. */
+template <typename Convert, typename Take>
+void readEntries(const std::string& text, std::string_view section, std::uint32_t count, Convert convert, Take take) {
+    Lines lines(text);
+    std::optional<std::string_view> line;
+    do {
+        line = lines.next();
+    } while (line && line->find(section) == std::string_view::npos);
+
+    std::uint32_t index = 0;
+    for (; line && index < count; line = lines.next()) {
+        if (line->find(std::to_string(index) + ',') != std::string_view::npos) {
+            take(convert(secondToken(*line, ",")));
+            ++index;
+        }
+        if constexpr (std::is_same_v<decltype(convert(*line)), std::uint32_t>) {
+            // Lines in order, as they are written, need no search. The rest ends where the zero-terminated text does.
+            const char* const start = lines.rest().data();
+            const char* place = start;
+            std::uint32_t value = 0;
+            while (index < count) {
+                const std::size_t length = readWrittenLine(place, index, value);
+                if (length == 0) {
+                    break;
+                }
+                take(value);
+                place += length;
+                ++index;
+            }
+            lines.skip(static_cast<std::size_t>(place - start));
+        }
+    }
+}
+
+// -- Writing -------------------------------------------------------------------------------------------------------
+
 /** Counts entries in text: "0,", "1,", ... */
 class Index {
   public:
     Index() { print(); }
 
     std::string_view text() const { return {text_.data(), length_}; }
-    std::uint32_t value() const { return value_; }
 
     void advance() {
         ++value_;
@@ -131,61 +197,6 @@ class Index {
     std::array<char, 16> text_{};
     std::size_t length_ = 0;
 };
-
-/**
- * Reads a line as the writer makes it, "<index>,<value>;" and the line's end, where the text stands.
- * @return its length, or 0 when the line is of another shape
- */
-std::size_t readWrittenLine(std::string_view text, std::string_view index, std::uint32_t& value) {
-    constexpr std::size_t mostDigits = 9; // cannot overflow
-    if (!text.starts_with(index)) {
-        return 0;
-    }
-    std::size_t position = index.size();
-    std::uint32_t number = 0;
-    const std::size_t limit = std::min(position + mostDigits, text.size());
-    const std::size_t firstDigit = position;
-    while (position < limit && isDigit(text[position])) {
-        number = number * 10 + static_cast<std::uint32_t>(text[position++] - '0');
-    }
-    if (position == firstDigit || !text.substr(position).starts_with(";\n")) {
-        return 0;
-    }
-    value = number;
-    return position + 2;
-}
-
-/** Hands the value of entry 0, 1, ... to `take`, in order, up to `count` or the end of the text. */
-template <typename Convert, typename Take>
-void readEntries(std::string_view text, std::string_view section, std::uint32_t count, Convert convert, Take take) {
-    Lines lines(text);
-    std::optional<std::string_view> line;
-    do {
-        line = lines.next();
-    } while (line && line->find(section) == std::string_view::npos);
-
-    for (Index index; line && index.value() < count; line = lines.next()) {
-        if (line->find(index.text()) != std::string_view::npos) {
-            take(convert(secondToken(*line, ",")));
-            index.advance();
-        }
-        if constexpr (std::is_same_v<decltype(convert(*line)), std::uint32_t>) {
-            // Lines in order, as they are written, need no search.
-            std::uint32_t value = 0;
-            while (index.value() < count) {
-                const std::size_t length = readWrittenLine(lines.rest(), index.text(), value);
-                if (length == 0) {
-                    break;
-                }
-                take(value);
-                lines.skip(length);
-                index.advance();
-            }
-        }
-    }
-}
-
-// -- Writing -------------------------------------------------------------------------------------------------------
 
 constexpr std::size_t longestEntryLine = 32;
 constexpr int keyPrecision = 12;
@@ -215,6 +226,8 @@ LutData LutDataFile::readTable(std::string_view section) const {
     table.format = readKey(keys::format);
     table.number = static_cast<std::uint8_t>(readKey(keys::number));
     // Grows with the lines that are there: the count in a file need not be true.
+    constexpr std::size_t shortestLine = 3;
+    table.data.reserve(std::min<std::size_t>(table.nrOfElements, text_.size() / shortestLine));
     readEntries(text_, section, table.nrOfElements, leadingInteger,
                 [&](std::uint32_t value) { table.data.push_back(value); });
     return table;

@@ -22,6 +22,8 @@ constexpr const char* examples = R"(Examples:
   qelm describe FG_XOFFSET               all about one parameter
   qelm get FG_WIDTH FG_FORMAT            two values
   qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
+  qelm lut FG_PROCESSING_GAMMA=2.2       the lookup table of a curve
+  qelm shading --gray gray.tif           the shading correction from a reference image
   qelm trace FG_WIDTH=512                what a setting writes into the design
   qelm save setup.kcf FG_WIDTH=512       a configuration file; "load", "diff" and "check" read it
   qelm events --pulses 3                 what the design tells of three pulses at a trigger input
@@ -79,6 +81,25 @@ Examples:
   qelm set FG_FORMAT=FG_GRAY16 FG_GEN_FREQ=62.5
   qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json
   qelm set --direct-registers DRA_LedControl=5)";
+
+constexpr const char* lutExamples =
+    R"(The settings are made first, then a file is loaded. Without --save and --plot the table is shown, 16 entries in a line.
+
+Examples:
+  qelm lut
+  qelm lut FG_PROCESSING_GAMMA=2.2 --save gamma.lut --plot gamma.png
+  qelm lut --load gamma.lut FG_LUT_VALUE[0]=17 --plot changed.png
+  qelm lut FG_PROCESSING_INVERT=FG_ON --json)";
+
+constexpr const char* shadingExamples =
+    R"(The settings are made first, then the correction is computed from the images: TIFF files with one sample of 8 or 16
+bits per pixel. The pictures show what the virtual board's design has loaded, as far as the coefficients differ from
+no correction, from the smallest (black) to the largest (white); defective pixels are red.
+
+Examples:
+  qelm shading --black dark.tif --gray flat.tif
+  qelm shading --gray flat.tif FG_SHADING_GAIN_CORRECTION_MODE=FG_MEAN_VALUE --gains gains.png
+  qelm shading --black dark.tif --gray flat.tif FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE=FG_ON --offsets offsets.png)";
 
 constexpr const char* traceExamples =
     R"(NAME=VALUE sets a parameter, NAME reads it. Below each step stand the writes that it led to, in their order: to
@@ -176,8 +197,8 @@ class CommandLine {
             ->type_name("");
 
         addVerb("xml", "Writes the GenApi description of the parameters", xmlExamples,
-                [this] { return tool::xml(common_, file_); })
-            ->add_option("-o,--output", file_, "The file to write, if not the standard output")
+                [this] { return tool::xml(common_, document_); })
+            ->add_option("-o,--output", document_, "The file to write, if not the standard output")
             ->type_name("FILE");
 
         addVerb("get", "Shows the values of parameters", getExamples, [this] { return tool::get(common_, arguments_); })
@@ -207,6 +228,24 @@ class CommandLine {
         CLI::App* check = addVerb("check", "Says what a load of a configuration file would not take", checkExamples,
                                   [this] { return tool::check(common_, file_); });
         addConfiguration(*check, "FILE.kcf", file_, "Configuration file to check");
+
+        CLI::App* table = addVerb("lut", "Shows, loads, saves and plots the lookup table", lutExamples,
+                                  [this] { return tool::lut(common_, lut_); });
+        addSettings(*table, lut_.settings);
+        addFile(*table, "--load", lut_.load, "Lookup-table file to load");
+        addFile(*table, "--save", lut_.save, "Lookup-table file to write");
+        addFile(*table, "--plot", lut_.plot, "PNG file for a plot of the table");
+
+        CLI::App* correction = addVerb("shading", "Computes the shading correction from reference images",
+                                       shadingExamples, [this] { return applyShading(); });
+        addSettings(*correction, shading_.settings);
+        addFile(*correction, "--black", shading_.black, "Black reference image");
+        addFile(*correction, "--gray", shading_.gray, "Grey reference image");
+        addFile(*correction, "--offsets", shading_.offsets, "PNG file for a picture of the offsets");
+        addFile(*correction, "--gains", shading_.gains, "PNG file for a picture of the gains");
+        correction->add_option("--size", shading_.size, "Longer side of the pictures at most, in pixels (1024)")
+            ->check(CLI::Range(1, 8192))
+            ->type_name("PIXELS");
 
         verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
                        [this] { return traceSteps(); });
@@ -261,6 +300,21 @@ class CommandLine {
         return tool::events(common_, events_);
     }
 
+    int applyShading() {
+        if (shading_.black.empty() && shading_.gray.empty()) {
+            tool::printError("nothing to compute from: give --black or --gray");
+            return misused;
+        }
+        return tool::shading(common_, shading_);
+    }
+
+    static void addSettings(CLI::App& verb, std::vector<std::string>& settings) {
+        verb.add_option("NAME=VALUE", settings, "Parameter and value to set")->type_name("");
+    }
+    static void addFile(CLI::App& verb, const char* name, std::filesystem::path& file, const char* description) {
+        verb.add_option(name, file, description)->type_name("FILE");
+    }
+
     /** They may stand before and after the verb. */
     void addCommonOptions(CLI::App& app) {
         app.add_option("--applet", common_.applet, "The applet library, if not the one beside the tool")
@@ -287,10 +341,12 @@ class CommandLine {
     tool::CommonOptions common_;
     tool::ListOptions list_;
     std::string name_;
-    std::filesystem::path file_;
+    std::filesystem::path document_;
     std::vector<std::string> arguments_;
     std::string file_;
     std::string otherFile_;
+    tool::LutOptions lut_;
+    tool::ShadingOptions shading_;
     tool::TraceOptions trace_;
     tool::EventsOptions events_;
     std::function<int()> verb_;

@@ -22,6 +22,11 @@ class Session {
     const host::Board& board() const { return board_; }
     const std::vector<host::Parameter>& parameters() const { return parameters_; }
 
+    /** Makes a setting, "NAME=VALUE". @throws AppletError with what is allowed, SyntaxError */
+    void change(const std::string& assignment);
+    /** Sets a parameter to the name of a file, whatever it contains. @throws AppletError */
+    void useFile(const char* parameter, const std::filesystem::path& file);
+
     /** The value, or nothing when the applet does not give it. */
     std::optional<host::Value> read(const host::Reference& reference) const;
     /** As read, and nothing for a table, which has no one value. */

@@ -37,6 +37,22 @@ struct EventsOptions {
     uint64_t wait = 0;    ///< after the last period
 };
 
+struct LutOptions {
+    std::vector<std::string> settings; ///< "NAME=VALUE", made first
+    std::filesystem::path load;
+    std::filesystem::path save;
+    std::filesystem::path plot; ///< a PNG
+};
+
+struct ShadingOptions {
+    std::vector<std::string> settings; ///< "NAME=VALUE", made first
+    std::filesystem::path black;
+    std::filesystem::path gray;
+    std::filesystem::path offsets; ///< a PNG of what is loaded
+    std::filesystem::path gains;   ///< likewise
+    int size = 1024;               ///< the pictures' longer side at most, in pixels
+};
+
 int info(const CommonOptions& options);
 int list(const CommonOptions& options, const ListOptions& listOptions);
 int describe(const CommonOptions& options, const std::string& name);
@@ -48,6 +64,8 @@ int save(const CommonOptions& options, const std::string& file, const std::vecto
 int load(const CommonOptions& options, const std::string& file);
 int diff(const CommonOptions& options, const std::string& left, const std::string& right);
 int check(const CommonOptions& options, const std::string& file);
+int lut(const CommonOptions& options, const LutOptions& lutOptions);
+int shading(const CommonOptions& options, const ShadingOptions& shadingOptions);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
 int events(const CommonOptions& options, const EventsOptions& eventsOptions);
 

@@ -12,4 +12,8 @@ std::size_t terminalWidth() {
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
+bool errorsGoToTerminal() {
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
 } // namespace qelm::tool

@@ -14,4 +14,9 @@ std::size_t terminalWidth() {
     return isConsole ? static_cast<std::size_t>(information.srWindow.Right - information.srWindow.Left + 1) : 0;
 }
 
+bool errorsGoToTerminal() {
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
 } // namespace qelm::tool

@@ -1,0 +1,92 @@
+#include "output.h"
+#include "png_file.h"
+#include "session.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+namespace qelm::tool {
+namespace {
+
+constexpr std::uint32_t entryCount = 4096;
+constexpr std::uint32_t largestEntry = 4095;
+
+std::vector<std::uint32_t> readTable(const Session& session) {
+    std::vector<std::uint32_t> table;
+    for (std::uint32_t i = 0; i < entryCount; ++i) {
+        LutEntry entry{0, i};
+        if (const int32_t code = session.board().get(FG_LUT_VALUE, entry); code != 0) {
+            throw host::AppletError(code, "reading the lookup table was refused");
+        }
+        table.push_back(entry.value);
+    }
+    return table;
+}
+
+void show(const std::vector<std::uint32_t>& table) {
+    constexpr std::size_t entriesPerLine = 16;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (i % entriesPerLine == 0) {
+            std::printf("%4zu:", i);
+        }
+        std::printf(" %4u%s", table[i], i % entriesPerLine == entriesPerLine - 1 ? "\n" : "");
+    }
+    std::fflush(stdout);
+}
+
+/** Input to the right, output upwards, over a grid of eighths. */
+Bitmap plot(const std::vector<std::uint32_t>& table) {
+    constexpr int side = 513; // so that the grid's lines are whole pixels apart
+    constexpr int gridStep = 64;
+    constexpr std::uint8_t paper = 255, grid = 208, ink = 0;
+    Bitmap bitmap(side, side, 1, paper);
+    for (int line = 0; line < side; line += gridStep) {
+        for (int i = 0; i < side; ++i) {
+            *bitmap.at(line, i) = grid;
+            *bitmap.at(i, line) = grid;
+        }
+    }
+    const auto row = [](std::uint32_t entry) {
+        return side - 1 - static_cast<int>(std::min(entry, largestEntry) * (side - 1) / largestEntry);
+    };
+    int previous = row(table.front());
+    for (std::uint32_t i = 0; i < table.size(); ++i) {
+        const int x = static_cast<int>(i * (side - 1) / largestEntry);
+        const int y = row(table[i]);
+        for (int step = std::min(previous, y); step <= std::max(previous, y); ++step) { // steep parts stay a line
+            *bitmap.at(x, step) = ink;
+        }
+        previous = y;
+    }
+    return bitmap;
+}
+
+} // namespace
+
+int lut(const CommonOptions& options, const LutOptions& lutOptions) {
+    const host::Applet applet = loadApplet(options);
+    Session session(applet);
+    if (!lutOptions.load.empty()) {
+        session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
+        session.change("FG_LUT_TYPE=LUT_TYPE_CUSTOM");
+    }
+    for (const std::string& setting : lutOptions.settings) {
+        session.change(setting);
+    }
+    const std::vector<std::uint32_t> table = readTable(session);
+    if (!lutOptions.save.empty()) {
+        session.useFile("FG_LUT_SAVE_FILE", lutOptions.save);
+    }
+    if (!lutOptions.plot.empty()) {
+        writePng(lutOptions.plot, plot(table));
+    }
+    if (options.json) {
+        print(Json{{"table", table}});
+    } else if (lutOptions.save.empty() && lutOptions.plot.empty()) {
+        show(table);
+    }
+    return 0;
+}
+
+} // namespace qelm::tool

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+namespace qelm::tool {
+
+/** A picture of 8 bits per sample, one sample (grey) or three (red, green, blue) per pixel. */
+struct Bitmap {
+    Bitmap(int width_, int height_, int samples_, std::uint8_t value)
+        : width(width_)
+        , height(height_)
+        , samples(samples_)
+        , pixels(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) *
+                     static_cast<std::size_t>(samples_),
+                 value) {}
+
+    std::uint8_t* at(int x, int y) {
+        return &pixels[(static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) *
+                       static_cast<std::size_t>(samples)];
+    }
+
+    int width, height, samples;
+    std::vector<std::uint8_t> pixels;
+};
+
+/** @throws std::runtime_error when the file cannot be written */
+void writePng(const std::filesystem::path& file, const Bitmap& bitmap);
+
+} // namespace qelm::tool
