@@ -2,7 +2,12 @@
 
 #include "events/event_table.h"
 #include "maker/nuvrod.h"
+#include "persistence/parameter_info_builder_xml.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
 
 namespace qelm::applet {
 
@@ -16,9 +21,27 @@ std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* /*file
     return setLastError(FG_ERROR_NOT_SUPPORTED);
 }
 
-std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* /*buffer*/,
-                                              std::size_t* /*bufferSize*/) {
-    return setLastError(FG_ERROR_NOT_SUPPORTED);
+std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* buffer,
+                                              std::size_t* bufferSize) {
+    if (bufferSize == nullptr) {
+        return setLastError(FG_ERROR_UNKNOWN);
+    }
+    try {
+        persistence::ParameterInfoBuilderXML builder(binding_.parameterInfo(), getAppletName());
+        const std::string_view document = builder.build();
+        const std::size_t room = std::exchange(*bufferSize, document.size() + 1);
+        if (buffer == nullptr) {
+            return setLastError(0);
+        }
+        if (room < *bufferSize) {
+            return setLastError(FG_ERROR_UNKNOWN);
+        }
+        std::memcpy(buffer, document.data(), document.size());
+        buffer[document.size()] = '\0';
+        return setLastError(0);
+    } catch (const std::bad_alloc&) {
+        return setLastError(FG_ERROR_SYSTEM);
+    }
 }
 
 ShadingAccess* FgZeWrapper::allocShading(std::int32_t /*set*/, std::int32_t /*port*/) {

@@ -2,6 +2,7 @@
 
 #include "applet/identity.h"
 #include "maker/nuvrod.h"
+#include "persistence/direct_access.h"
 #include "platform/operating_system.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -62,7 +63,17 @@ void FgZeWrapperImpl::loadInspectSettings() {
 }
 
 void FgZeWrapperImpl::registerParameters() {
+    const auto enableDesign = platform::environmentVariable("QELM_ENABLE_DZEA");
+    directDesignAccess_ = enableDesign && persistence::meansYes(*enableDesign);
     registry_.addFixedParameters();
+    if (directRegisterAccess()) {
+        persistence::direct_access::registerRegisters(registry_, binding().designImage());
+    }
+    if (directDesignAccess_) {
+        persistence::direct_access::addDefaultSelection(inspectSettings_, binding().designTree());
+        persistence::direct_access::registerDesignParameters(
+            registry_, inspectSettings_, [this](const char* name) { return binding().designParameterId(name); });
+    }
     events_.build([this](std::uint32_t position) { return getDesignEvent(binding().designImage(), position); });
     constexpr std::int32_t onlyPort = 0;
     constexpr std::int32_t onlyProcess = 0;
@@ -75,7 +86,14 @@ void FgZeWrapperImpl::bindDesign() {
 }
 
 void FgZeWrapperImpl::buildParameterInfo() {
-    binding().parameterInfo().addFixedParameters();
+    parameters::Information& information = binding().parameterInfo();
+    information.addFixedParameters();
+    if (directRegisterAccess()) {
+        persistence::direct_access::describeRegisters(information, binding().designImage());
+    }
+    if (directDesignAccess_) {
+        persistence::direct_access::describeDesignParameters(information, registry_, binding().designTree());
+    }
 }
 
 bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& /*parser*/) {

@@ -65,6 +65,7 @@ class FgZeWrapperImpl final : public FgZeWrapper {
 
     templates::platform::CriticalSection objectLock_; ///< held for the whole of every parameter set and get
     persistence::SettingsStore inspectSettings_;
+    bool directDesignAccess_ = false; ///< design parameters that the settings select are parameters of their own
     parameters::DesignAccess design_;
     parameters::Registry registry_;
     events::EventTable events_;

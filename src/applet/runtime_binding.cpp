@@ -74,6 +74,10 @@ void RuntimeBinding::setBoardAndImage(void* board, void* designImage) {
     designImage_ = designImage;
 }
 
+std::int32_t RuntimeBinding::designParameterId(const char* name) const {
+    return getParameterIdByName_ == nullptr ? 0 : getParameterIdByName_(runtimeHandle_, name);
+}
+
 const DesignNode* RuntimeBinding::designTree() const {
     return getDesignTree_ == nullptr ? nullptr : getDesignTree_(runtimeHandle_);
 }

@@ -32,6 +32,8 @@ class RuntimeBinding {
 
     const maker::RuntimeFunctionTable& functions() const { return *functions_; }
     maker::GetParameterIdByName getParameterIdByName() const { return getParameterIdByName_; }
+    /** The runtime's identifier of a design parameter; 0 when it knows none of that name. */
+    std::int32_t designParameterId(const char* name) const;
     /** The root of the design parameter tree, or null. */
     const DesignNode* designTree() const;
     void* runtimeHandle() const { return runtimeHandle_; }

@@ -1,74 +1,103 @@
 #include "parameters/information.h"
 
+#include "parameters/display_text.h"
+#include "parameters/information_text.h"
 #include "parameters/registry.h"
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
-#include <locale>
-#include <sstream>
-#include <utility>
+#include <algorithm>
 
 namespace qelm::parameters {
+namespace {
 
-CategoryNode& Information::addCategory(CategoryNode& parent, std::string name) {
-    CategoryNode& category = categories_.emplace_back(CategoryNode{std::move(name), &parent});
+using Kind = ParameterNode::Kind;
+
+template <typename T>
+void setRange(ParameterNode::Range<T>& range, T minimum, T maximum, T increment) {
+    range.minimum = minimum;
+    range.maximum = maximum;
+    range.increment = increment;
+}
+
+} // namespace
+
+CategoryNode& Information::addCategory(CategoryNode& parent, std::string_view name) {
+    CategoryNode& category = categories_.emplace_back(CategoryNode{displayText(name), &parent});
     parent.categories.push_back(&category);
     return category;
 }
 
-ParameterNode& Information::add(ParameterNode::Kind kind, CategoryNode& category, std::string displayName,
-                                std::string name, std::int32_t access, std::int32_t id) {
+ParameterNode& Information::add(Kind kind, CategoryNode& category, std::string_view displayName, std::string_view name,
+                                std::int32_t access, std::int32_t level, std::string_view unit, std::int32_t id) {
     ParameterNode& node = parameters_.emplace_back();
     node.kind = kind;
     node.category = &category;
-    node.displayName = std::move(displayName);
-    node.name = std::move(name);
+    node.displayName = displayText(displayName);
+    node.name = displayText(name);
     node.access = access;
+    node.level = level;
+    node.unit = displayText(unit);
     node.id = id;
     category.parameters.push_back(&node);
     byId_[id] = &node;
     return node;
 }
 
-ParameterNode& Information::addInteger(CategoryNode& category, std::string displayName, std::string name,
+ParameterNode& Information::addInteger(CategoryNode& category, std::string_view displayName, std::string_view name,
                                        std::int64_t minimum, std::int64_t maximum, std::int64_t increment,
-                                       std::int32_t access, std::int32_t level, std::string unit, std::int32_t id) {
-    ParameterNode& node =
-        add(ParameterNode::Kind::integer, category, std::move(displayName), std::move(name), access, id);
-    node.integerRange.minimum = minimum;
-    node.integerRange.maximum = maximum;
-    node.integerRange.increment = increment;
-    node.level = level;
-    node.unit = std::move(unit);
+                                       std::int32_t access, std::int32_t level, std::string_view unit,
+                                       std::int32_t id) {
+    ParameterNode& node = add(Kind::integer, category, displayName, name, access, level, unit, id);
+    setRange(node.integerRange, minimum, maximum, increment);
     return node;
 }
 
-ParameterNode& Information::addFloat(CategoryNode& category, std::string displayName, std::string name, double minimum,
-                                     double maximum, double increment, std::int32_t access, std::int32_t level,
-                                     std::string unit, std::int32_t id) {
-    ParameterNode& node =
-        add(ParameterNode::Kind::floatingPoint, category, std::move(displayName), std::move(name), access, id);
-    node.floatRange.minimum = minimum;
-    node.floatRange.maximum = maximum;
-    node.floatRange.increment = increment;
-    node.level = level;
-    node.unit = std::move(unit);
+ParameterNode& Information::addWideInteger(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                           std::uint64_t minimum, std::uint64_t maximum, std::uint64_t increment,
+                                           std::int32_t access, std::int32_t level, std::string_view unit,
+                                           std::int32_t id) {
+    ParameterNode& node = add(Kind::wideInteger, category, displayName, name, access, level, unit, id);
+    setRange(node.wideRange, minimum, maximum, increment);
     return node;
 }
 
-ParameterNode& Information::addEnumeration(CategoryNode& category, std::string displayName, std::string name,
-                                           const Enumeration& enumeration, std::int32_t access, std::int32_t id) {
-    ParameterNode& node =
-        add(ParameterNode::Kind::enumeration, category, std::move(displayName), std::move(name), access, id);
-    node.entries.assign(enumeration.entries().begin(), enumeration.entries().end());
+ParameterNode& Information::addFloat(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                     double minimum, double maximum, double increment, std::int32_t access,
+                                     std::int32_t level, std::string_view unit, std::int32_t id) {
+    ParameterNode& node = add(Kind::floatingPoint, category, displayName, name, access, level, unit, id);
+    setRange(node.floatRange, minimum, maximum, increment);
     return node;
 }
 
-ParameterNode& Information::addFileName(CategoryNode& category, std::string displayName, std::string name,
-                                        std::string filter, std::int32_t access, std::int32_t id) {
-    ParameterNode& node =
-        add(ParameterNode::Kind::fileName, category, std::move(displayName), std::move(name), access, id);
-    node.filter = std::move(filter);
+ParameterNode& Information::addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                           std::int32_t access, std::string_view unit, std::int32_t id) {
+    return add(Kind::enumeration, category, displayName, name, access, 1, unit, id);
+}
+
+ParameterNode& Information::addFileName(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                        std::string_view filter, std::int32_t access, std::int32_t id) {
+    ParameterNode& node = add(Kind::fileName, category, displayName, name, access, 1, "", id);
+    node.filter = displayText(filter);
     return node;
+}
+
+ParameterNode& Information::addText(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                    std::int32_t access, std::int32_t id) {
+    return add(Kind::text, category, displayName, name, access, 1, "", id);
+}
+
+void Information::addEntry(ParameterNode& enumeration, std::string_view text, std::int32_t value,
+                           std::string_view name) {
+    constexpr std::size_t longestText = 255; // what readers of the entries have room for
+    enumeration.entries.push_back({std::string(cutText(displayText(text), longestText)), value, displayText(name)});
+}
+
+void Information::addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                 const Enumeration& enumeration, std::int32_t access, std::int32_t id) {
+    ParameterNode& node = addEnumeration(category, displayName, name, access, "", id);
+    for (const Enumerator& entry : enumeration.entries()) {
+        addEntry(node, entry.text, entry.value, entry.name);
+    }
 }
 
 void Information::addFixedParameters() {
@@ -120,42 +149,24 @@ void Information::setAccess(std::int32_t id, std::int32_t access) {
 }
 
 const char* Information::describe(std::int32_t id) {
+    // A bound on the memory; so many threads at a time are not expected to hold texts about one parameter.
+    constexpr std::size_t mostReaders = 64;
     const ParameterNode* node = find(id);
     if (node == nullptr) {
         return nullptr;
     }
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.precision(17);
-    text << "Name: " << node->name << "\nDisplay name: " << node->displayName << "\nCategory: " << node->category->name
-         << "\nIdentifier: " << node->id << "\nAccess: " << node->access << '\n';
-    switch (node->kind) {
-    case ParameterNode::Kind::integer:
-        text << "Kind: integer\nMinimum: " << node->integerRange.minimum << "\nMaximum: " << node->integerRange.maximum
-             << "\nIncrement: " << node->integerRange.increment << '\n';
-        break;
-    case ParameterNode::Kind::floatingPoint:
-        text << "Kind: floating point\nMinimum: " << node->floatRange.minimum
-             << "\nMaximum: " << node->floatRange.maximum << "\nIncrement: " << node->floatRange.increment << '\n';
-        break;
-    case ParameterNode::Kind::enumeration:
-        text << "Kind: enumeration\n";
-        for (const Enumerator& entry : node->entries) {
-            text << "Entry: " << entry.name << " = " << entry.value << " (" << entry.text << ")\n";
-        }
-        break;
-    case ParameterNode::Kind::fileName:
-        text << "Kind: file name\nFilter: " << node->filter << '\n';
-        break;
+    std::string text = informationText(*node);
+    const templates::platform::CriticalSectionGuard guard(&toldLock_);
+    std::deque<Told>& told = told_[id];
+    const auto mine = std::ranges::find(told, std::this_thread::get_id(), &Told::reader);
+    if (mine != told.end()) {
+        mine->text = std::move(text);
+        return mine->text.c_str();
     }
-    if (!node->unit.empty()) {
-        text << "Unit: " << node->unit << '\n';
+    if (told.size() == mostReaders) {
+        told.pop_front();
     }
-    if (!node->description.empty()) {
-        text << "Description: " << node->description << '\n';
-    }
-    described_ = text.str();
-    return described_.c_str();
+    return told.emplace_back(Told{std::this_thread::get_id(), std::move(text)}).text.c_str();
 }
 
 } // namespace qelm::parameters

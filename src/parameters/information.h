@@ -1,6 +1,7 @@
 #pragma once
 
 #include "parameters/enumerations.h"
+#include "platform/critical_section.h"
 
 #include <atomic>
 #include <cstdint>
@@ -8,17 +9,25 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
 namespace qelm::parameters {
 
 inline constexpr double doubleEpsilon = std::numeric_limits<double>::epsilon();
 
-/** Access flags of a described parameter. */
+/** Access flags of a described parameter: bit value 1 read, 2 write, 4 third access bit. */
 namespace access {
+inline constexpr std::int32_t read = 1;
+inline constexpr std::int32_t write = 2;
 inline constexpr std::int32_t readOnly = 1;
 inline constexpr std::int32_t readWrite = 7;
 } // namespace access
+
+/** The categories of direct access. */
+inline constexpr const char* directRegisterCategory = "Direct Register Access";
+inline constexpr const char* directDesignCategory = "Direct ZE Access";
 
 struct ParameterNode;
 
@@ -34,13 +43,26 @@ struct CategoryNode {
  * them without a lock, hence the atomics.
  */
 struct ParameterNode {
-    enum class Kind : std::uint8_t { integer, floatingPoint, enumeration, fileName };
+    enum class Kind : std::uint8_t {
+        integer,     ///< 32 bits, signed or unsigned
+        wideInteger, ///< 64 bits, unsigned
+        floatingPoint,
+        enumeration,
+        fileName,
+        text,
+    };
 
     template <typename T>
     struct Range {
         std::atomic<T> minimum{};
         std::atomic<T> maximum{};
         T increment{};
+    };
+
+    struct Entry {
+        std::string text; ///< what user interfaces show; at most 255 bytes
+        std::int32_t value;
+        std::string name; ///< symbolic name
     };
 
     Kind kind{};
@@ -53,14 +75,16 @@ struct ParameterNode {
     std::string unit{};
     std::string filter{};               ///< of file names, e.g. "*.tif *.tiff"
     std::string description{};          ///< the registry's text
-    Range<std::int64_t> integerRange{}; ///< of integers; 32 bits, signed or unsigned
+    Range<std::int64_t> integerRange{}; ///< of integers
+    Range<std::uint64_t> wideRange{};   ///< of wide integers
     Range<double> floatRange{};         ///< of floating-point parameters
-    std::vector<Enumerator> entries{};  ///< of enumerations; texts are the design's or static
+    std::vector<Entry> entries{};       ///< of enumerations
+    std::uint32_t elementCount = 0;     ///< elements that an index selects among; 0 for a plain value
 };
 
 /**
  * What user interfaces are told about the parameters: a tree of categories with a node per parameter. Built once at
- * start-up; setters then move limits and access.
+ * start-up; setters then move limits and access. Texts may come in any encoding and are kept as UTF-8.
  */
 class Information {
   public:
@@ -68,18 +92,27 @@ class Information {
 
     CategoryNode& root() { return categories_.front(); }
     const CategoryNode& root() const { return categories_.front(); }
+    /** Every category in the order in which they were added, the root first. */
+    const std::deque<CategoryNode>& categories() const { return categories_; }
 
-    CategoryNode& addCategory(CategoryNode& parent, std::string name);
-    ParameterNode& addInteger(CategoryNode& category, std::string displayName, std::string name, std::int64_t minimum,
-                              std::int64_t maximum, std::int64_t increment, std::int32_t access, std::int32_t level,
-                              std::string unit, std::int32_t id);
-    ParameterNode& addFloat(CategoryNode& category, std::string displayName, std::string name, double minimum,
-                            double maximum, double increment, std::int32_t access, std::int32_t level, std::string unit,
-                            std::int32_t id);
-    ParameterNode& addEnumeration(CategoryNode& category, std::string displayName, std::string name,
-                                  const Enumeration& enumeration, std::int32_t access, std::int32_t id);
-    ParameterNode& addFileName(CategoryNode& category, std::string displayName, std::string name, std::string filter,
-                               std::int32_t access, std::int32_t id);
+    CategoryNode& addCategory(CategoryNode& parent, std::string_view name);
+    ParameterNode& addInteger(CategoryNode& category, std::string_view displayName, std::string_view name,
+                              std::int64_t minimum, std::int64_t maximum, std::int64_t increment, std::int32_t access,
+                              std::int32_t level, std::string_view unit, std::int32_t id);
+    ParameterNode& addWideInteger(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                  std::uint64_t minimum, std::uint64_t maximum, std::uint64_t increment,
+                                  std::int32_t access, std::int32_t level, std::string_view unit, std::int32_t id);
+    ParameterNode& addFloat(CategoryNode& category, std::string_view displayName, std::string_view name, double minimum,
+                            double maximum, double increment, std::int32_t access, std::int32_t level,
+                            std::string_view unit, std::int32_t id);
+    /** An enumeration without entries; addEntry offers one more at a time. */
+    ParameterNode& addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
+                                  std::int32_t access, std::string_view unit, std::int32_t id);
+    ParameterNode& addFileName(CategoryNode& category, std::string_view displayName, std::string_view name,
+                               std::string_view filter, std::int32_t access, std::int32_t id);
+    ParameterNode& addText(CategoryNode& category, std::string_view displayName, std::string_view name,
+                           std::int32_t access, std::int32_t id);
+    static void addEntry(ParameterNode& enumeration, std::string_view text, std::int32_t value, std::string_view name);
 
     /** Adds the fixed parameters with their categories. */
     void addFixedParameters();
@@ -92,18 +125,31 @@ class Information {
     void setFloatRange(std::int32_t id, double minimum, double maximum);
     void setAccess(std::int32_t id, std::int32_t access);
 
-    /** A readable text about one parameter, kept until the next call; null when it has no node. */
+    /**
+     * All that is known about one parameter, a line "Key: value" for each fact; null when it has no node. Any number of
+     * threads may ask. The text stays as it is until the same thread asks for the same parameter again.
+     */
     const char* describe(std::int32_t id);
 
   private:
-    ParameterNode& add(ParameterNode::Kind kind, CategoryNode& category, std::string displayName, std::string name,
-                       std::int32_t access, std::int32_t id);
+    /** A text about a parameter that a thread holds. */
+    struct Told {
+        std::thread::id reader;
+        std::string text;
+    };
+
+    ParameterNode& add(ParameterNode::Kind kind, CategoryNode& category, std::string_view displayName,
+                       std::string_view name, std::int32_t access, std::int32_t level, std::string_view unit,
+                       std::int32_t id);
+    void addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
+                        const Enumeration& enumeration, std::int32_t access, std::int32_t id);
     ParameterNode* findMutable(std::int32_t id);
 
     std::deque<CategoryNode> categories_; // the root first; a deque keeps addresses
     std::deque<ParameterNode> parameters_;
     std::map<std::int32_t, ParameterNode*> byId_;
-    std::string described_;
+    templates::platform::CriticalSection toldLock_;
+    std::map<std::int32_t, std::deque<Told>> told_; // by identifier; guarded by toldLock_
 };
 
 } // namespace qelm::parameters

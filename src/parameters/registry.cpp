@@ -1,6 +1,14 @@
 #include "parameters/registry.h"
 
 namespace qelm::parameters {
+namespace {
+
+std::optional<std::int32_t> find(const std::map<std::string, std::int32_t>& ids, const std::string& name) {
+    const auto entry = ids.find(name);
+    return entry == ids.end() ? std::nullopt : std::optional(entry->second);
+}
+
+} // namespace
 
 std::span<const FixedParameter> fixedParameters() {
     static constexpr FixedParameter rows[] = {
@@ -19,9 +27,22 @@ void Registry::addFixedParameters() {
     }
 }
 
+void Registry::addDirectRegister(const std::string& name, std::int32_t id) {
+    ids_.emplace(name, id);
+    names_.emplace(count(), name);
+}
+
+void Registry::addDirectDesign(const std::string& name, std::int32_t id) {
+    directDesign_.emplace(name, id);
+    names_.emplace(count(), name);
+}
+
 std::optional<std::int32_t> Registry::idByName(const std::string& name) const {
-    const auto entry = ids_.find(name);
-    return entry == ids_.end() ? std::nullopt : std::optional(entry->second);
+    return find(ids_, name);
+}
+
+std::optional<std::int32_t> Registry::directDesignId(const std::string& name) const {
+    return find(directDesign_, name);
 }
 
 const char* Registry::nameAt(std::int32_t index) const {

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "parameters/information.h"
+#include "persistence/text_buffer.h"
+
+#include <string>
+#include <string_view>
+
+namespace qelm::persistence {
+
+/**
+ * Writes the parameter information as a GenApi 1.0 register description. A parameter is a feature over a register
+ * whose address is the parameter's identifier. Parameters of the category of direct registers are left out.
+ *
+ * A builder is for one document. Limits and access may move while it writes: each is written as it stands then.
+ */
+class ParameterInfoBuilderXML {
+  public:
+    /** @param modelName the applet's name */
+    ParameterInfoBuilderXML(const parameters::Information& information, std::string_view modelName);
+
+    /** The document as UTF-8; valid as long as the builder. */
+    std::string_view build();
+
+  private:
+    using Node = parameters::ParameterNode;
+
+    /* Parts of the document, in its order. */
+    void writeOpening();
+    void writeFeatures();
+    void writeCategory(const parameters::CategoryNode& category);
+    void writeClosing();
+
+    void writeNode(const Node& node);
+    void writeNumber(const Node& node);
+    void writeEnumeration(const Node& node);
+    void writeStringRegister(const Node& node);
+    void writeSelector(const Node& node);
+    void writeLimits(const Node& node);
+    void writeNumberRegister(const Node& node);
+    void writeCommonRegisterFields(const Node& node, std::uint32_t length);
+    void writeDescription(const Node& node);
+    void writeRegisterReference(std::string_view element);
+
+    template <typename... Pieces>
+    void write(const Pieces&... pieces);
+    template <typename Number>
+    void writeElement(std::string_view element, Number value);
+
+    const parameters::Information& information_;
+    std::string_view modelName_;
+    TextBuffer document_;
+    std::string name_; // of the node being written, escaped
+};
+
+} // namespace qelm::persistence
