@@ -10,6 +10,7 @@ namespace {
 enum ValueTypeCode : int32_t {
     typeSigned32 = 1,
     typeUnsigned32 = 2,
+    typeUnsigned64 = 3,
     typeDouble = 5,
     typeText = 6,
     typeLutEntry = 4098,
@@ -86,6 +87,10 @@ int32_t Board::set(int32_t id, int32_t value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeSigned32);
 }
 
+int32_t Board::set(int32_t id, uint64_t value) {
+    return applet()->Fg_setParameterWithType(*this, id, &value, port, typeUnsigned64);
+}
+
 int32_t Board::set(int32_t id, double value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeDouble);
 }
@@ -105,6 +110,10 @@ int32_t Board::get(int32_t id, uint32_t& value) const {
 
 int32_t Board::get(int32_t id, int32_t& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeSigned32);
+}
+
+int32_t Board::get(int32_t id, uint64_t& value) const {
+    return applet()->Fg_getParameterWithType(*this, id, &value, port, typeUnsigned64);
 }
 
 int32_t Board::get(int32_t id, double& value) const {

@@ -1,11 +1,13 @@
 #include "qelm/host/parameters.h"
 
 #include "parameters/enumerations.h"
+#include "qelm/host/descriptions.h"
 #include "qelm/host/numbers.h"
 
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 
 namespace qelm::host {
 namespace {
@@ -19,7 +21,8 @@ class RowReader {
         }
     }
 
-    Parameter& describe(int32_t id, ParameterKind kind, const char* category, const char* displayName, int32_t access) {
+    Parameter& describe(int32_t id, ParameterKind kind, const std::string& category, const char* displayName,
+                        int32_t access) {
         Parameter& parameter = *byId_.at(id);
         parameter.kind = kind;
         parameter.category = category;
@@ -54,7 +57,11 @@ std::vector<Parameter> makeFixedParameters() {
 
     RowReader reader(all);
     constexpr double doubleEpsilon = 0.0; // the rows' mark of continuous values
-#define INFO_CATEGORY(symbol, parent, name) [[maybe_unused]] constexpr const char* symbol = name;
+    const std::string root;
+    const auto path = [](const std::string& parent, const char* name) {
+        return parent.empty() ? name : parent + " / " + name;
+    };
+#define INFO_CATEGORY(symbol, parent, name) const std::string symbol = path(parent, name);
 #define INFO_INTEGER(category, shown, parameter, minimum, maximum, increment, unit, access, level)                     \
     reader.limit(reader.describe(parameter, ParameterKind::integer, category, shown, access), minimum, maximum,        \
                  increment, unit);
@@ -108,8 +115,8 @@ std::string upperCase(std::string_view text) {
 } // namespace
 
 std::string_view kindName(ParameterKind kind) {
-    constexpr std::array<std::string_view, 5> names{"integer", "floating point", "enumeration", "file name",
-                                                    "lookup table entry"};
+    constexpr std::array<std::string_view, 7> names{"integer",   "64-bit integer", "floating point",    "enumeration",
+                                                    "file name", "text",           "lookup table entry"};
     return names[static_cast<size_t>(kind)];
 }
 
@@ -131,12 +138,16 @@ std::string Parameter::allowedValues() const {
             if (!text.empty()) {
                 text += &entry == &entries.back() ? " or " : ", ";
             }
-            text += std::string(entry.name) + " (" + std::to_string(entry.value) + ")";
+            text += entry.name + " (" + std::to_string(entry.value) + ")";
         }
         return text;
     }
     case ParameterKind::fileName:
         return "a file name (" + filter + ")";
+    case ParameterKind::text:
+        return "a text";
+    case ParameterKind::wideInteger:
+        return "0 to " + std::to_string(wideMaximum);
     case ParameterKind::lutEntry:
         return "entries 0 to 4095 with values 0 to 4095";
     case ParameterKind::integer:
@@ -173,35 +184,32 @@ std::vector<Parameter> registeredParameters(const Board& board) {
     const Applet& applet = board.applet();
     std::vector<Parameter> registered;
     const int32_t count = applet->Fg_getNrOfParameter(board);
+    std::optional<std::map<std::string, int32_t>> addresses;
     for (int32_t index = 0; index < count; ++index) {
         const char* name = applet->Fg_getParameterName(board, index);
         if (name == nullptr) {
             continue;
         }
         if (const Parameter* fixed = findFixedParameter(name)) {
-            registered.push_back(*fixed);
-        } else {
-            registered.push_back({.id = applet->Fg_getParameterId(board, index), .name = name, .access = 3});
+            registered.push_back(withCurrentLimits(board, *fixed));
+            continue;
         }
+        int32_t id = applet->Fg_getParameterId(board, index);
+        if (id < 0) { // design parameters are listed by name; where they are told apart by number is the document
+            if (!addresses) {
+                addresses = parameterAddresses(readDescriptionXml(board));
+            }
+            const auto address = addresses->find(name);
+            id = address == addresses->end() ? id : address->second;
+        }
+        registered.push_back(withCurrentLimits(board, {.id = id, .name = name, .access = 3}));
     }
     return registered;
 }
 
 Parameter withCurrentLimits(const Board& board, Parameter parameter) {
-    const char* information = board.applet()->Fg_getParameterInfo(board, parameter.id);
-    std::string_view rest = information != nullptr ? information : "";
-    while (!rest.empty()) {
-        const size_t end = std::min(rest.find('\n'), rest.size());
-        const std::string_view line = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        const auto read = [&](std::string_view key, auto& field) {
-            if (line.starts_with(key)) {
-                parseNumber(line.substr(key.size()), field);
-            }
-        };
-        read("Minimum: ", parameter.minimum);
-        read("Maximum: ", parameter.maximum);
-        read("Access: ", parameter.access);
+    if (const char* information = board.applet()->Fg_getParameterInfo(board, parameter.id)) {
+        readInformation(information, parameter);
     }
     return parameter;
 }

@@ -50,6 +50,18 @@ uint32_t parseWhole(const Reference& reference, std::string_view text) {
     return static_cast<uint32_t>(number);
 }
 
+uint64_t parseWide(const Reference& reference, std::string_view text) {
+    uint64_t number = 0;
+    const std::errc error = parseNumber(text, number);
+    if (error == std::errc::invalid_argument && !text.starts_with('-')) {
+        throw noNumber(reference, text, "a whole number");
+    }
+    if (error != std::errc{} || number > reference.parameter->wideMaximum) {
+        throw outOfRange(reference, text);
+    }
+    return number;
+}
+
 double parseFloat(const Reference& reference, std::string_view text) {
     double number = 0.0;
     const std::errc error = parseNumber(text, number);
@@ -90,7 +102,10 @@ Value parseValue(const Reference& reference, std::string_view text) {
         return parseFloat(reference, text);
     case ParameterKind::enumeration:
         return parseEntry(reference, text);
+    case ParameterKind::wideInteger:
+        return parseWide(reference, text);
     case ParameterKind::fileName:
+    case ParameterKind::text:
         return std::string(text);
     case ParameterKind::lutEntry:
         return LutEntry{parseWhole(reference, text), reference.index};
@@ -168,6 +183,9 @@ std::string formatValue(const Parameter& parameter, const Value& value) {
         const std::string digits = std::to_string(*number);
         return entry == nullptr ? digits : std::string(entry->name) + " (" + digits + ")";
     }
+    if (const auto* number = std::get_if<uint64_t>(&value)) {
+        return std::to_string(*number);
+    }
     if (const auto* number = std::get_if<double>(&value)) {
         return formatNumber(*number);
     }
@@ -184,7 +202,11 @@ Value readValue(const Board& board, const Reference& reference) {
     case ParameterKind::floatingPoint:
         value = 0.0;
         break;
+    case ParameterKind::wideInteger:
+        value = uint64_t{0};
+        break;
     case ParameterKind::fileName:
+    case ParameterKind::text:
         value = std::string{};
         break;
     case ParameterKind::lutEntry:

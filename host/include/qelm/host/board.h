@@ -16,8 +16,8 @@ namespace qelm::host {
 
 /** The types of parameter values at the boundary. */
 template <class T>
-concept ParameterValue = std::same_as<T, uint32_t> || std::same_as<T, int32_t> || std::same_as<T, double> ||
-    std::same_as<T, std::string> || std::same_as<T, LutEntry>;
+concept ParameterValue = std::same_as<T, uint32_t> || std::same_as<T, int32_t> || std::same_as<T, uint64_t> ||
+    std::same_as<T, double> || std::same_as<T, std::string> || std::same_as<T, LutEntry>;
 
 /** How a board is opened. */
 struct BoardOptions {
@@ -72,6 +72,7 @@ class Board {
 
     int32_t set(int32_t id, uint32_t value);
     int32_t set(int32_t id, int32_t value);
+    int32_t set(int32_t id, uint64_t value);
     int32_t set(int32_t id, double value);
     int32_t set(int32_t id, const char* value);
     int32_t set(int32_t id, const std::string& value) { return set(id, value.c_str()); }
@@ -79,6 +80,7 @@ class Board {
 
     int32_t get(int32_t id, uint32_t& value) const;
     int32_t get(int32_t id, int32_t& value) const;
+    int32_t get(int32_t id, uint64_t& value) const;
     int32_t get(int32_t id, double& value) const;
     /** @param value handed over as it is: 24114 takes a parameter's name and answers its description */
     int32_t get(int32_t id, std::string& value) const;

@@ -11,14 +11,14 @@
 namespace qelm::host {
 
 struct EnumerationEntry {
-    std::string_view name; ///< symbolic name, e.g. "FG_GRAY16"
+    std::string name; ///< symbolic name, e.g. "FG_GRAY16"
     int32_t value;
-    std::string_view text; ///< what user interfaces show
+    std::string text; ///< what user interfaces show
 };
 
-enum class ParameterKind : uint8_t { integer, floatingPoint, enumeration, fileName, lutEntry };
+enum class ParameterKind : uint8_t { integer, wideInteger, floatingPoint, enumeration, fileName, text, lutEntry };
 
-/** @return "integer", "floating point", ... */
+/** @return "integer", "floating point", ... as in the applet's descriptions, or "lookup table entry" */
 std::string_view kindName(ParameterKind kind);
 
 /** What is known about a parameter besides its value. */
@@ -27,14 +27,15 @@ struct Parameter {
     std::string name{};
     std::string description{};
     ParameterKind kind = ParameterKind::integer;
-    std::string category{}; ///< empty, as the display name, for parameters that user interfaces leave out
+    std::string category{}; ///< "Trigger / Legacy"; empty, as the display name, for what user interfaces leave out
     std::string displayName{};
     std::string unit{};
     double minimum = 0.0; ///< limits of numbers; these and the increment are 0 when no range is stated
     double maximum = 0.0;
-    double increment = 0.0; ///< 0 for continuous values
-    int32_t access = 0;     ///< bit value 1 read, 2 write
-    std::string filter{};   ///< of file names, e.g. "*.lut"
+    uint64_t wideMaximum = 0; ///< of wide integers, which start at 0: more than a double can tell exactly
+    double increment = 0.0;   ///< 0 for continuous values
+    int32_t access = 0;       ///< bit value 1 read, 2 write
+    std::string filter{};     ///< of file names, e.g. "*.lut"
     std::vector<EnumerationEntry> entries{};
 
     bool isWritable() const { return (access & 2) != 0; }
@@ -51,10 +52,10 @@ const std::vector<Parameter>& fixedParameters();
 /** @return null when unknown */
 const Parameter* findFixedParameter(std::string_view name);
 
-/** The parameters that the board's applet registers, in its order. */
+/** The parameters that the board's applet registers, in its order and as it describes them now. */
 std::vector<Parameter> registeredParameters(const Board& board);
 
-/** The parameter with the limits and access that the board's applet states now; these follow other parameters. */
+/** The parameter as the board's applet describes it now: limits and access follow other parameters. */
 Parameter withCurrentLimits(const Board& board, Parameter parameter);
 
 /**
