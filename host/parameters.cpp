@@ -48,8 +48,14 @@ class RowReader {
     std::map<int32_t, Parameter*> byId_;
 };
 
-std::vector<Parameter> makeFixedParameters() {
-    std::vector<Parameter> all;
+struct FixedTable {
+    std::vector<Parameter> parameters;
+    std::vector<std::string> categories;
+};
+
+FixedTable makeFixedTable() {
+    FixedTable table;
+    std::vector<Parameter>& all = table.parameters;
     // Until a row says otherwise a parameter is a number that the runtime serves, to be read only.
 #define FG_PARAMETER(parameterName, identifier, text)                                                                  \
     all.push_back({.id = (identifier), .name = #parameterName, .description = (text), .access = 1});
@@ -58,10 +64,10 @@ std::vector<Parameter> makeFixedParameters() {
     RowReader reader(all);
     constexpr double doubleEpsilon = 0.0; // the rows' mark of continuous values
     const std::string root;
-    const auto path = [](const std::string& parent, const char* name) {
-        return parent.empty() ? name : parent + " / " + name;
+    const auto addCategory = [&table](const std::string& parent, const char* name) {
+        return table.categories.emplace_back(parent.empty() ? name : parent + " / " + name);
     };
-#define INFO_CATEGORY(symbol, parent, name) const std::string symbol = path(parent, name);
+#define INFO_CATEGORY(symbol, parent, name) const std::string symbol = addCategory(parent, name);
 #define INFO_INTEGER(category, shown, parameter, minimum, maximum, increment, unit, access, level)                     \
     reader.limit(reader.describe(parameter, ParameterKind::integer, category, shown, access), minimum, maximum,        \
                  increment, unit);
@@ -76,7 +82,12 @@ std::vector<Parameter> makeFixedParameters() {
 #include "parameters/information_rows.inc"
 
     reader.describe(FG_LUT_VALUE, ParameterKind::lutEntry, "", "", 7);
-    return all;
+    return table;
+}
+
+const FixedTable& fixedTable() {
+    static const FixedTable table = makeFixedTable();
+    return table;
 }
 
 size_t distance(std::string_view left, std::string_view right) {
@@ -171,8 +182,11 @@ std::string Parameter::allowedValues() const {
 }
 
 const std::vector<Parameter>& fixedParameters() {
-    static const std::vector<Parameter> all = makeFixedParameters();
-    return all;
+    return fixedTable().parameters;
+}
+
+const std::vector<std::string>& fixedCategories() {
+    return fixedTable().categories;
 }
 
 const Parameter* findFixedParameter(std::string_view name) {

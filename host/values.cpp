@@ -113,17 +113,6 @@ Value parseValue(const Reference& reference, std::string_view text) {
     throw std::logic_error("unknown parameter kind");
 }
 
-const Parameter& findParameter(std::span<const Parameter> parameters, std::string_view name) {
-    std::vector<std::string_view> names;
-    for (const Parameter& parameter : parameters) {
-        if (parameter.name == name) {
-            return parameter;
-        }
-        names.push_back(parameter.name);
-    }
-    throw AppletError(FG_ERROR_UNKNOWN, "there is no parameter " + quoted(name), suggestion(name, names));
-}
-
 /** What helps after a refusal with that code. */
 std::string advice(const Board& board, const Parameter& parameter, int32_t code) {
     switch (code) {
@@ -138,6 +127,17 @@ std::string advice(const Board& board, const Parameter& parameter, int32_t code)
 }
 
 } // namespace
+
+const Parameter& findParameter(std::span<const Parameter> parameters, std::string_view name) {
+    std::vector<std::string_view> names;
+    for (const Parameter& parameter : parameters) {
+        if (parameter.name == name) {
+            return parameter;
+        }
+        names.push_back(parameter.name);
+    }
+    throw AppletError(FG_ERROR_UNKNOWN, "there is no parameter " + quoted(name), suggestion(name, names));
+}
 
 std::string Reference::text() const {
     return parameter->kind == ParameterKind::lutEntry ? parameter->name + "[" + std::to_string(index) + "]"

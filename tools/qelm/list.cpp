@@ -1,7 +1,9 @@
+#include "markdown.h"
 #include "output.h"
 #include "session.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qelm::tool {
 namespace {
@@ -15,59 +17,77 @@ bool contains(std::string_view text, std::string_view part) {
     return !std::ranges::search(text, part, same).empty() || part.empty();
 }
 
-std::string accessText(const host::Parameter& parameter) {
-    return parameter.isWritable() ? "" : "read-only";
-}
+/** Rows of parameters under the categories of the tree. */
+class Tree {
+  public:
+    Tree() {
+        for (const std::string& path : host::fixedCategories()) {
+            categories_.push_back({path, {}});
+        }
+    }
 
-Json describe(const host::Parameter& parameter, const std::optional<host::Value>& value) {
-    Json object{{"name", parameter.name}, {"id", parameter.id}, {"kind", host::kindName(parameter.kind)}};
-    addValue(object, "value", parameter, value);
-    if (!parameter.unit.empty()) {
-        object["unit"] = parameter.unit;
+    void add(const host::Parameter& parameter, const std::optional<host::Value>& value) {
+        auto category = std::ranges::find(categories_, parameter.category, &Category::path);
+        if (category == categories_.end()) {
+            category = categories_.insert(category, {parameter.category, {}});
+        }
+        category->rows.push_back({"  " + std::to_string(parameter.id), parameter.name, valueText(parameter, value),
+                                  parameter.isWritable() ? "" : std::string(accessText(parameter)),
+                                  parameter.allowedValues()});
     }
-    object["writable"] = parameter.isWritable();
-    if (parameter.hasRange()) {
-        object["minimum"] = parameter.minimum;
-        object["maximum"] = parameter.maximum;
-        object["increment"] = parameter.increment;
+
+    void print() {
+        Table table;
+        table.add({"  ID", "NAME", "VALUE", "ACCESS", "RANGE"});
+        for (Category& category : categories_) {
+            if (category.rows.empty()) {
+                continue;
+            }
+            table.addHeading(category.path.empty() ? "(in no category)" : category.path);
+            for (std::vector<std::string>& row : category.rows) {
+                table.add(std::move(row));
+            }
+        }
+        table.print();
     }
-    for (const host::EnumerationEntry& entry : parameter.entries) {
-        object["entries"].push_back({{"name", entry.name}, {"value", entry.value}, {"text", entry.text}});
-    }
-    object["category"] = parameter.category;
-    object["displayName"] = parameter.displayName;
-    object["description"] = parameter.description;
-    return object;
-}
+
+  private:
+    struct Category {
+        std::string path;
+        std::vector<std::vector<std::string>> rows;
+    };
+
+    std::vector<Category> categories_; // the fixed ones in the tree's order, then others as they come
+};
 
 } // namespace
 
-int list(const CommonOptions& options, const std::string& filter) {
+int list(const CommonOptions& options, const ListOptions& listOptions) {
+    if (listOptions.markdown) {
+        printMarkdownReference();
+        return 0;
+    }
     const host::Applet applet = loadApplet(options);
     const Session session(applet);
     Json objects = Json::array();
-    Table table;
-    table.add({"ID", "NAME", "VALUE", "ACCESS", "TAKES"});
-    for (const host::Parameter& registered : session.parameters()) {
-        if (!contains(registered.name, filter) && !contains(registered.category, filter)) {
+    Tree tree;
+    for (const host::Parameter& parameter : session.parameters()) {
+        if (!contains(parameter.name, listOptions.filter) && !contains(parameter.category, listOptions.filter)) {
             continue;
         }
-        const host::Parameter parameter = host::withCurrentLimits(session.board(), registered);
-        // A table of 4096 entries has no one value.
-        const std::optional<host::Value> value =
-            parameter.kind == host::ParameterKind::lutEntry ? std::nullopt : session.read({&parameter});
-        objects.push_back(describe(parameter, value));
-        table.add({std::to_string(parameter.id), parameter.name, valueText(parameter, value), accessText(parameter),
-                   parameter.isWritable() ? parameter.allowedValues() : ""});
+        const std::optional<host::Value> value = session.readWhole(parameter);
+        objects.push_back(parameterJson(parameter, value));
+        tree.add(parameter, value);
     }
     if (objects.empty()) {
-        printError("no parameter or category has \"" + filter + "\" in its name; \"qelm list\" shows them all");
+        printError("no parameter or category has \"" + listOptions.filter +
+                   "\" in its name; \"qelm list\" shows them all");
         return 1;
     }
     if (options.json) {
         print(objects);
     } else {
-        table.print();
+        tree.print();
     }
     return 0;
 }

@@ -19,6 +19,7 @@ constexpr int misused = 2;
 constexpr const char* examples = R"(Examples:
   qelm info                              what the applet is and what it runs on
   qelm list roi                          the parameters of the region of interest
+  qelm describe FG_XOFFSET               all about one parameter
   qelm get FG_WIDTH FG_FORMAT            two values
   qelm set FG_WIDTH=512 FG_XOFFSET=64    two settings, in this order
   qelm trace FG_WIDTH=512                what a setting writes into the design
@@ -39,7 +40,25 @@ Examples:
   qelm list
   qelm list FG_GEN
   qelm list "output format"
-  qelm list trigger --json)";
+  qelm list trigger --json
+  qelm list --direct-registers DRA_
+  qelm list --markdown)";
+
+constexpr const char* describeExamples =
+    R"(NAME is a parameter's name. Limits and access are those that hold now; they follow other parameters.
+
+Examples:
+  qelm describe FG_XOFFSET
+  qelm describe FG_DEVICETAPGEOMETRY --json
+  qelm describe DRA_FirmwareRevision --direct-registers)";
+
+constexpr const char* xmlExamples =
+    R"(The description is a GenApi 1.0 register description, where a parameter's address is its identifier. It leaves the
+design's registers out, as the applet does.
+
+Examples:
+  qelm xml
+  qelm xml --direct-design)";
 
 constexpr const char* getExamples =
     R"(NAME is a parameter's name; of the lookup table it is an entry's, as FG_LUT_VALUE[17].
@@ -56,7 +75,8 @@ Examples:
   qelm set FG_WIDTH=512
   qelm set FG_CAMERA_WIDTH=2048 FG_WIDTH=2048
   qelm set FG_FORMAT=FG_GRAY16 FG_GEN_FREQ=62.5
-  qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json)";
+  qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json
+  qelm set --direct-registers DRA_LedControl=5)";
 
 constexpr const char* traceExamples =
     R"(NAME=VALUE sets a parameter, NAME reads it. Below each step stand the writes that it led to, in their order: to
@@ -103,10 +123,21 @@ class CommandLine {
         addVerb("info", "Shows what the applet is and what it runs on", infoExamples,
                 [this] { return tool::info(common_); });
 
-        addVerb("list", "Lists parameters with their values and what they take", listExamples,
-                [this] { return tool::list(common_, filter_); })
-            ->add_option("FILTER", filter_, "Part of a parameter's or a category's name")
+        CLI::App* verb = addVerb("list", "Lists parameters with their values and ranges", listExamples,
+                                 [this] { return tool::list(common_, list_); });
+        verb->add_option("FILTER", list_.filter, "Part of a parameter's or a category's name")->type_name("");
+        verb->add_flag("--markdown", list_.markdown, "The reference of the fixed parameters as Markdown instead");
+
+        addVerb("describe", "Tells all that is known about a parameter", describeExamples,
+                [this] { return tool::describe(common_, name_); })
+            ->add_option("NAME", name_, "Parameter to describe")
+            ->required()
             ->type_name("");
+
+        addVerb("xml", "Writes the GenApi description of the parameters", xmlExamples,
+                [this] { return tool::xml(common_, file_); })
+            ->add_option("-o,--output", file_, "The file to write, if not the standard output")
+            ->type_name("FILE");
 
         addVerb("get", "Shows the values of parameters", getExamples, [this] { return tool::get(common_, arguments_); })
             ->add_option("NAME", arguments_, "Parameter to read")
@@ -118,8 +149,8 @@ class CommandLine {
             ->required()
             ->type_name("");
 
-        CLI::App* verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
-                                 [this] { return traceSteps(); });
+        verb = addVerb("trace", "Sets and reads parameters and shows what reaches the board", traceExamples,
+                       [this] { return traceSteps(); });
         verb->add_option("NAME[=VALUE]", trace_.steps, "Parameter to read or to set")->type_name("");
         verb->add_flag("--start-up", trace_.startUp, "Shows what the start of the applet does, too");
         verb->add_flag("--reads", trace_.reads, "Shows what is read from the board, too");
@@ -158,6 +189,8 @@ class CommandLine {
         app.add_option("--applet", common_.applet, "The applet library, if not the one beside the tool")
             ->type_name("PATH");
         app.add_flag("--json", common_.json, "Results as JSON");
+        app.add_flag("--direct-registers", common_.directRegisters, "Makes the design's registers parameters, DRA_...");
+        app.add_flag("--direct-design", common_.directDesign, "Makes the design's parameters parameters, DZEA_...");
     }
 
     CLI::App* addVerb(const char* name, const char* description, const char* footer, std::function<int()> action) {
@@ -171,7 +204,9 @@ class CommandLine {
 
     CLI::App app_{"Drives the acquisition applet Zantor_Obvelline_Qx4_RK on a board.", "qelm"};
     tool::CommonOptions common_;
-    std::string filter_;
+    tool::ListOptions list_;
+    std::string name_;
+    std::filesystem::path file_;
     std::vector<std::string> arguments_;
     tool::TraceOptions trace_;
     std::function<int()> verb_;

@@ -43,6 +43,9 @@ void printLine(std::string line) {
 void Table::print() const {
     std::vector<size_t> widths;
     for (const std::vector<std::string>& row : rows_) {
+        if (row.size() == 1) { // a heading
+            continue;
+        }
         widths.resize(std::max(widths.size(), row.size()));
         for (size_t column = 0; column < row.size(); ++column) {
             widths[column] = std::max(widths[column], width(row[column]));
@@ -60,7 +63,7 @@ void Table::print() const {
         for (size_t column = 0; column + 1 < row.size(); ++column) {
             line += row[column] + std::string(widths[column] - width(row[column]), ' ') + std::string(columnGap);
         }
-        if (!wraps) {
+        if (!wraps || row.size() == 1) {
             printLine(line + row.back());
             continue;
         }
@@ -86,6 +89,39 @@ std::string valueText(const host::Parameter& parameter, const std::optional<host
         return "-";
     }
     return host::formatValue(parameter, *value) + (parameter.unit.empty() ? "" : " " + parameter.unit);
+}
+
+std::string_view accessText(const host::Parameter& parameter) {
+    constexpr std::string_view texts[] = {"none", "read-only", "write-only", "read and write"};
+    return texts[parameter.access & 3];
+}
+
+Json parameterJson(const host::Parameter& parameter, const std::optional<host::Value>& value) {
+    Json object{{"name", parameter.name}, {"id", parameter.id}, {"kind", host::kindName(parameter.kind)}};
+    addValue(object, "value", parameter, value);
+    if (!parameter.unit.empty()) {
+        object["unit"] = parameter.unit;
+    }
+    object["access"] = accessText(parameter);
+    object["writable"] = parameter.isWritable();
+    if (parameter.kind == host::ParameterKind::wideInteger) {
+        object["minimum"] = 0;
+        object["maximum"] = parameter.wideMaximum;
+    } else if (parameter.hasRange()) {
+        object["minimum"] = parameter.minimum;
+        object["maximum"] = parameter.maximum;
+        object["increment"] = parameter.increment;
+    }
+    for (const host::EnumerationEntry& entry : parameter.entries) {
+        object["entries"].push_back({{"name", entry.name}, {"value", entry.value}, {"text", entry.text}});
+    }
+    if (!parameter.filter.empty()) {
+        object["filter"] = parameter.filter;
+    }
+    object["category"] = parameter.category;
+    object["displayName"] = parameter.displayName;
+    object["description"] = parameter.description;
+    return object;
 }
 
 Json valueJson(const std::optional<host::Value>& value) {

@@ -1,8 +1,17 @@
 #include "session.h"
 
+#include "qelm/host/system.h"
+
 namespace qelm::tool {
 
 host::Applet loadApplet(const CommonOptions& options) {
+    // The applet looks at these when it is loaded and started; without the options the environment decides.
+    if (options.directRegisters) {
+        host::setEnvironment("QELM_ENABLE_DRA", "on");
+    }
+    if (options.directDesign) {
+        host::setEnvironment("QELM_ENABLE_DZEA", "on");
+    }
     return host::Applet(options.applet.empty() ? host::Applet::defaultFile() : options.applet);
 }
 
@@ -12,6 +21,10 @@ std::optional<host::Value> Session::read(const host::Reference& reference) const
     } catch (const host::AppletError&) {
         return std::nullopt;
     }
+}
+
+std::optional<host::Value> Session::readWhole(const host::Parameter& parameter) const {
+    return parameter.kind == host::ParameterKind::lutEntry ? std::nullopt : read({&parameter});
 }
 
 } // namespace qelm::tool

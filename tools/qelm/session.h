@@ -24,6 +24,8 @@ class Session {
 
     /** The value, or nothing when the applet does not give it. */
     std::optional<host::Value> read(const host::Reference& reference) const;
+    /** As read, and nothing for a table, which has no one value. */
+    std::optional<host::Value> readWhole(const host::Parameter& parameter) const;
 
   private:
     host::Board board_;

@@ -49,6 +49,8 @@ struct Parameter {
 
 /** The fixed parameters with their widest limits, in registry order. */
 const std::vector<Parameter>& fixedParameters();
+/** Their categories in the order of the tree: "Trigger", "Trigger / Legacy", ... */
+const std::vector<std::string>& fixedCategories();
 /** @return null when unknown */
 const Parameter* findFixedParameter(std::string_view name);
 

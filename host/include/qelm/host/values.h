@@ -35,6 +35,8 @@ struct Assignment {
     Value value;
 };
 
+/** The parameter of that name. @throws AppletError that suggests the nearest name when there is none */
+const Parameter& findParameter(std::span<const Parameter> parameters, std::string_view name);
 /** Reads "NAME" or, for the lookup table, "NAME[INDEX]". @throws AppletError for an unknown name, SyntaxError */
 Reference parseReference(std::span<const Parameter> parameters, std::string_view text);
 /**

@@ -1,0 +1,40 @@
+#include "output.h"
+#include "session.h"
+
+namespace qelm::tool {
+
+int describe(const CommonOptions& options, const std::string& name) {
+    const host::Applet applet = loadApplet(options);
+    const Session session(applet);
+    const host::Parameter& parameter = host::findParameter(session.parameters(), name);
+    const std::optional<host::Value> value = session.readWhole(parameter);
+    if (options.json) {
+        print(parameterJson(parameter, value));
+        return 0;
+    }
+    Table table;
+    const auto add = [&table](const char* label, const std::string& text) {
+        if (!text.empty()) {
+            table.add({label, text});
+        }
+    };
+    add("Name:", parameter.name);
+    add("Shown as:", parameter.displayName);
+    add("Category:", parameter.category);
+    add("Identifier:", std::to_string(parameter.id));
+    add("Kind:", std::string(host::kindName(parameter.kind)));
+    add("Access:", std::string(accessText(parameter)));
+    add("Value:", valueText(parameter, value));
+    if (parameter.entries.empty()) {
+        add("Range:", parameter.allowedValues());
+    }
+    for (const host::EnumerationEntry& entry : parameter.entries) {
+        add(&entry == &parameter.entries.front() ? "Entries:" : "",
+            entry.name + " = " + std::to_string(entry.value) + ", \"" + entry.text + "\"");
+    }
+    add("Description:", parameter.description);
+    table.print();
+    return 0;
+}
+
+} // namespace qelm::tool
