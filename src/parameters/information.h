@@ -89,6 +89,7 @@ struct ParameterNode {
 class Information {
   public:
     Information() : categories_{CategoryNode{"Root", nullptr}} {}
+    ~Information() noexcept = default; // the lock inside throws when it is held, which nobody does then
 
     CategoryNode& root() { return categories_.front(); }
     const CategoryNode& root() const { return categories_.front(); }

@@ -116,7 +116,9 @@ TEST_P(Conformance, SettableParametersKeepToTheirDescription) {
         case ParameterKind::enumeration:
             walkEnumeration(board, parameter);
             break;
+        case ParameterKind::wideInteger:
         case ParameterKind::fileName:
+        case ParameterKind::text:
         case ParameterKind::lutEntry:
             break;
         }
