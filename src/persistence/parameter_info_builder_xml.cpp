@@ -2,9 +2,12 @@
 
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <concepts>
+#include <cstring>
 
 namespace qelm::persistence {
 namespace {
@@ -43,18 +46,45 @@ constexpr std::array<bool, 256> needsEscape = [] {
     return needs;
 }();
 
+/** The length of the start that holds nothing to be escaped. */
+std::size_t plainLength(std::string_view text) {
+    // Eight characters at a time: all that XML reserves lies in 0x20 to 0x27 and 0x3C to 0x3F, and most words have
+    // none.
+    constexpr std::uint64_t every = 0x0101'0101'0101'0101;
+    const auto hasZeroByte = [](std::uint64_t word) { return ((word - every) & ~word & (0x80 * every)) != 0; };
+    std::size_t length = 0;
+    while (length < text.size()) {
+        std::uint64_t word = 0;
+        const std::size_t step = std::min(sizeof word, text.size() - length);
+        if (step == sizeof word) {
+            std::memcpy(&word, text.data() + length, sizeof word);
+            if (!hasZeroByte((word & 0xF8 * every) ^ 0x20 * every) &&
+                !hasZeroByte((word & 0xFC * every) ^ 0x3C * every)) {
+                length += step;
+                continue;
+            }
+        }
+        for (const std::size_t end = length + step; length < end; ++length) {
+            if (needsEscape[static_cast<unsigned char>(text[length])]) {
+                return length;
+            }
+        }
+    }
+    return length;
+}
+
 /** Hands a text to `append` in pieces, with entities for what XML reserves. */
 template <typename Append>
 void escapeInto(std::string_view text, Append&& append) {
-    std::size_t done = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (needsEscape[static_cast<unsigned char>(text[i])]) {
-            append(text.substr(done, i - done));
-            append(escape(text[i]));
-            done = i + 1;
+    for (;;) {
+        const std::size_t plain = plainLength(text);
+        append(text.substr(0, plain));
+        if (plain == text.size()) {
+            return;
         }
+        append(escape(text[plain]));
+        text.remove_prefix(plain + 1);
     }
-    append(text.substr(done));
 }
 
 /** Marks a text that is to be escaped. */
@@ -85,6 +115,11 @@ std::string_view accessMode(std::int32_t access) {
     return readable && writable ? "RW" : readable ? "RO" : writable ? "WO" : "";
 }
 
+template <typename T>
+T load(const std::atomic<T>& value) {
+    return value.load(std::memory_order_relaxed);
+}
+
 /** Whether the category's parameters stand in the document. */
 bool isDescribed(const parameters::CategoryNode& category) {
     return category.name != parameters::directRegisterCategory;
@@ -108,11 +143,6 @@ std::string_view ParameterInfoBuilderXML::build() {
 template <typename... Pieces>
 void ParameterInfoBuilderXML::write(const Pieces&... pieces) {
     (append(document_, pieces), ...);
-}
-
-template <typename Number>
-void ParameterInfoBuilderXML::writeElement(std::string_view element, Number value) {
-    write("<", element, ">", value, "</", element, ">\n");
 }
 
 void ParameterInfoBuilderXML::writeOpening() {
@@ -152,8 +182,10 @@ void ParameterInfoBuilderXML::writeNode(const Node& node) {
     switch (node.kind) {
     case Node::Kind::integer:
     case Node::Kind::wideInteger:
+        writeInteger(node);
+        break;
     case Node::Kind::floatingPoint:
-        writeNumber(node);
+        writeFloat(node);
         break;
     case Node::Kind::enumeration:
         writeEnumeration(node);
@@ -165,53 +197,37 @@ void ParameterInfoBuilderXML::writeNode(const Node& node) {
     }
 }
 
-void ParameterInfoBuilderXML::writeNumber(const Node& node) {
-    if (node.kind == Node::Kind::floatingPoint) {
-        write("<Float Name=\"", name_, "\">\n");
-    } else {
-        write("<Integer Name='", name_, "'>\n");
-    }
+void ParameterInfoBuilderXML::writeInteger(const Node& node) {
+    write("<Integer Name='", name_, "'>\n");
     writeDescription(node);
-    writeRegisterReference("pValue");
-    writeLimits(node);
-    write(node.kind == Node::Kind::floatingPoint ? "</Float>\n" : "</Integer>\n");
-    if (node.elementCount != 0) {
-        writeSelector(node);
-    }
-    writeNumberRegister(node);
-}
-
-void ParameterInfoBuilderXML::writeLimits(const Node& node) {
-    const auto writeRange = [this](const auto& range) {
-        writeElement("Min", range.minimum.load(std::memory_order_relaxed));
-        writeElement("Max", range.maximum.load(std::memory_order_relaxed));
-    };
-    const auto writeIncrement = [this](auto increment) {
-        if (increment != 0) {
-            writeElement("Inc", increment);
+    const auto writeLimits = [&](const auto& range) {
+        write("<pValue>", name_, "_Reg</pValue>\n<Min>", load(range.minimum), "</Min>\n<Max>", load(range.maximum),
+              "</Max>\n");
+        if (range.increment != 0) {
+            write("<Inc>", range.increment, "</Inc>\n");
         }
     };
-    if (node.kind == Node::Kind::floatingPoint) {
-        writeRange(node.floatRange);
-    } else if (node.kind == Node::Kind::wideInteger) {
-        writeRange(node.wideRange);
-        writeIncrement(node.wideRange.increment);
+    if (node.kind == Node::Kind::wideInteger) {
+        writeLimits(node.wideRange);
     } else {
-        writeRange(node.integerRange);
-        writeIncrement(node.integerRange.increment);
+        writeLimits(node.integerRange);
     }
-}
-
-void ParameterInfoBuilderXML::writeNumberRegister(const Node& node) {
-    if (node.kind == Node::Kind::floatingPoint) {
-        write("<FloatReg Name=\"", name_, "_Reg\">\n");
-        writeCommonRegisterFields(node, floatLength);
-        write("<Endianess>LittleEndian</Endianess>\n</FloatReg>\n");
-        return;
-    }
+    write("</Integer>\n");
+    writeSelector(node);
     write("<IntReg Name=\"", name_, "_Reg\">\n");
     writeCommonRegisterFields(node, node.id == FG_TRANSFER_LEN ? transferLengthLength : integerLength);
     write("<Sign>Signed</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n");
+}
+
+void ParameterInfoBuilderXML::writeFloat(const Node& node) {
+    write("<Float Name=\"", name_, "\">\n");
+    writeDescription(node);
+    write("<pValue>", name_, "_Reg</pValue>\n<Min>", load(node.floatRange.minimum), "</Min>\n<Max>",
+          load(node.floatRange.maximum), "</Max>\n</Float>\n");
+    writeSelector(node);
+    write("<FloatReg Name=\"", name_, "_Reg\">\n");
+    writeCommonRegisterFields(node, floatLength);
+    write("<Endianess>LittleEndian</Endianess>\n</FloatReg>\n");
 }
 
 void ParameterInfoBuilderXML::writeEnumeration(const Node& node) {
@@ -220,8 +236,7 @@ void ParameterInfoBuilderXML::writeEnumeration(const Node& node) {
     for (const Node::Entry& entry : node.entries) {
         write("<EnumEntry Name=\"", Text{entry.name}, "\">\n<Value>", entry.value, "</Value>\n</EnumEntry>\n");
     }
-    writeRegisterReference("pValue");
-    write("</Enumeration>\n<IntReg Name=\"", name_, "_Reg\">\n");
+    write("<pValue>", name_, "_Reg</pValue>\n</Enumeration>\n<IntReg Name=\"", name_, "_Reg\">\n");
     writeCommonRegisterFields(node, integerLength);
     write("<Sign>Unsigned</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n");
 }
@@ -234,17 +249,17 @@ void ParameterInfoBuilderXML::writeStringRegister(const Node& node) {
 }
 
 void ParameterInfoBuilderXML::writeSelector(const Node& node) {
-    write("<Integer Name='", name_, "_Selector'>\n<Value>0</Value>\n<Min>0</Min>\n<Max>", node.elementCount - 1,
-          "</Max>\n<Inc>1</Inc>\n");
-    writeRegisterReference("pSelect");
-    write("</Integer>\n");
+    if (node.elementCount != 0) {
+        write("<Integer Name='", name_, "_Selector'>\n<Value>0</Value>\n<Min>0</Min>\n<Max>", node.elementCount - 1,
+              "</Max>\n<Inc>1</Inc>\n<pSelect>", name_, "_Reg</pSelect>\n</Integer>\n");
+    }
 }
 
 void ParameterInfoBuilderXML::writeCommonRegisterFields(const Node& node, std::uint32_t length) {
     if (node.id != 0) {
-        writeElement("Address", node.id);
+        write("<Address>", node.id, "</Address>\n");
     }
-    write("<Length>", length, "</Length>\n<AccessMode>", accessMode(node.access.load(std::memory_order_relaxed)),
+    write("<Length>", length, "</Length>\n<AccessMode>", accessMode(load(node.access)),
           "</AccessMode>\n<pPort>DevicePort</pPort>\n");
 }
 
@@ -252,10 +267,6 @@ void ParameterInfoBuilderXML::writeDescription(const Node& node) {
     if (!node.description.empty()) {
         write("<Description>", Text{node.description}, "</Description>\n");
     }
-}
-
-void ParameterInfoBuilderXML::writeRegisterReference(std::string_view element) {
-    write("<", element, ">", name_, "_Reg</", element, ">\n");
 }
 
 void ParameterInfoBuilderXML::writeCategory(const parameters::CategoryNode& category) {

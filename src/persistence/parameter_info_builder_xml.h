@@ -32,20 +32,17 @@ class ParameterInfoBuilderXML {
     void writeClosing();
 
     void writeNode(const Node& node);
-    void writeNumber(const Node& node);
+    void writeInteger(const Node& node);
+    void writeFloat(const Node& node);
     void writeEnumeration(const Node& node);
     void writeStringRegister(const Node& node);
-    void writeSelector(const Node& node);
-    void writeLimits(const Node& node);
-    void writeNumberRegister(const Node& node);
-    void writeCommonRegisterFields(const Node& node, std::uint32_t length);
+
     void writeDescription(const Node& node);
-    void writeRegisterReference(std::string_view element);
+    void writeSelector(const Node& node);
+    void writeCommonRegisterFields(const Node& node, std::uint32_t length);
 
     template <typename... Pieces>
     void write(const Pieces&... pieces);
-    template <typename Number>
-    void writeElement(std::string_view element, Number value);
 
     const parameters::Information& information_;
     std::string_view modelName_;

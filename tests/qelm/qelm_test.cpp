@@ -68,6 +68,19 @@ TEST_F(QelmTest, Answers) {
         {{"info"}, {"Zantor_Obvelline_Qx4_RK", "2.4.1.2", "2269798 bytes", "2628", "virtual"}},
         {{"list", "roi"}, {"100  FG_WIDTH    1024 pixel          16 to 1024 pixel in steps of 16\n", "FG_YOFFSET"}},
         {{"list", "Output Format"}, {"FG_PIXELDEPTH", "read-only", "FG_LEFT_ALIGNED (1) or FG_RIGHT_ALIGNED (0)"}},
+        {{"list", "Statistics"},
+         {"\nTrigger / Trigger Input / Statistics\n", "\nTrigger / Digital Output / Statistics\n"}},
+        {{"list", "--direct-registers", "DRA_S"},
+         {"\nDirect Register Access\n",
+          "1000032  DRA_ScratchPadWide  0              0 to 18446744073709551615\n"}},
+        {{"describe", "FG_WIDTH"}, {"Shown as:     Width\n", "Range:        16 to 1024 pixel in steps of 16\n"}},
+        {{"describe", "FG_FORMAT"}, {"Entries:      FG_GRAY = 3, \"Gray 8bit\"\n              FG_GRAY16 = 1, "}},
+        {{"xml"}, {"<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<RegisterDescription\n", "</RegisterDescription>\n"}},
+        {{"xml", "--direct-design"}, {"<Category Name='Direct ZE Access'>"}},
+        {{"set", "--direct-registers", "DRA_ScratchPadWide=0xFFFFFFFFFFFFFFFF", "DRA_LedControl=3"},
+         {"DRA_ScratchPadWide: 0 -> 18446744073709551615\nDRA_LedControl: 0 -> 3\n"}},
+        {{"trace", "--direct-design", "DZEA_Device1_Process0_Camera_Format=Medium12Bit"},
+         {"Medium8Bit (0) -> Medium12Bit (2)\n    Device1_Process0_Camera_Format=2\n"}},
         {{"get", "FG_WIDTH", "FG_FORMAT"}, {"FG_WIDTH   = 1024 pixel\nFG_FORMAT  = FG_GRAY (3)\n"}},
         {{"set", "FG_WIDTH=0x200"}, {"FG_WIDTH: 1024 -> 512 pixel\n"}},
         {{"set", "FG_WIDTH=512", "FG_XOFFSET=64", "FG_WIDTH=256"},
@@ -106,6 +119,11 @@ TEST_F(QelmTest, SaysWhatIsWrong) {
         {{"list", "no such"}, 1, {"\"no such\""}},
         {{"get", ""}, 1, {"name is missing"}},
         {{"get", "FG_WITDH"}, 1, {"no parameter \"FG_WITDH\"", "(-2070, FG_ERROR_UNKNOWN)", "Did you mean FG_WIDTH?"}},
+        {{"describe", "FG_WITDH"}, 1, {"no parameter \"FG_WITDH\"", "Did you mean FG_WIDTH?"}},
+        {{"set", "DRA_LedControl=3"}, 1, {"no parameter \"DRA_LedControl\"", "(-2070, FG_ERROR_UNKNOWN)"}},
+        {{"set", "DZEA_Device1_Process0_Camera_Format=2"}, 1, {"no parameter \"DZEA_"}},
+        {{"set", "--direct-registers", "DRA_LedControl=256"}, 1, {"(-6000", "DRA_LedControl takes 0 to 255"}},
+        {{"xml", "-o", "no such folder/file.xml"}, 1, {"\"no such folder/file.xml\" cannot be written"}},
         {{"set", "FG_WIDTH"}, 1, {"\"FG_WIDTH\" has no '='"}},
         {{"set", "FG_WIDTH=wide"}, 1, {"FG_WIDTH = wide was refused: that is not a whole number"}},
         {{"set", "FG_WIDTH=8"}, 1, {"FG_WIDTH = 8 was refused", "(-6000", "FG_WIDTH takes 16 to 1024 pixel"}},
@@ -179,6 +197,17 @@ TEST_F(QelmTest, SpeaksJson) {
     EXPECT_EQ(Json::parse(refused.output)["changes"][0]["error"]["code"], -6000);
 }
 
+TEST_F(QelmTest, WritesTheReferenceThatTheDocumentationHolds) {
+    EXPECT_EQ(run({"list", "--markdown"}).output, readText(QELM_DOCS "/parameters.md"))
+        << "when the change is meant: scripts/refresh-descriptions";
+}
+
+TEST_F(QelmTest, WritesTheDescriptionIntoAFile) {
+    const fs::path file = folder_ / "description.xml";
+    EXPECT_EQ(run({"xml", "-o", file.string()}).output, "");
+    EXPECT_EQ(readText(file), run({"xml"}).output);
+}
+
 /** The words of a command line of the help texts. */
 Words split(const std::string& line) {
     Words words(1);
@@ -197,8 +226,9 @@ Words split(const std::string& line) {
 
 TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
     size_t examples = 0;
-    for (const Words& help : {Words{"--help"}, Words{"info", "--help"}, Words{"list", "--help"}, Words{"get", "--help"},
-                              Words{"set", "--help"}, Words{"trace", "--help"}}) {
+    for (const Words& help :
+         {Words{"--help"}, Words{"info", "--help"}, Words{"list", "--help"}, Words{"get", "--help"},
+          Words{"set", "--help"}, Words{"trace", "--help"}, Words{"describe", "--help"}, Words{"xml", "--help"}}) {
         std::string text = run(help).output;
         const std::string start = "\n  qelm ";
         for (size_t at = text.find(start); at != std::string::npos; at = text.find(start, at + 1)) {
