@@ -33,8 +33,6 @@ FgZeWrapperImpl::FgZeWrapperImpl()
     , lookupTable_(design_, binding().parameterInfo())
     , shading_(design_, binding().parameterInfo())
     , triggerUnit_(design_, binding().parameterInfo())
-    , lookupTable_(design_, binding().parameterInfo())
-    , shading_(design_, binding().parameterInfo())
     , descriptionQuery_(registry_) {
     const auto enableRegisters = platform::environmentVariable("QELM_ENABLE_DRA");
     setDirectRegisterAccess(enableRegisters && persistence::meansYes(*enableRegisters));
@@ -48,8 +46,6 @@ FgZeWrapperImpl::FgZeWrapperImpl()
     lookupTable_.enroll(dispatch_);
     shading_.enroll(dispatch_);
     triggerUnit_.enroll(dispatch_);
-    lookupTable_.enroll(dispatch_);
-    shading_.enroll(dispatch_);
     dispatch_.add(descriptionQuery_);
 }
 
@@ -245,62 +241,6 @@ const char* FgZeWrapperImpl::getEventName(std::uint64_t mask) {
     const char* name = events_.name(mask);
     setLastError(name != nullptr ? 0 : FG_ERROR_UNKNOWN);
     return name;
-}
-
-// The planes are shared with FG_SHADING_APPLY_SETTINGS, so what touches them takes the object's lock. The setters of
-// single values touch their access alone and are called for every pixel: they do without.
-
-ShadingAccess* FgZeWrapperImpl::allocShading(std::int32_t /*set*/, std::int32_t port) {
-    if (port != onlyPort) {
-        return nullptr;
-    }
-    const templates::platform::CriticalSectionGuard guard(&objectLock_);
-    return shading_.allocateAccess();
-}
-
-std::int32_t FgZeWrapperImpl::freeShading(ShadingAccess* shading) {
-    const templates::platform::CriticalSectionGuard guard(&objectLock_);
-    return shading_.freeAccess(shading); // knows its own, and null is none of them
-}
-
-std::int32_t FgZeWrapperImpl::setSubValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
-                                              float value) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->setSubValue(x, channel, value);
-}
-
-std::int32_t FgZeWrapperImpl::setMultValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
-                                               float value) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->setMultValue(x, channel, value);
-}
-
-std::int32_t FgZeWrapperImpl::setFixedPatternNoiseLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
-                                                       std::int32_t on) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN)
-                              : shading->setDefective(x, channel, on != 0);
-}
-
-std::int32_t FgZeWrapperImpl::getMaxLine(ShadingAccess* shading) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->lineCount();
-}
-
-std::int32_t FgZeWrapperImpl::getAccess(ShadingAccess* shading) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->activate();
-}
-
-std::int32_t FgZeWrapperImpl::freeAccess(ShadingAccess* shading) {
-    if (shading == nullptr) {
-        return FG_ERROR_UNKNOWN;
-    }
-    const templates::platform::CriticalSectionGuard guard(&objectLock_);
-    return shading->release();
-}
-
-std::int32_t FgZeWrapperImpl::writeActLine(ShadingAccess* shading, std::int32_t line) {
-    if (shading == nullptr) {
-        return FG_ERROR_UNKNOWN;
-    }
-    const templates::platform::CriticalSectionGuard guard(&objectLock_);
-    return shading->writeLine(line);
 }
 
 const char* FgZeWrapperImpl::getVendorName() {

@@ -68,16 +68,6 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     std::int32_t writeActLine(ShadingAccess* shading, std::int32_t line) override;
     std::uint64_t getEventMask(const char* name) override;
     const char* getEventName(std::uint64_t mask) override;
-    ShadingAccess* allocShading(std::int32_t set, std::int32_t port) override;
-    std::int32_t freeShading(ShadingAccess* shading) override;
-    std::int32_t setSubValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
-    std::int32_t setMultValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel, float value) override;
-    std::int32_t setFixedPatternNoiseLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
-                                          std::int32_t on) override;
-    std::int32_t getMaxLine(ShadingAccess* shading) override;
-    std::int32_t getAccess(ShadingAccess* shading) override;
-    std::int32_t freeAccess(ShadingAccess* shading) override;
-    std::int32_t writeActLine(ShadingAccess* shading, std::int32_t line) override;
     const char* getVendorName() override;
     const char* getAppletName() override;
     const char* getAppletVersion() override;
@@ -103,8 +93,6 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     features::LookupTable lookupTable_;
     features::Shading shading_;
     features::TriggerUnit triggerUnit_;
-    features::LookupTable lookupTable_;
-    features::Shading shading_;
     features::DescriptionQuery descriptionQuery_;
 };
 

@@ -31,13 +31,6 @@ std::optional<std::uint64_t> performanceCounterFrequency();
 std::uint64_t performanceCounter();
 /** Gives the processor away for at least so long. */
 void sleepMilliseconds(std::uint32_t milliseconds);
-/** The folder for temporary files with a separator at its end; nothing when the system does not tell. */
-std::optional<std::string> temporaryFolder();
-/** Creates an empty file that the owner may read and write. @return false when it exists or cannot be created */
-bool createFileExclusively(const std::string& path);
-/** Milliseconds since some moment, as the system counts them. */
-std::uint64_t millisecondTicks();
-
 /** The calendar time in the system's time zone. */
 std::tm localTime(std::time_t time);
 
