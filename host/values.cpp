@@ -54,7 +54,7 @@ uint64_t parseWide(const Reference& reference, std::string_view text) {
     uint64_t number = 0;
     const std::errc error = parseNumber(text, number);
     if (error == std::errc::invalid_argument && !text.starts_with('-')) {
-        throw noNumber(reference, text, "a whole number");
+        refuseNoNumber(reference, text, "a whole number");
     }
     if (error != std::errc{} || number > reference.parameter->wideMaximum) {
         throw outOfRange(reference, text);
