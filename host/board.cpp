@@ -125,7 +125,8 @@ int32_t Board::get(int32_t id, std::string& value) const {
     buffer.resize(std::max(textCapacity_, value.size() + 1));
     const int32_t code = applet()->Fg_getParameterWithType(*this, id, buffer.data(), port, typeText);
     if (code >= 0) {
-        value = buffer.c_str();
+        buffer.resize(buffer.find('\0'));
+        value = std::move(buffer);
     }
     return code;
 }

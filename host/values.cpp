@@ -33,8 +33,8 @@ AppletError outOfRange(const Reference& reference, std::string_view value, const
     return {FG_ERROR_OUT_OF_RANGE, refusal(reference, value), join(hint, allowed(*reference.parameter))};
 }
 
-SyntaxError noNumber(const Reference& reference, std::string_view value, const char* kind) {
-    return SyntaxError(join(refusal(reference, value) + ": that is not " + kind + ".", allowed(*reference.parameter)));
+[[noreturn]] void refuseNoNumber(const Reference& reference, std::string_view value, const char* kind) {
+    throw SyntaxError(join(refusal(reference, value) + ": that is not " + kind + ".", allowed(*reference.parameter)));
 }
 
 uint32_t parseWhole(const Reference& reference, std::string_view text) {
@@ -42,7 +42,7 @@ uint32_t parseWhole(const Reference& reference, std::string_view text) {
     int64_t number = 0;
     const std::errc error = parseNumber(text, number);
     if (error == std::errc::invalid_argument) {
-        throw noNumber(reference, text, "a whole number");
+        refuseNoNumber(reference, text, "a whole number");
     }
     if (error != std::errc{} || number < 0 || number > UINT32_MAX) {
         throw outOfRange(reference, text);
@@ -54,7 +54,7 @@ uint64_t parseWide(const Reference& reference, std::string_view text) {
     uint64_t number = 0;
     const std::errc error = parseNumber(text, number);
     if (error == std::errc::invalid_argument && !text.starts_with('-')) {
-        throw noNumber(reference, text, "a whole number");
+        refuseNoNumber(reference, text, "a whole number");
     }
     if (error != std::errc{} || number > reference.parameter->wideMaximum) {
         throw outOfRange(reference, text);
@@ -73,7 +73,7 @@ double parseFloat(const Reference& reference, std::string_view text) {
     }
     uint32_t whole = 0; // hexadecimal
     if (parseNumber(text, whole) != std::errc{}) {
-        throw noNumber(reference, text, "a number");
+        refuseNoNumber(reference, text, "a number");
     }
     return whole;
 }

@@ -18,18 +18,20 @@ std::string appletFileName(const std::string& baseName) {
 }
 
 void setEnvironment(const char* name, const char* value) {
-    if (value != nullptr)
+    if (value != nullptr) {
         ::setenv(name, value, 1);
-    else
+    } else {
         ::unsetenv(name);
+    }
 }
 
 namespace detail {
 
 void* openLibrary(const std::filesystem::path& file, std::string& error) {
     void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr)
+    if (handle == nullptr) {
         error = ::dlerror();
+    }
     return handle;
 }
 

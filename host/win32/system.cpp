@@ -21,10 +21,11 @@ std::string appletFileName(const std::string& baseName) {
 }
 
 void setEnvironment(const char* name, const char* value) {
-    if (value == nullptr || *value != '\0')
+    if (value == nullptr || *value != '\0') {
         ::_putenv_s(name, value != nullptr ? value : ""); // an empty value removes the variable
-    else
+    } else {
         ::SetEnvironmentVariableA(name, "");
+    }
 }
 
 namespace detail {
@@ -33,8 +34,9 @@ void* openLibrary(const std::filesystem::path& file, std::string& error) {
     // With this flag the libraries that the file links are looked for beside it first; it wants backslashes.
     std::filesystem::path preferred = file;
     void* handle = ::LoadLibraryExW(preferred.make_preferred().c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (handle == nullptr)
+    if (handle == nullptr) {
         error = std::system_category().message(static_cast<int>(::GetLastError()));
+    }
     return handle;
 }
 

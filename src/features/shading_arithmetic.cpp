@@ -12,7 +12,7 @@
 #define QELM_HAS_SSE2 0
 #endif
 
-// Row kernels are plain loops, compiled once for the baseline and once for a larger instruction set.
+// Row kernels are compiled once for the baseline and once for a larger instruction set.
 #define QELM_INLINE inline __attribute__((always_inline))
 
 // Not on Windows: there GCC aligns 32-byte stack slots to 16 bytes.
@@ -102,8 +102,8 @@ QELM_INLINE void offsetAndDefectRow(Samples black, Samples gray, Coefficients of
     for (std::size_t x = 0; x < count; ++x) {
         const auto tooDark = static_cast<std::uint16_t>(std::max(smallestGray, gray[x]) - gray[x]);
         const auto tooBright = static_cast<std::uint16_t>(std::max(largestBlack, black[x]) - largestBlack);
-        const auto good = static_cast<std::uint16_t>((tooDark | tooBright) == 0 ? 0 : defectiveOffset);
-        offsets[x] = static_cast<std::uint16_t>(offsetOf(black[x], rules) | good);
+        const auto mark = static_cast<std::uint16_t>((tooDark | tooBright) == 0 ? 0 : defectiveOffset);
+        offsets[x] = static_cast<std::uint16_t>(offsetOf(black[x], rules) | mark);
     }
 }
 
@@ -201,7 +201,8 @@ QELM_INLINE void decideDoubtful(std::uint32_t doubtful, Samples gray, Samples bl
     }                                                                                                                  \
     for (; x < count; ++x) {                                                                                           \
         gains[x] = gainOf(target, gray[x], black[x]);                                                                  \
-    }
+    }                                                                                                                  \
+    static_assert(true) // takes the semicolon
 
 QELM_INLINE std::uint16_t largestDifferenceOfRow(Samples gray, Samples black, std::size_t count) {
     std::uint16_t largest = 0;
@@ -289,8 +290,11 @@ struct Kernels {
         offsetAndDefectRow(black, gray, offsets, count, rules);                                                        \
     }                                                                                                                  \
     target_ void gains(const std::uint16_t* gray, const std::uint16_t* black, std::uint16_t* gains, std::size_t count, \
-                       double target){QELM_GAIN_ROW(estimateBlock)} target_ std::uint16_t                              \
-        largestDifference(const std::uint16_t* gray, const std::uint16_t* black, std::size_t count) {                  \
+                       double target) {                                                                                \
+        QELM_GAIN_ROW(estimateBlock);                                                                                  \
+    }                                                                                                                  \
+    target_ std::uint16_t largestDifference(const std::uint16_t* gray, const std::uint16_t* black,                     \
+                                            std::size_t count) {                                                       \
         return largestDifferenceOfRow(gray, black, count);                                                             \
     }                                                                                                                  \
     target_ double sum(double start, const std::uint16_t* gray, const std::uint16_t* black, std::size_t count) {       \
@@ -309,6 +313,7 @@ QELM_KERNELS(baseline, , [](auto...) { return 0xFFFFU; })
 QELM_KERNELS(avx2, __attribute__((target("avx2"))), estimate::gainsOfBlockAvx2)
 #endif
 #undef QELM_KERNELS
+#undef QELM_GAIN_ROW
 
 const Kernels& kernelsOf(InstructionSet instructions) {
 #if QELM_HAS_AVX2

@@ -173,6 +173,54 @@ TEST_F(QelmTest, ARefusedStepEndsTheRunAndWhatCameBeforeStands) {
     EXPECT_THAT(get.errors, HasSubstr("FG_LUT_VALUE[9999]"));
 }
 
+TEST_F(QelmTest, MakesSavesLoadsAndPlotsLookupTables) {
+    const Result shown = run({"lut", "FG_PROCESSING_INVERT=FG_ON"});
+    EXPECT_EQ(shown.status, 0) << shown.errors;
+    EXPECT_THAT(shown.output, StartsWith("   0: 4095 4094 4093"));
+    EXPECT_THAT(shown.output, HasSubstr("\n4080:   15   14   13"));
+
+    const Result saved = run({"lut", "FG_PROCESSING_GAIN=2.0", "--save", "double.lut", "--plot", "double.png"});
+    EXPECT_EQ(saved.status, 0) << saved.errors;
+    EXPECT_THAT(saved.output, IsEmpty());
+    std::ifstream picture(folder_ / "double.png", std::ios::binary);
+    std::string signature(8, ' ');
+    picture.read(signature.data(), 8);
+    EXPECT_EQ(signature, "\x89PNG\r\n\x1A\n");
+
+    const Result loaded = run({"lut", "--load", "double.lut", "FG_LUT_VALUE[1]=7", "--json"});
+    ASSERT_EQ(loaded.status, 0) << loaded.errors;
+    const Json table = Json::parse(loaded.output)["table"];
+    EXPECT_EQ(table.size(), 4096U);
+    EXPECT_EQ(table[1], 7);
+    EXPECT_EQ(table[1000], 2000);
+
+    const Result missing = run({"lut", "--load", "missing.lut"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.errors, HasSubstr("missing.lut"));
+    EXPECT_EQ(run({"lut", "--plot", "no_such_folder/x.png"}).status, 1);
+}
+
+TEST_F(QelmTest, ComputesTheShadingCorrection) {
+    const fs::path pictures = fs::path(QELM_TEST_DATA) / "tiff";
+    const Result computed =
+        run({"shading", "--black", (pictures / "im_16_strips.tiff").string(), "--gray",
+             (pictures / "im_16_lzw.tiff").string(), "--offsets", "offsets.png", "--gains", "gains.png", "--json"});
+    ASSERT_EQ(computed.status, 0) << computed.errors;
+    const Json result = Json::parse(computed.output);
+    EXPECT_EQ(result["normalization"], 0.0); // the images are the same
+    EXPECT_EQ(result["offsets"]["width"], 37);
+    EXPECT_EQ(result["offsets"]["height"], 23);
+    EXPECT_EQ(result["offsets"]["minimum"], 7 / 16.0);
+    EXPECT_EQ(result["gains"]["mean"], 65535 / 4096.0);
+    EXPECT_TRUE(fs::exists(folder_ / "offsets.png"));
+    EXPECT_TRUE(fs::exists(folder_ / "gains.png"));
+
+    EXPECT_EQ(run({"shading"}).status, 2);
+    const Result refused = run({"shading", "--gray", (pictures / "refused_rgb.tiff").string()});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("-2076"));
+}
+
 TEST_F(QelmTest, SpeaksJson) {
     const auto json = [this](const Words& arguments) {
         const Result result = run(arguments);

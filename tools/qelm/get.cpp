@@ -7,6 +7,7 @@ int get(const CommonOptions& options, const std::vector<std::string>& names) {
     const host::Applet applet = loadApplet(options);
     const Session session(applet);
     std::vector<host::Reference> references;
+    references.reserve(names.size());
     for (const std::string& name : names) {
         references.push_back(host::parseReference(session.parameters(), name));
     }

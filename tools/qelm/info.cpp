@@ -23,13 +23,15 @@ constexpr int32_t iconRequest = 0x411;
 /** The report, in the order of its lines, as text or as JSON. */
 class Report {
   public:
+    explicit Report(bool asJson) : asJson_(asJson) {}
+
     void add(const char* label, const char* key, const Json& value, const char* unit = "") {
         json_[key] = value;
         table_.add({std::string(label) + ":", (value.is_string() ? value.get<std::string>() : value.dump()) + unit});
     }
 
-    void print(bool asJson) const {
-        if (asJson) {
+    void print() const {
+        if (asJson_) {
             tool::print(json_);
         } else {
             table_.print();
@@ -37,12 +39,13 @@ class Report {
     }
 
   private:
+    bool asJson_;
     Json json_;
     Table table_;
 };
 
 void addBoard(Report& report, const host::Applet& applet) {
-    report.add("Board", "board", applet.virtualBoard() != nullptr ? "virtual" : "unknown");
+    report.add("Board", "board", applet.virtualBoard() != nullptr ? "virtual" : "other");
     const Session session(applet);
     const auto value = [&session](const char* name) {
         return valueJson(session.read(host::parseReference(session.parameters(), name)));
@@ -60,7 +63,7 @@ void addBoard(Report& report, const host::Applet& applet) {
 
 int info(const CommonOptions& options) {
     const host::Applet applet = loadApplet(options);
-    Report report;
+    Report report(options.json);
     for (const InfoText& row : infoTexts) {
         report.add(row.label, row.key, applet.infoText(row.request));
     }
@@ -75,7 +78,7 @@ int info(const CommonOptions& options) {
         printError(error.what());
         status = 1;
     }
-    report.print(options.json);
+    report.print();
     return status;
 }
 

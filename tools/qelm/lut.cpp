@@ -68,8 +68,8 @@ int lut(const CommonOptions& options, const LutOptions& lutOptions) {
     const host::Applet applet = loadApplet(options);
     Session session(applet);
     if (!lutOptions.load.empty()) {
+        session.change("FG_LUT_TYPE=LUT_TYPE_CUSTOM"); // loads nothing yet, so that a refusal names the file
         session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
-        session.change("FG_LUT_TYPE=LUT_TYPE_CUSTOM");
     }
     for (const std::string& setting : lutOptions.settings) {
         session.change(setting);

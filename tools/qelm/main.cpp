@@ -83,7 +83,7 @@ Examples:
   qelm set --direct-registers DRA_LedControl=5)";
 
 constexpr const char* lutExamples =
-    R"(The settings are made first, then a file is loaded. Without --save and --plot the table is shown, 16 entries in a line.
+    R"(A file is loaded first, then the settings are made. Without --save and --plot the table is shown, 16 entries in a line.
 
 Examples:
   qelm lut

@@ -38,8 +38,8 @@ struct EventsOptions {
 };
 
 struct LutOptions {
-    std::vector<std::string> settings; ///< "NAME=VALUE", made first
-    std::filesystem::path load;
+    std::filesystem::path load;        ///< first
+    std::vector<std::string> settings; ///< "NAME=VALUE"
     std::filesystem::path save;
     std::filesystem::path plot; ///< a PNG
 };
