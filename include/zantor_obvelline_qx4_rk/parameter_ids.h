@@ -7,7 +7,8 @@ enum FgParameterId {
 #include "parameter_table.inc"
 };
 
-/** Where the identifiers of direct-access parameters start: a "DRA_" parameter is this plus its register address, ... */
+/** Where the identifiers of direct-access parameters start: a "DRA_" parameter is this plus its register address, ...
+ */
 enum { FG_DIRECT_REGISTER_BASE = 1000000 };
 /** ... and a "DZEA_" parameter is this plus the runtime's identifier of the design parameter. */
 enum { FG_DIRECT_DESIGN_BASE = 2000000 };

@@ -12,7 +12,6 @@
 #include "features/region_of_interest.h"
 #include "features/shading.h"
 #include "features/trigger_unit.h"
-#include "features/shading.h"
 #include "parameters/design_access.h"
 #include "parameters/registry.h"
 #include "persistence/settings_store.h"
