@@ -152,9 +152,9 @@ TEST_F(Shading, BlackAloneMakesOffsets) {
     useBlack({4, 1, 16, {100, 65535, 65534, 0}});
     const std::vector<std::string> writes = writesOf(board_, [&] { EXPECT_EQ(apply(), 0); });
     ASSERT_EQ(writes.size(), 4U); // path, load, path, load
-    EXPECT_THAT(writes[0], testing::MatchesRegex(prefix + "ShadingBuffer_0_CoefficientFile 0=.*coef-......[.]tiff"));
+    EXPECT_THAT(writes[0], testing::MatchesRegex(prefix + "ShadingBuffer_0_CoefficientFile 0=.*coef-......\\.tiff"));
     EXPECT_EQ(writes[1], prefix + "ShadingBuffer_0_LoadCoefficients=1");
-    EXPECT_THAT(writes[2], testing::MatchesRegex(prefix + "ShadingBuffer_1_CoefficientFile 0=.*coef-......[.]tiff"));
+    EXPECT_THAT(writes[2], testing::MatchesRegex(prefix + "ShadingBuffer_1_CoefficientFile 0=.*coef-......\\.tiff"));
     EXPECT_EQ(writes[3], prefix + "ShadingBuffer_1_LoadCoefficients=1");
     EXPECT_EQ(offset(0, 0), 100);
     EXPECT_EQ(offset(1, 0), 65534);
