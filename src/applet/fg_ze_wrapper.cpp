@@ -61,9 +61,13 @@ bool FgZeWrapper::isOwnConfiguration(persistence::Fg_ConfigFileParser& parser) {
     std::string vendor;
     std::string applet;
     std::int32_t activePort = 0;
-    return parser.parseKeyFromLine(header::vendor, vendor) == 0 &&
-           parser.parseKeyFromLine(header::applet, applet) == 0 && applet == getAppletName() &&
-           parser.parseIntKeyFromHeader(header::activePort, activePort) == 0;
+    try {
+        return parser.parseKeyFromLine(header::vendor, vendor) == 0 &&
+               parser.parseKeyFromLine(header::applet, applet) == 0 && applet == getAppletName() &&
+               parser.parseIntKeyFromHeader(header::activePort, activePort) == 0;
+    } catch (const std::bad_alloc&) { // the file is read at the first look-up
+        return false;
+    }
 }
 
 std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* buffer,
