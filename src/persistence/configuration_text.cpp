@@ -39,19 +39,6 @@ void absorbCarriageReturns(std::string& text) {
 
 } // namespace
 
-std::optional<std::string> ConfigurationText::read(std::FILE* stream) {
-    constexpr std::size_t step = std::size_t{16} << 10; // a configuration that the applet saved fits in one
-    std::string text;
-    std::rewind(stream);
-    for (std::size_t count = step; count == step && text.size() <= largestText;) {
-        const std::size_t size = text.size();
-        text.resize(size + step);
-        count = std::fread(text.data() + size, 1, step, stream);
-        text.resize(size + count);
-    }
-    return std::ferror(stream) == 0 && text.size() <= largestText ? std::optional(std::move(text)) : std::nullopt;
-}
-
 ConfigurationText::ConfigurationText(std::string text) : text_(std::move(text)) {
     absorbCarriageReturns(text_);
 }

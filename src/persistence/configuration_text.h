@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,9 +20,6 @@ class ConfigurationText {
     static constexpr std::size_t longestLine = 255;
     /** Longest text that is read: far more than any configuration needs, far less than would hurt. */
     static constexpr std::size_t largestText = std::size_t{4} << 20;
-
-    /** What the stream holds from its start on; nothing when that is more than the largest text or cannot be read. */
-    static std::optional<std::string> read(std::FILE* stream);
 
     /** @param text at most the largest text */
     explicit ConfigurationText(std::string text);

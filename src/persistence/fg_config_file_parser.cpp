@@ -1,6 +1,7 @@
 #include "persistence/fg_config_file_parser.h"
 
 #include "platform/number_text.h"
+#include "platform/whole_file.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <algorithm>
@@ -162,12 +163,15 @@ void Fg_ConfigFileParser::writePortSection(std::uint32_t port) {
 
 ConfigurationText& Fg_ConfigFileParser::contents() {
     if (!contents_) {
-        std::optional<std::string> text;
+        std::string text;
         if (file_ != nullptr) {
-            text = ConfigurationText::read(file_);
+            std::rewind(file_);
+            if (!platform::readRest(file_, ConfigurationText::largestText, text)) {
+                text.clear();
+            }
             std::fseek(file_, 0, SEEK_END); // where a write may follow
         }
-        contents_.emplace(std::move(text).value_or(std::string()));
+        contents_.emplace(std::move(text));
     }
     return *contents_;
 }

@@ -14,24 +14,26 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 } // namespace
 
+bool readRest(std::FILE* stream, std::size_t limit, std::string& content) {
+    content.clear();
+    // The size is not asked for beforehand: pipes and devices have none.
+    for (std::size_t piece = std::size_t{16} << 10; std::feof(stream) == 0; piece *= 2) {
+        const std::size_t start = content.size();
+        content.resize(start + std::min(piece, limit + 1 - start));
+        content.resize(start + std::fread(content.data() + start, 1, content.size() - start, stream));
+        if (std::ferror(stream) != 0 || content.size() > limit) {
+            return false;
+        }
+    }
+    return true;
+}
+
 ReadOutcome readWholeFile(const std::string& path, std::size_t limit, std::string& content) {
     const File file(std::fopen(path.c_str(), "rb"));
     if (file == nullptr) {
         return ReadOutcome::cannotOpen;
     }
-    content.clear();
-    // The size is not asked for beforehand: pipes and devices have none.
-    for (std::size_t piece = std::size_t{64} << 10;; piece *= 2) {
-        const std::size_t start = content.size();
-        content.resize(start + std::min(piece, limit + 1 - start));
-        content.resize(start + std::fread(content.data() + start, 1, content.size() - start, file.get()));
-        if (std::ferror(file.get()) != 0 || content.size() > limit) {
-            return ReadOutcome::cannotRead;
-        }
-        if (std::feof(file.get()) != 0) {
-            return ReadOutcome::done;
-        }
-    }
+    return readRest(file.get(), limit, content) ? ReadOutcome::done : ReadOutcome::cannotRead;
 }
 
 bool writeWholeFile(const std::string& path, std::string_view content) {

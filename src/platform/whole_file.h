@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,9 @@ enum class ReadOutcome { done, cannotOpen, cannotRead };
 
 /** Reads a file of at most `limit` bytes; what is larger, or a folder, cannot be read. */
 ReadOutcome readWholeFile(const std::string& path, std::size_t limit, std::string& content);
+
+/** Reads what is left of a stream, at most `limit` bytes. @return false when there is more, or it cannot be read */
+bool readRest(std::FILE* stream, std::size_t limit, std::string& content);
 
 /** Creates the file or replaces what it held. @return whether all of it was written */
 bool writeWholeFile(const std::string& path, std::string_view content);

@@ -1,7 +1,7 @@
 // The lookup table from outside: processor, user file, single entries, and what reaches the design of each.
 
 #include "fixture.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 #include <cmath>
 #include <numeric>

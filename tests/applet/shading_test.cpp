@@ -2,7 +2,7 @@
 // what is left behind when something fails on the way.
 
 #include "fixture.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 #include <limits>
 #include <span>

@@ -5,6 +5,7 @@
 #include "configuration.h"
 
 #include "persistence/configuration_text.h"
+#include "platform/whole_file.h"
 #include "qelm/host/numbers.h"
 
 #include <algorithm>
@@ -53,16 +54,12 @@ class TemporaryFile {
 };
 
 std::string readText(const std::string& file) {
-    std::FILE* stream = std::fopen(file.c_str(), "r");
-    const std::optional<std::string> text = stream == nullptr ? std::nullopt : ConfigurationText::read(stream);
-    if (stream != nullptr) {
-        std::fclose(stream);
-    }
-    if (!text) {
+    std::string text;
+    if (platform::readWholeFile(file, ConfigurationText::largestText, text) != platform::ReadOutcome::done) {
         throw std::runtime_error("\"" + file + "\" is refused as a whole: it cannot be read, or is larger than " +
                                  std::to_string(ConfigurationText::largestText >> 20) + " MiB");
     }
-    return *text;
+    return text;
 }
 
 /** The beginning of a text, with what a terminal would take for commands replaced. */
