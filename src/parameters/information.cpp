@@ -160,7 +160,9 @@ const char* Information::describe(std::int32_t id) {
     std::deque<Told>& told = told_[id];
     const auto mine = std::ranges::find(told, std::this_thread::get_id(), &Told::reader);
     if (mine != told.end()) {
-        mine->text = std::move(text);
+        if (mine->text != text) { // else what was handed out before stays valid
+            mine->text = std::move(text);
+        }
         return mine->text.c_str();
     }
     if (told.size() == mostReaders) {

@@ -128,7 +128,8 @@ class Information {
 
     /**
      * All that is known about one parameter, a line "Key: value" for each fact; null when it has no node. Any number of
-     * threads may ask. The text stays as it is until the same thread asks for the same parameter again.
+     * threads may ask. The text stays as it is until the same thread asks for the same parameter again and
+     * gets another one.
      */
     const char* describe(std::int32_t id);
 
