@@ -372,7 +372,8 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
                     word = word.ends_with(".kcf") ? (folder_ / word).string() : word;
                 }
                 const Result result = run(words);
-                EXPECT_EQ(result.status, 0) << "qelm " << line << '\n' << result.errors;
+                const int worst = words.front() == "diff" ? 1 : 0; // 1: the files differ
+                EXPECT_LE(result.status, worst) << "qelm " << line << '\n' << result.errors;
                 ++examples;
             }
         }
