@@ -343,7 +343,7 @@ TEST_F(ConfigurationTest, KeptValuesTakeEffectThroughOthers) {
 TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
     const std::string text = with(freshConfiguration(), "FG_WIDTH", "512");
     std::string binary;
-    for (int position = 0; position < 100000; ++position) {
+    for (uint32_t position = 0; position < 100000; ++position) {
         binary += static_cast<char>(position * position / 7);
     }
     std::string keys;
