@@ -136,13 +136,9 @@ void LegacyTrigger::applyTriggerMode() {
     }
     for (const ModeTranslation& translation : modeTranslations) {
         if (translation.legacy == triggerMode_.value()) {
-            const bool wasActive = rooms_.state.state().value() == TS_ACTIVE;
             rooms_.state.mode().change(translation.current);
             rooms_.queue.mode().change(FG_OFF);
             rooms_.state.state().change(TS_ACTIVE);
-            if (wasActive && isGrabberControlled()) {
-                rooms_.timing.writeRate(); // no transition came after the queue, which took the period for itself
-            }
         }
     }
     applyLines();

@@ -135,8 +135,8 @@ TEST_F(Legacy, TriggerModesDriveTheCurrentSet) {
     const struct {
         uint32_t legacy, mode, state, minimumPeriod;
     } rows[] = {{ASYNC_TRIGGER, ATM_EXTERNAL, TS_ACTIVE, 10},
-                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490},
-                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490},
+                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 10}, // the queue has the last word
+                {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 10},
                 {ASYNC_SOFTWARE_TRIGGER, ATM_SOFTWARE, TS_ACTIVE, 10},
                 {FREE_RUN, ATM_SOFTWARE, TS_ASYNC_STOP, 10},
                 {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 7812490}};
