@@ -46,6 +46,9 @@ struct Image {
  */
 std::optional<Image> readImageFile(const char* path);
 
+/** The same of a PNG file, 16-bit samples in the machine's order. */
+std::optional<Image> readPngFile(const char* path);
+
 /**
  * Writes an uncompressed grey TIFF of 8 or 16 bits.
  *

@@ -1,4 +1,4 @@
-// TIFF files through the system's imaging component.
+// TIFF and PNG files through the system's imaging component.
 #include "model/image_file.h"
 
 #include <filesystem>
@@ -99,9 +99,10 @@ void swapRedAndBlue(unsigned char* pixels, std::size_t count, std::size_t sample
     }
 }
 
-bool openFrame(IWICImagingFactory& factory, IWICStream& stream, Com<IWICBitmapFrameDecode>& frame) {
+bool openFrame(IWICImagingFactory& factory, IWICStream& stream, const GUID& container,
+               Com<IWICBitmapFrameDecode>& frame) {
     Com<IWICBitmapDecoder> decoder;
-    return SUCCEEDED(factory.CreateDecoder(GUID_ContainerFormatTiff, nullptr, &decoder)) &&
+    return SUCCEEDED(factory.CreateDecoder(container, nullptr, &decoder)) &&
            SUCCEEDED(decoder->Initialize(&stream, WICDecodeMetadataCacheOnDemand)) &&
            SUCCEEDED(decoder->GetFrame(0, &frame));
 }
@@ -125,12 +126,13 @@ bool leavesBytesSwapped(IWICImagingFactory& factory) {
         BYTE pixel[2] = {};
         return SUCCEEDED(factory.CreateStream(&stream)) &&
                SUCCEEDED(stream->InitializeFromMemory(sample, sizeof sample)) &&
-               openFrame(factory, *stream.get(), frame) &&
+               openFrame(factory, *stream.get(), GUID_ContainerFormatTiff, frame) &&
                SUCCEEDED(frame->CopyPixels(nullptr, sizeof pixel, sizeof pixel, pixel)) && pixel[0] == 1;
     }();
     return result;
 }
 
+/** Whether it is a TIFF file of that order. */
 bool isBigEndian(IWICStream& stream) {
     char mark = 0;
     ULONG count = 0;
@@ -206,9 +208,7 @@ bool writePlain(const char* path, const void* pixels, const ImageFormat& format)
     return file.good();
 }
 
-} // namespace
-
-std::optional<Image> readImageFile(const char* path) {
+std::optional<Image> readContainer(const char* path, const GUID& container) {
     const Apartment apartment;
     const std::wstring file = wide(path);
     Com<IWICImagingFactory> factory;
@@ -222,7 +222,7 @@ std::optional<Image> readImageFile(const char* path) {
     std::error_code error;
     const std::uint64_t fileBytes = std::filesystem::file_size(file, error);
     const bool bigEndian = isBigEndian(*stream.get());
-    if (!openFrame(*factory.get(), *stream.get(), frame) || FAILED(frame->GetSize(&width, &height)) ||
+    if (!openFrame(*factory.get(), *stream.get(), container, frame) || FAILED(frame->GetSize(&width, &height)) ||
         FAILED(frame->GetPixelFormat(&id)) || width > INT32_MAX || height > INT32_MAX) {
         return std::nullopt;
     }
@@ -252,6 +252,16 @@ std::optional<Image> readImageFile(const char* path) {
         }
     }
     return image;
+}
+
+} // namespace
+
+std::optional<Image> readImageFile(const char* path) {
+    return readContainer(path, GUID_ContainerFormatTiff);
+}
+
+std::optional<Image> readPngFile(const char* path) {
+    return readContainer(path, GUID_ContainerFormatPng);
 }
 
 bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
