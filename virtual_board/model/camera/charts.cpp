@@ -50,7 +50,7 @@ class TestChart {
         } else {
             flat<background>(pixels_, pixelWidth_, pixelHeight_);
             grid();
-            canvas_.ring(centre(), 0.42 * side_, hairline() * 3, white);
+            canvas_.ring(centre(), 0.42 * side_, std::max(1.5, side_ / 340), white);
             bands();
             gratings();
             checkerboards();
@@ -156,7 +156,7 @@ class TestChart {
 
     void labels() {
         constexpr std::string_view longest = "BOTTOM RIGHT";
-        const double height = std::min(0.07 * side_, 0.3 * width_ / Canvas::textWidth(longest, 1));
+        const double height = std::min(0.062 * side_, 0.3 * width_ / Canvas::textWidth(longest, 1));
         const double plateWidth = Canvas::textWidth(longest, height) + height * 1.4;
         const auto label = [&](std::string_view text, double x, double y) {
             const Point middle{std::floor(x * width_), std::floor(y * height_)};
@@ -170,7 +170,7 @@ class TestChart {
         label("BOTTOM RIGHT", 0.73, 0.83);
         if (const double small = 0.02 * side_; small >= 8) {
             canvas_.text(std::to_string(pixelWidth_) + " X " + std::to_string(pixelHeight_),
-                         {width_ / 2, height_ * 0.9}, small, white);
+                         {width_ / 2, height_ * 0.875}, small, white);
         }
     }
 
@@ -183,8 +183,9 @@ class TestChart {
         canvas_.fill({0, bottom, mark_, height_}, black);
         canvas_.triangle({0, bottom}, {mark_, height_}, {0, height_}, white);
         canvas_.fill({right, bottom, width_, height_}, black);
-        canvas_.line({right, bottom}, {width_, height_}, mark_ / 5, white);
-        canvas_.line({right, height_}, {width_, bottom}, mark_ / 5, white);
+        const double inset = mark_ / 6;
+        canvas_.line({right + inset, bottom + inset}, {width_ - inset, height_ - inset}, mark_ / 5, white);
+        canvas_.line({right + inset, height_ - inset}, {width_ - inset, bottom + inset}, mark_ / 5, white);
     }
 
     std::span<Gray> pixels_;
