@@ -49,7 +49,7 @@ void CameraFrame::line(std::uint32_t index, std::span<LinkWord> words) const {
         scene_->project(y, height, row);
         sensor_->expose(row, y, number_, exposure_);
     }
-    const unsigned cut = Scene::bits - bitsOf(format_);
+    const unsigned cut = Scene::depth - bitsOf(format_);
     const auto [left, right] = walks(geometry_, clocks());
     const std::uint16_t *upperLeft = &rows[0][left.start], *upperRight = &rows[0][right.start];
     const std::uint16_t *lowerLeft = &rows[1][left.start], *lowerRight = &rows[1][right.start];

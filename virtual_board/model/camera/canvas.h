@@ -75,7 +75,7 @@ void Canvas::paint(const Rectangle& area, GrayAt gray, CoverageAt coverage) {
             const double covered = std::min(coverage(at), 1.0);
             if (covered > 0) {
                 Gray& pixel = pixels_[y * width_ + x];
-                pixel = static_cast<Gray>(pixel * (1 - covered) + gray(at) * covered + 0.5);
+                pixel = static_cast<Gray>(std::lround(pixel * (1 - covered) + gray(at) * covered));
             }
         }
     }

@@ -12,8 +12,8 @@ namespace qelm::virtual_board {
 /** What a virtual camera looks at: a grey picture of 12-bit values. */
 class Scene {
   public:
-    static constexpr unsigned bits = 12;
-    static constexpr std::uint16_t white = (1U << bits) - 1;
+    static constexpr unsigned depth = 12; /**< bits of a pixel */
+    static constexpr std::uint16_t white = (1U << depth) - 1;
     static constexpr std::uint32_t chartSides[2] = {2, 8192}; /**< smallest and largest side of a built-in chart */
     static constexpr std::uint32_t largestSide = 16384;       /**< of a picture */
 
