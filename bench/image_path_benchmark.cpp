@@ -1,0 +1,162 @@
+// The image path of the virtual board on one core: crop, offset and gain, 3 x 3 median, lookup table, 8-bit output;
+// beside the same steps with OpenCV. And sorting of taps, beside a copy of the frame.
+
+#include "model/image_path/image_path.h"
+#include "model/image_path/tap_sorting.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace qelm::virtual_board;
+
+constexpr std::uint32_t cropped = 16; // columns and rows of the frame that are left of and above the region
+
+/** A frame with noise and what it is corrected with. */
+struct Data {
+    explicit Data(std::uint32_t regionSize)
+        : size(regionSize), offsets(planeSize), gains(planeSize), picture(std::size_t{size} * size) {
+        std::mt19937 random(1);
+        frame.width = frame.height = std::min(size + cropped, frameLimit);
+        frame.pixels.resize(std::size_t{frame.width} * frame.height);
+        for (std::size_t i = 0; i < frame.pixels.size(); ++i) {
+            frame.pixels[i] = static_cast<std::uint16_t>((i / frame.width * 7 + i % frame.width * 3 + random() % 300) % 4096);
+        }
+        for (std::size_t i = 0; i < planeSize; ++i) {
+            const auto value = static_cast<std::uint32_t>(random());
+            offsets[i] = static_cast<std::uint16_t>(400 + value % 512);
+            gains[i] = static_cast<std::uint16_t>(4000 + (value >> 16) % 1024);
+        }
+        for (std::uint32_t i = 0; i < table.size(); ++i) {
+            table[i] = 4095 - i;
+        }
+    }
+
+    ImagePathSettings settings() const {
+        const std::uint32_t first = frame.width - size;
+        const auto buffer = [&](const std::vector<std::uint16_t>& plane) {
+            return CoefficientBuffer{.xOffset = first / 4, .xLength = size / 4, .yOffset = first, .yLength = size,
+                                     .plane = plane.data()};
+        };
+        return {.region = {first, first, size, size},
+                .offsets = buffer(offsets),
+                .gains = buffer(gains),
+                .enableOffset = true,
+                .enableGain = true,
+                .median = true,
+                .lookupTable = table};
+    }
+
+    static constexpr std::size_t planeSize = CoefficientBuffer::planeLimit * CoefficientBuffer::planeLimit;
+    std::uint32_t size;
+    SortedFrame frame;
+    std::vector<std::uint16_t> offsets, gains;
+    std::array<std::uint32_t, 4096> table{};
+    std::vector<std::byte> picture;
+};
+
+Data& data(std::uint32_t size) {
+    static std::unique_ptr<Data> kept;
+    if (!kept || kept->size != size) {
+        kept.reset();
+        kept = std::make_unique<Data>(size);
+    }
+    return *kept;
+}
+
+/** The same with whole-image functions, into images that are kept from frame to frame. */
+class WithOpenCv {
+  public:
+    explicit WithOpenCv(Data& source) {
+        const ImagePathSettings settings = source.settings();
+        const auto whole = [](std::vector<std::uint16_t>& pixels, int width) {
+            return cv::Mat(static_cast<int>(pixels.size()) / width, width, CV_16U, pixels.data());
+        };
+        const auto size = static_cast<int>(source.size);
+        const cv::Rect region(static_cast<int>(settings.region.x), static_cast<int>(settings.region.y), size, size);
+        frame_ = whole(source.frame.pixels, static_cast<int>(source.frame.width))(region);
+        offsets_ = whole(source.offsets, CoefficientBuffer::planeLimit)(region);
+        gains_ = whole(source.gains, CoefficientBuffer::planeLimit)(region);
+        for (std::size_t i = 0; i < table_.size(); ++i) {
+            table_[i] = static_cast<std::uint8_t>(settings.lookupTable[i] >> 4);
+        }
+        picture.create(size, size, CV_8U);
+    }
+
+    void process() {
+        cv::addWeighted(frame_, 16, offsets_, -1, 0, signal_);
+        cv::multiply(signal_, gains_, corrected_, 1.0 / 65536);
+        cv::min(corrected_, 4095, corrected_);
+        cv::medianBlur(corrected_, medians_, 3);
+        for (int y = 0; y < medians_.rows; ++y) {
+            const auto* const row = medians_.ptr<std::uint16_t>(y);
+            auto* const out = picture.ptr<std::uint8_t>(y);
+            for (int x = 0; x < medians_.cols; ++x) {
+                out[x] = table_[row[x]];
+            }
+        }
+    }
+
+    cv::Mat picture;
+
+  private:
+    cv::Mat frame_, offsets_, gains_, signal_, corrected_, medians_;
+    std::array<std::uint8_t, 4096> table_{};
+};
+
+int largestDifference(const cv::Mat& picture, const std::vector<std::byte>& other) {
+    int largest = 0;
+    for (int y = 0; y < picture.rows; ++y) {
+        for (int x = 0; x < picture.cols; ++x) {
+            const auto here = std::to_integer<int>(other[static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.cols) + static_cast<std::size_t>(x)]);
+            largest = std::max(largest, std::abs(picture.at<std::uint8_t>(y, x) - here));
+        }
+    }
+    return largest;
+}
+
+void openCv(benchmark::State& state) {
+    Data& source = data(static_cast<std::uint32_t>(state.range(0)));
+    cv::setNumThreads(1);
+    WithOpenCv steps(source);
+    for (auto _ : state) {
+        steps.process();
+        benchmark::ClobberMemory();
+    }
+    // The product is rounded there and truncated here, so that levels next to each other may result.
+    ImagePath().process(source.frame, source.settings(), source.picture);
+    const int difference = largestDifference(steps.picture, source.picture);
+    state.counters["difference"] = difference;
+    if (difference > 1) {
+        state.SkipWithError("the pictures differ");
+    }
+}
+
+void imagePath(benchmark::State& state, InstructionSet instructions) {
+    if (instructions == InstructionSet::avx2 && bestInstructionSet() != instructions) {
+        state.SkipWithError("this processor has no AVX2");
+        return;
+    }
+    Data& source = data(static_cast<std::uint32_t>(state.range(0)));
+    ImagePath path(instructions);
+    for (auto _ : state) {
+        path.process(source.frame, source.settings(), source.picture);
+        benchmark::ClobberMemory();
+    }
+}
+
+BENCHMARK(openCv)->Arg(1024)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(imagePath, baseline, InstructionSet::baseline)->Arg(1024)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(imagePath, avx2, InstructionSet::avx2)->Arg(1024)->Unit(benchmark::kMillisecond);
+BENCHMARK(openCv)->Arg(8192)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(imagePath, baseline, InstructionSet::baseline)->Arg(8192)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(imagePath, avx2, InstructionSet::avx2)->Arg(8192)->Unit(benchmark::kMillisecond);
+
+} // namespace
