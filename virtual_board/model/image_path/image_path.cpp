@@ -3,14 +3,12 @@
 #include "model/image_path/dead_pixels.h"
 
 #include <algorithm>
-#include <bit>
 #include <stdexcept>
 
 namespace qelm::virtual_board {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "16-bit pixels are put out as they lie in memory");
-
+constexpr std::uint16_t black = 0;
 constexpr std::uint16_t noOffset = 0;
 
 std::size_t columnsOf(const ImagePathSettings& settings) {
@@ -23,16 +21,6 @@ std::size_t rowsOf(const ImagePathSettings& settings) {
 
 std::size_t bytesPerPixel(OutputFormat format) {
     return format == OutputFormat::bits8 ? 1 : 2;
-}
-
-/** `count` elements of which the first ones are given: as they lie, or with `others` behind them in `copy`. */
-const std::uint16_t* completed(std::span<const std::uint16_t> given, std::size_t count, std::uint16_t others,
-                               std::vector<std::uint16_t>& copy) {
-    if (given.size() >= count) {
-        return given.data();
-    }
-    std::fill(std::copy(given.begin(), given.end(), copy.begin()), copy.end(), others);
-    return copy.data();
 }
 
 /** The pixels that the frame has of a row of the region. */
@@ -56,18 +44,27 @@ std::span<const std::uint16_t> coefficientsOf(const CoefficientBuffer& buffer, s
     return {buffer.plane + y * limit + x, std::min({std::size_t{buffer.xLength} * 4, limit - x, columns})};
 }
 
-template <typename Pixel>
-void lookUp(const std::uint16_t* row, std::size_t count, const std::array<Pixel, 4096>& table, std::byte* out) {
-    for (std::size_t x = 0; x < count; ++x) {
-        const Pixel pixel = table[row[x]];
-        std::copy_n(reinterpret_cast<const std::byte*>(&pixel), sizeof(pixel), out + x * sizeof(pixel));
-    }
-}
-
 } // namespace
 
 std::size_t outputBytes(const ImagePathSettings& settings) {
     return columnsOf(settings) * rowsOf(settings) * bytesPerPixel(settings.format);
+}
+
+void ImagePath::RowFiller::start(std::size_t count, std::uint16_t others) {
+    row_.assign(count, others);
+    others_ = others;
+    used_ = 0;
+}
+
+const std::uint16_t* ImagePath::RowFiller::completed(std::span<const std::uint16_t> given) {
+    if (given.size() == row_.size()) {
+        return given.data();
+    }
+    const auto end = std::copy(given.begin(), given.end(), row_.begin());
+    const auto usedEnd = row_.begin() + static_cast<std::ptrdiff_t>(used_);
+    std::fill(end, std::max(end, usedEnd), others_);
+    used_ = given.size();
+    return row_.data();
 }
 
 ImagePath::ImagePath(InstructionSet instructions) : kernels_(rowKernels(instructions)) {}
@@ -79,8 +76,6 @@ struct ImagePath::Pass {
     const ImagePathSettings& settings;
     std::size_t columns = columnsOf(settings);
     std::size_t rows = rowsOf(settings);
-    // Rows for which nothing is given are filled at the beginning.
-    std::uint16_t defaultGain = static_cast<std::uint16_t>(settings.defaultGain);
 
     std::uint16_t* corrected(std::size_t row) const { return path.corrected_[row % 4].data() + rowPadding; }
 
@@ -89,9 +84,8 @@ struct ImagePath::Pass {
         const auto pixels = pixelsOf(frame, settings.region, row, columns);
         const auto offsets = settings.enableOffset ? coefficientsOf(settings.offsets, row, columns) : none;
         const auto gains = settings.enableGain ? coefficientsOf(settings.gains, row, columns) : none;
-        path.kernels_.correct(completed(pixels, columns, 0, path.crop_),
-                              completed(offsets, columns, noOffset, path.offsets_),
-                              completed(gains, columns, defaultGain, path.gains_), corrected(row), columns);
+        path.kernels_.correct(path.pixels_.completed(pixels), path.offsets_.completed(offsets),
+                              path.gains_.completed(gains), corrected(row), columns);
     }
 
     void replaceDead(std::size_t row) const {
@@ -142,9 +136,10 @@ void ImagePath::process(const SortedFrame& frame, const ImagePathSettings& setti
     for (Row& row : corrected_) {
         row.resize(pass.columns + 2 * rowPadding);
     }
-    for (Row* const row : {&crop_, &offsets_, &gains_, &medians_}) {
-        row->resize(pass.columns);
-    }
+    medians_.resize(pass.columns);
+    pixels_.start(pass.columns, black);
+    offsets_.start(pass.columns, noOffset);
+    gains_.start(pass.columns, static_cast<std::uint16_t>(settings.defaultGain));
     // Lookup table and output are one table.
     for (std::size_t i = 0; i < table8_.size(); ++i) {
         const auto pixel = static_cast<std::uint16_t>(settings.lookupTable[i] & brightest);

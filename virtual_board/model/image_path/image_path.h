@@ -73,11 +73,25 @@ class ImagePath {
     using Row = std::vector<std::uint16_t>;
     struct Pass;
 
+    /** Completes rows of which only the first elements are given, or none. */
+    class RowFiller {
+      public:
+        void start(std::size_t count, std::uint16_t others);
+        /** Elements as they lie when all are given; else a copy, up to the next call, with the others behind them. */
+        const std::uint16_t* completed(std::span<const std::uint16_t> given);
+
+      private:
+        Row row_;
+        std::uint16_t others_ = 0;
+        std::size_t used_ = 0; ///< elements that an earlier row left
+    };
+
     const RowKernels& kernels_;
+    RowFiller pixels_, offsets_, gains_;
     std::array<Row, 4> corrected_; ///< by row modulo 4, with padding
-    Row crop_, offsets_, gains_, medians_;
-    std::array<std::uint8_t, 4096> table8_{};
-    std::array<std::uint16_t, 4096> table16_{};
+    Row medians_;
+    OutputTable<std::uint8_t> table8_{};
+    OutputTable<std::uint16_t> table16_{};
 };
 
 } // namespace qelm::virtual_board

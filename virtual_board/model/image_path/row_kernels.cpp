@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 
 #define QELM_INLINE inline __attribute__((always_inline))
 
@@ -18,15 +20,26 @@ namespace {
 using Row = const std::uint16_t* __restrict;
 using Target = std::uint16_t* __restrict;
 
-// Simple loops, which the compiler turns into vector code for the instruction set of the function around them.
+// Simple loops, which the compiler turns into vector code for the instruction set of the function around them. Choices
+// are between values: std::min and std::max choose between references, which keeps loads from being vectors.
+
+template <typename Number>
+QELM_INLINE Number lower(Number a, Number b) {
+    return a < b ? a : b;
+}
+
+template <typename Number>
+QELM_INLINE Number upper(Number a, Number b) {
+    return a < b ? b : a;
+}
 
 QELM_INLINE void correctRow(Row pixels, Row offsets, Row gains, Target corrected, std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {
         const auto pixel = static_cast<std::uint16_t>(pixels[x] << 4);
         const auto offset = static_cast<std::uint16_t>(offsets[x] == deadPixelOffset ? 0 : offsets[x]);
-        const auto signal = static_cast<std::uint16_t>(std::max(pixel, offset) - offset);
-        const auto amplified = static_cast<std::uint16_t>(std::uint32_t{signal} * gains[x] >> 16);
-        corrected[x] = std::min(amplified, brightest);
+        const auto signal = static_cast<std::uint16_t>(pixel > offset ? pixel - offset : 0);
+        const auto amplified = static_cast<std::uint16_t>(std::uint32_t{signal} * std::uint32_t{gains[x]} >> 16);
+        corrected[x] = lower(amplified, brightest);
     }
 }
 
@@ -40,15 +53,6 @@ QELM_INLINE bool anyDeadInRow(Row offsets, std::size_t count) {
 
 // 12 bits fit signed numbers, whose minimum and maximum every instruction set has.
 using Level = std::int16_t;
-
-// By value: std::min and std::max choose between references, which keeps loads from being vectors.
-QELM_INLINE Level lower(Level a, Level b) {
-    return a < b ? a : b;
-}
-
-QELM_INLINE Level upper(Level a, Level b) {
-    return a < b ? b : a;
-}
 
 QELM_INLINE Level median3(Level a, Level b, Level c) {
     return upper(lower(a, b), lower(upper(a, b), c));
@@ -84,6 +88,25 @@ QELM_INLINE void medianRow(Row above, Row here, Row below, Target medians, std::
             const Level high = lower(lower(sorted.high[x], sorted.high[x + 1]), sorted.high[x + 2]);
             medians[start + x] = static_cast<std::uint16_t>(median3(low, middle, high));
         }
+    }
+}
+
+/** Pixels are gathered to words: stores are what a loop over single pixels waits for. */
+template <typename Pixel>
+QELM_INLINE void lookUpRow(Row row, std::size_t count, const OutputTable<Pixel>& table, std::byte* __restrict out) {
+    static_assert(std::endian::native == std::endian::little);
+    constexpr std::size_t perWord = sizeof(std::uint64_t) / sizeof(Pixel);
+    std::size_t x = 0;
+    for (; x + perWord <= count; x += perWord) {
+        std::uint64_t word = 0;
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < perWord; ++i) {
+            word |= std::uint64_t{table[row[x + i]]} << (8 * sizeof(Pixel) * i);
+        }
+        std::memcpy(out + x * sizeof(Pixel), &word, sizeof(word));
+    }
+    for (; x < count; ++x) {
+        std::memcpy(out + x * sizeof(Pixel), &table[row[x]], sizeof(Pixel));
     }
 }
 
@@ -129,6 +152,14 @@ const RowKernels& rowKernels(InstructionSet instructions) {
     static_cast<void>(instructions);
 #endif
     return baseline::kernels;
+}
+
+void lookUp(const std::uint16_t* row, std::size_t count, const OutputTable<std::uint8_t>& table, std::byte* out) {
+    lookUpRow(row, count, table, out);
+}
+
+void lookUp(const std::uint16_t* row, std::size_t count, const OutputTable<std::uint16_t>& table, std::byte* out) {
+    lookUpRow(row, count, table, out);
 }
 
 } // namespace qelm::virtual_board

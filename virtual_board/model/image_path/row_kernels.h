@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -30,5 +31,13 @@ struct RowKernels {
 };
 
 const RowKernels& rowKernels(InstructionSet instructions);
+
+/** What becomes of each 12-bit pixel at the output. */
+template <typename Pixel>
+using OutputTable = std::array<Pixel, brightest + 1>;
+
+/** Puts out a row of 12-bit pixels; vectors are of no use here. */
+void lookUp(const std::uint16_t* row, std::size_t count, const OutputTable<std::uint8_t>& table, std::byte* out);
+void lookUp(const std::uint16_t* row, std::size_t count, const OutputTable<std::uint16_t>& table, std::byte* out);
 
 } // namespace qelm::virtual_board
