@@ -17,8 +17,8 @@ struct MarkedRow {
 
 /**
  * Gives each dead pixel of the middle row the median of the pixels around it that are not dead (the lower of the two
- * middle ones when they are even in number), or leaves it when there are none. Dead pixels are never looked at, so a row
- * may be done in place before or after its neighbours.
+ * middle ones when they are even in number), or leaves it when there are none. Dead pixels are never looked at, so a
+ * row may be done in place before or after its neighbours.
  */
 void replaceDeadPixels(const std::array<MarkedRow, 3>& rows, std::size_t width, const RowKernels& kernels);
 

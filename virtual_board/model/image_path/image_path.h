@@ -54,9 +54,9 @@ struct ImagePathSettings {
 std::size_t outputBytes(const ImagePathSettings& settings);
 
 /**
- * From the sorted frame to the picture: region of interest, offset and gain, dead-pixel replacement, 3 x 3 median, lookup
- * table, output format. Dead pixels are replaced before the median, which would otherwise spread them where they are
- * dense; both filters see the region alone. One pass over the rows; keeps some rows of memory from frame to frame.
+ * From the sorted frame to the picture: region of interest, offset and gain, dead-pixel replacement, 3 x 3 median,
+ * lookup table, output format. Dead pixels are replaced before the median, which would otherwise spread them where they
+ * are dense; both filters see the region alone. One pass over the rows; keeps some rows of memory from frame to frame.
  */
 class ImagePath {
   public:

@@ -11,7 +11,7 @@ enum class InstructionSet { baseline, avx2 };
 /** What the processor offers, as far as compilers for this system handle it soundly. */
 InstructionSet bestInstructionSet();
 
-inline constexpr std::uint16_t brightest = 4095;       ///< of 12 bits
+inline constexpr std::uint16_t brightest = 4095;        ///< of 12 bits
 inline constexpr std::uint16_t deadPixelOffset = 65535; ///< the offset coefficient that marks a dead pixel
 
 /** Elements that must exist before and after a row of the image path, so that kernels need no loops for its ends. */
@@ -19,8 +19,8 @@ inline constexpr std::size_t rowPadding = 16;
 
 struct RowKernels {
     /**
-     * 12 bits to 12 bits: less an offset in 1/16 of a level, times a gain in 1/4096, limited at both ends. The offset of
-     * a dead pixel counts as 0.
+     * 12 bits to 12 bits: less an offset in 1/16 of a level, times a gain in 1/4096, limited at both ends. The offset
+     * of a dead pixel counts as 0.
      */
     void (*correct)(const std::uint16_t* pixels, const std::uint16_t* offsets, const std::uint16_t* gains,
                     std::uint16_t* corrected, std::size_t count);

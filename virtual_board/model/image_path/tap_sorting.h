@@ -25,10 +25,10 @@ struct TapSorting {
     using OfTaps = std::array<std::uint32_t, 4>; ///< of output taps 0 to 3
 
     LinkFormat format = LinkFormat::bits8;
-    OfTaps topDown{};     ///< 1: the tap fills the top half downwards, 0: the bottom half upwards
-    OfTaps mirror{};      ///< reverses the groups of 8 pixels of a half line, group 0 becoming rightLeftLast
-    OfTaps mirrorGroup{}; ///< reverses the pixels within a group
-    OfTaps select{};      ///< the camera's tap; two bits count
+    OfTaps topDown{};                ///< 1: the tap fills the top half downwards, 0: the bottom half upwards
+    OfTaps mirror{};                 ///< reverses the groups of 8 pixels of a half line, group 0 becoming rightLeftLast
+    OfTaps mirrorGroup{};            ///< reverses the pixels within a group
+    OfTaps select{};                 ///< the camera's tap; two bits count
     std::uint32_t imageWidth = 0;    ///< W / 16, groups in a half line
     std::uint32_t imageHeight = 0;   ///< 2 H, half lines
     std::uint32_t lineLength = 0;    ///< W / 2, pixels taken of a tap's line; surplus is dropped
@@ -41,8 +41,8 @@ struct TapSorting {
 
 /**
  * Sorts a frame; pixels of 8 and 10 bits become the upper ones of 12. Any words are safe: what does not agree with the
- * camera scrambles or cuts the image, and size is limited to frameLimit either way. Pixels that no tap brings are black,
- * so with an odd height is the middle row.
+ * camera scrambles or cuts the image, and size is limited to frameLimit either way. Pixels that no tap brings are
+ * black, so with an odd height is the middle row.
  */
 void sortTaps(const LinkFrame& link, const TapSorting& sorting, SortedFrame& frame);
 
