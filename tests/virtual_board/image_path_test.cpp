@@ -33,10 +33,15 @@ constexpr std::uint32_t middleToEnds = 0xE4C5; // Geometry_2XM_2YE
 /** Noise of 12 bits, of which a camera with fewer sends the upper ones. */
 SortedFrame scene(std::uint32_t width, std::uint32_t height, LinkFormat format = LinkFormat::bits12) {
     Random random(width * 10000 + height);
-    SortedFrame frame{.width = width, .height = height, .pixels = std::vector<std::uint16_t>(width * height)};
+    SortedFrame frame{
+        .width = width, .height = height, .pixels = std::vector<std::uint16_t>(std::size_t{width} * height)};
     const std::uint32_t sent = 0xFFFU << (12 - bitsOf(format)) & 0xFFF;
     std::ranges::generate(frame.pixels, [&] { return static_cast<std::uint16_t>(random() & sent); });
     return frame;
+}
+
+std::span<std::uint16_t> row(SortedFrame& frame, std::size_t y) {
+    return std::span(frame.pixels).subspan(y * frame.width, frame.width);
 }
 
 /** A camera that reads its scene out as the GenICam naming of the geometries tells. */
@@ -113,7 +118,7 @@ TEST(TapSorting, BringsTheSceneBackInEachGeometry) {
                 SortedFrame frame = scene(64, 64); // used before
                 sortTaps(camera, wordsFor(geometry, width, height, format), frame);
                 if (height % 2 == 1) {
-                    std::fill_n(expected.pixels.begin() + width * (height / 2), width, std::uint16_t{0});
+                    std::ranges::fill(row(expected, height / 2), std::uint16_t{0});
                 }
                 EXPECT_EQ(frame.width, width);
                 EXPECT_EQ(frame.height, height);
@@ -159,13 +164,14 @@ TEST(TapSorting, EveryWordMatters) {
 TEST(TapSorting, ACameraOfAnotherHeightIsCutOrLeavesBlackRowsInTheMiddle) {
     constexpr std::uint32_t width = 32, set = 8;
     for (const std::uint32_t height : {4U, 12U}) {
-        const SortedFrame sent = scene(width, height);
+        SortedFrame sent = scene(width, height);
         const Camera camera(sent, leftToRight, LinkFormat::bits12);
-        std::vector<std::uint16_t> expected(width * set);
-        const std::uint32_t rows = std::min(height, set) / 2;
-        std::copy_n(sent.pixels.begin(), rows * width, expected.begin());
-        std::copy_n(sent.pixels.end() - rows * width, rows * width, expected.end() - rows * width);
-        EXPECT_EQ(sorted(camera, wordsFor(leftToRight, width, set)), expected) << height;
+        SortedFrame expected{.width = width, .pixels = std::vector<std::uint16_t>(std::size_t{width} * set)};
+        for (std::uint32_t y = 0; y < std::min(height, set) / 2; ++y) {
+            std::ranges::copy(row(sent, y), row(expected, y).begin());
+            std::ranges::copy(row(sent, height - 1 - y), row(expected, set - 1 - y).begin());
+        }
+        EXPECT_EQ(sorted(camera, wordsFor(leftToRight, width, set)), expected.pixels) << height;
     }
 }
 

@@ -30,7 +30,7 @@ std::span<const std::uint16_t> pixelsOf(const SortedFrame& frame, const ImageReg
     if (y >= frame.height || region.x >= frame.width) {
         return {};
     }
-    return {&frame.pixels[y * frame.width + region.x], std::min<std::size_t>(frame.width - region.x, columns)};
+    return {frame.pixels.data() + y * frame.width + region.x, std::min<std::size_t>(frame.width - region.x, columns)};
 }
 
 /** The coefficients that a buffer has for a row of the region. */

@@ -101,11 +101,11 @@ void sortTaps(const LinkFrame& link, const TapSorting& sorting, SortedFrame& fra
     for (std::uint32_t line = 0; line < wanted; ++line) {
         link.line(line, words);
         take(words.data(), taken, lines);
-        for (std::size_t tap = 0; tap < taps; ++tap) {
-            const auto count = static_cast<std::uint32_t>(2 * line + tap % 2);
+        for (std::uint32_t tap = 0; tap < taps; ++tap) {
+            const std::uint32_t count = 2 * line + tap % 2;
             if (const auto target = position(sorting, sorting.topDown[tap] != 0, count, halfLines)) {
                 place(lines.of[sorting.select[tap] % taps].data(), taken, sorting.mirror[tap] != 0,
-                      sorting.mirrorGroup[tap] != 0, sorting.rightLeftLast, &frame.pixels[*target * length],
+                      sorting.mirrorGroup[tap] != 0, sorting.rightLeftLast, frame.pixels.data() + *target * length,
                       length / groupSize);
                 filled[*target] = true;
             }
