@@ -9,7 +9,6 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -17,6 +16,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <time.h>
 
 namespace {
 
@@ -124,16 +125,22 @@ int largestDifference(const cv::Mat& picture, const std::vector<std::byte>& othe
     return largest;
 }
 
+/** Processor time of this thread, which is the only one at work: on a busy machine others' time does not count. */
+double secondsUsed() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 /** The fastest of a few runs, the first of which finds the caches as others left them. */
-double fastestOf(auto&& action) {
+double fastestOf(const std::function<void()>& action) {
     constexpr int runs = 3;
     double fastest = std::numeric_limits<double>::max();
     for (int i = 0; i < runs; ++i) {
-        const auto start = std::chrono::steady_clock::now();
+        const double start = secondsUsed();
         action();
         benchmark::ClobberMemory();
-        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-        fastest = std::min(fastest, time.count());
+        fastest = std::min(fastest, secondsUsed() - start);
     }
     return fastest;
 }
@@ -179,7 +186,7 @@ void imagePath(benchmark::State& state) {
     }
 }
 BENCHMARK(imagePath)->Arg(1024)->Iterations(100)->Unit(benchmark::kMillisecond);
-BENCHMARK(imagePath)->Arg(8192)->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(imagePath)->Arg(8192)->Iterations(8)->Unit(benchmark::kMillisecond);
 
 /** A camera that sends the same line again and again. */
 class SameLines final : public LinkFrame {
@@ -228,6 +235,6 @@ void tapSorting(benchmark::State& state, LinkFormat format) {
 }
 BENCHMARK_CAPTURE(tapSorting, 8_bit, LinkFormat::bits8)->Arg(1024)->Iterations(50)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(tapSorting, 12_bit, LinkFormat::bits12)->Arg(1024)->Iterations(50)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(tapSorting, 12_bit, LinkFormat::bits12)->Arg(8192)->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(tapSorting, 12_bit, LinkFormat::bits12)->Arg(8192)->Iterations(5)->Unit(benchmark::kMillisecond);
 
 } // namespace

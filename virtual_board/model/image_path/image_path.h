@@ -60,6 +60,7 @@ std::size_t outputBytes(const ImagePathSettings& settings);
  */
 class ImagePath {
   public:
+    /** @param instructions  what the processor offers: the best, or less */
     explicit ImagePath(InstructionSet instructions = bestInstructionSet());
 
     /**
