@@ -56,6 +56,48 @@ VIRTUAL_BOARD_API int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32
 VIRTUAL_BOARD_API int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uint16_t** pixels,
                                                    int32_t* width, int32_t* height);
 
+/* -- Camera. Nothing is connected at first ------------------------------------------------------------------------- */
+
+/**
+ * Connects a Camera Link Medium camera, in place of the one before.
+ *
+ * @param options  "key=value,key=value": see virtualBoardCameraHelp; null or "" for the camera as it comes
+ * @param scene    what it looks at: the name of a built-in chart, or a TIFF or PNG file; null or "" for the test chart
+ * @param problem  when not null, gets a sentence on what is wrong: at most `size` characters with the terminating zero
+ * @return 0, or -6000 for options that do not hold and for a scene that is neither a chart nor a readable file
+ */
+VIRTUAL_BOARD_API int32_t virtualBoardConnectCamera(VirtualBoard* board, const char* options, const char* scene,
+                                                    char* problem, size_t size);
+VIRTUAL_BOARD_API int32_t virtualBoardDisconnectCamera(VirtualBoard* board);
+/** What the options of a camera are: lines of text. */
+VIRTUAL_BOARD_API const char* virtualBoardCameraHelp(void);
+
+/* -- Pictures. The runtime's acquisition functions take memory that was allocated here -----------------------------
+
+   Fg_AcquireEx: dmaIndex 0; pictureCount -1 for no end; flag VIRTUAL_BOARD_ACQUIRE_STANDARD. Pictures count from 1 and
+   take the memory's places in turn. Fg_getLastPicNumberBlockingEx lets virtual time pass until the picture has come, or
+   until `timeout` seconds of it are over: -2110. -2115 when the board acquires already, -2116 for memory that takes
+   part in no acquisition. */
+
+enum { VIRTUAL_BOARD_ACQUIRE_STANDARD = 1 };
+
+/** @return memory for so many pictures, the `memory` of the runtime's functions; null when that is too much */
+VIRTUAL_BOARD_API void* virtualBoardAllocateFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures);
+/** Gives the memory back; an acquisition into it ends. */
+VIRTUAL_BOARD_API int32_t virtualBoardFreeFrames(void* memory);
+/** Picture `number`, valid until its place is taken again. -2070 when it has not come or is gone already. */
+VIRTUAL_BOARD_API int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size);
+/**
+ * Writes a grey picture, rows without gaps, to a file: PNG when its name ends in ".png", else TIFF.
+ *
+ * @param bits  8 or 16, low byte first
+ * @return 0, -6000 for sizes that cannot be, -1 when not all of it could be written; no half file is left then
+ */
+VIRTUAL_BOARD_API int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t width, int32_t height,
+                                                   int32_t bits);
+/** How fast pictures move from the board to the host; 900 MB/s at first. -6000 for 0. */
+VIRTUAL_BOARD_API int32_t virtualBoardSetTransferRate(VirtualBoard* board, uint64_t bytesPerSecond);
+
 /** What Fg_getStatusEx knows. */
 enum VirtualBoardStatus {
     VIRTUAL_BOARD_STATUS_ACQUIRING = 1,         /**< 1 while pictures are being acquired */
@@ -63,8 +105,8 @@ enum VirtualBoardStatus {
     VIRTUAL_BOARD_STATUS_PICTURES_LOST = 3      /**< likewise */
 };
 
-/* -- The trigger unit in virtual time. Nothing moves by itself: time passes with virtualBoardAdvance alone ----------
- */
+/* -- The trigger unit in virtual time. Nothing moves by itself: time passes with virtualBoardAdvance, and while
+      Fg_getLastPicNumberBlockingEx waits -------------------------------------------------------------------------- */
 
 /** Drives a trigger input pin, 0 to 7; the debounce decides when the design sees the level. */
 VIRTUAL_BOARD_API int32_t virtualBoardSetInput(VirtualBoard* board, uint32_t pin, int32_t level);
@@ -87,6 +129,30 @@ typedef struct {
 VIRTUAL_BOARD_API int32_t virtualBoardRecordEvents(VirtualBoard* board, int32_t record);
 VIRTUAL_BOARD_API int32_t virtualBoardEventCount(VirtualBoard* board, size_t* count);
 VIRTUAL_BOARD_API int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEvent* event);
+
+/** The board's signals, in the order of their numbers. Levels are 0 or 1; the queue is a number. */
+enum VirtualBoardSignal {
+    VIRTUAL_BOARD_SIGNAL_INPUT = 0,     /**< 8 trigger inputs, debounced */
+    VIRTUAL_BOARD_SIGNAL_QUEUE = 8,     /**< triggers that wait */
+    VIRTUAL_BOARD_SIGNAL_GENERATOR = 9, /**< 4 pulse form generators */
+    VIRTUAL_BOARD_SIGNAL_CONTROL = 13,  /**< 4 camera-control lines */
+    VIRTUAL_BOARD_SIGNAL_OUTPUT = 17,   /**< 8 trigger outputs */
+    VIRTUAL_BOARD_SIGNAL_EXPOSURE = 25, /**< the camera exposes */
+    VIRTUAL_BOARD_SIGNAL_FRAME = 26,    /**< a frame is being sent */
+    VIRTUAL_BOARD_SIGNAL_COUNT = 27
+};
+
+typedef struct {
+    uint64_t nanoseconds; /**< in virtual time */
+    uint32_t signal;
+    uint32_t value; /**< from now on */
+} VirtualBoardSignalChange;
+
+/** Starts (into an empty list, with the values of all signals now) or stops recording; it is off at first. */
+VIRTUAL_BOARD_API int32_t virtualBoardRecordSignals(VirtualBoard* board, int32_t record);
+VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeCount(VirtualBoard* board, size_t* count);
+VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position,
+                                                     VirtualBoardSignalChange* change);
 
 /* -- Trace: every call into the maker's libraries, in order, for the whole process --------------------------------- */
 
@@ -133,6 +199,7 @@ typedef struct {
     int32_t runtimeHandles; /**< given out by the runtime and not freed */
     int32_t designImages;   /**< loaded and not released */
     int32_t imageBuffers;   /**< given out by readImage and not freed */
+    int32_t frameMemories;  /**< allocated for pictures and not freed */
 } VirtualBoardResources;
 
 /** What is open now. */

@@ -92,6 +92,11 @@ const Case cases[] = {
 
 class ShadingArithmetic : public testing::Test {
   protected:
+#ifdef __SANITIZE_THREAD__
+    void SetUp() override {
+        GTEST_SKIP() << "plain loops on one thread, for minutes under this sanitizer";
+    }
+#endif
     static void SetUpTestSuite() {
         expected_ = new Planes;
         actual_ = new Planes;

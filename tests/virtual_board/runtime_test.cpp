@@ -286,8 +286,9 @@ TEST_F(Runtime, RefusesWhatItCannotServe) {
     EXPECT_EQ(Fg_getAppletId(handle_, nullptr), designNumber);
     EXPECT_EQ(Fg_getStatusEx(handle_, VIRTUAL_BOARD_STATUS_ACQUIRING, 0, 0, nullptr), 0);
     EXPECT_EQ(Fg_getStatusEx(handle_, 999, 0, 0, nullptr), unknown);
-    EXPECT_EQ(Fg_AcquireEx(handle_, 0, 1, 0, nullptr), notSupported);
-    EXPECT_EQ(Fg_getLastPicNumberEx(handle_, 0, nullptr), notSupported);
+    EXPECT_EQ(Fg_AcquireEx(handle_, 0, 1, 0, nullptr), unknown);
+    EXPECT_EQ(Fg_getLastPicNumberEx(handle_, 0, nullptr), unknown);
+    EXPECT_EQ(Fg_Acquire(handle_, 0, 1), notSupported);
     EXPECT_EQ(Fg_loadConfig(handle_, "any.kcf"), notSupported);
     EXPECT_EQ(Fg_AllocShading(handle_, 0, 0), nullptr);
     EXPECT_EQ(lastError(), notSupported);

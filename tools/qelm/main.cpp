@@ -27,6 +27,8 @@ constexpr const char* examples = R"(Examples:
   qelm trace FG_WIDTH=512                what a setting writes into the design
   qelm save setup.kcf FG_WIDTH=512       a configuration file; "load", "diff" and "check" read it
   qelm events --pulses 3                 what the design tells of three pulses at a trigger input
+  qelm grab -o picture.png               a picture from the virtual board's camera, through the applet's settings
+  qelm timing -o timing.svg --wait 500000   the trigger unit's signals as a timing diagram
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
 of one run in the next, so settings that belong together go into one.)";
@@ -150,6 +152,29 @@ Examples:
   qelm events FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERSTATE=TS_ACTIVE --pulses 5 FG_TRIGGER_EXCEEDED_PERIOD_LIMITS
   qelm events FG_TRIGGERSTATE=TS_ACTIVE --wait 500000 --json)";
 
+constexpr const char* grabExamples =
+    R"(A configuration file is loaded first, then the settings are made, in their order; then the trigger unit is started,
+unless a setting is about its state. In ATM_EXTERNAL the pin gets a pulse for each picture, in ATM_SOFTWARE a software
+trigger is sent. The scene is a chart (chart, ramp, black, gray, white) or a grey TIFF or PNG file. A file name that
+ends in .png makes a PNG, any other a TIFF; several pictures are numbered. "--camera help" tells the camera's options.
+
+Examples:
+  qelm grab -o picture.png
+  qelm grab --set FG_WIDTH=512 --set FG_XOFFSET=256 -o region.tif
+  qelm grab --set FG_DEVICETAPGEOMETRY=Geometry_2X_2YE --camera geometry=2X_2YE -o sorted.png
+  qelm grab --scene gray --set FG_FORMAT=FG_GRAY16 --frames 5 -o flat.tif
+  qelm grab --set FG_AREATRIGGERMODE=ATM_EXTERNAL --pin 0 -o triggered.png
+  qelm grab --camera help)";
+
+constexpr const char* timingExamples =
+    R"(Settings are made, the trigger unit is started as in "grab", then the pulses are given and the wait passes; all that
+the signals did meanwhile is drawn. Times are in virtual microseconds.
+
+Examples:
+  qelm timing --wait 500000 -o generator.svg
+  qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON FG_TRIGGER_MULTIPLY_PULSES=3 \
+      FG_TRIGGER_FRAMESPERSECOND=50 --pulses 4 --period 40000 --width 5000 --wait 200000 -o queue.svg)";
+
 /** Reports an argument that no verb takes. */
 int reportUnexpected(const CLI::App& app, const std::string& argument) {
     if (!app.get_subcommands().empty()) {
@@ -254,14 +279,34 @@ class CommandLine {
         verb->add_flag("--reads", trace_.reads, "Shows what is read from the board, too");
 
         verb = addVerb("events", "Drives a trigger input of a virtual board and shows the events that it raises",
-                       eventsExamples, [this] { return driveEvents(); });
+                       eventsExamples,
+                       [this] { return checkPulses(events_.pulses) ? tool::events(common_, events_) : misused; });
         verb->add_option("NAME[=VALUE]", events_.steps, "Parameter to set before or to read after")->type_name("");
-        verb->add_option("--pin", events_.pin, "Trigger input, 0 to 7")->check(CLI::Range(0, 7))->type_name("N");
-        verb->add_option("--pulses", events_.pulses, "Number of pulses")->check(CLI::Range(0, 1000000))->type_name("N");
-        const CLI::Range time(uint64_t{0}, uint64_t{3600000000}); // an hour
-        verb->add_option("--period", events_.period, "From one pulse to the next")->check(time)->type_name("TIME");
-        verb->add_option("--width", events_.width, "How long the pin is high")->check(time)->type_name("TIME");
-        verb->add_option("--wait", events_.wait, "Time to let pass after the pulses")->check(time)->type_name("TIME");
+        addPulses(*verb, events_.pulses);
+        addTrain(*verb, events_.pulses);
+
+        verb = addVerb("grab", "Grabs pictures from the camera of a virtual board", grabExamples,
+                       [this] { return checkPulses(grab_.pulses) ? tool::grab(common_, grab_) : misused; });
+        verb->add_option("--load", grab_.load, "Configuration file to load first")->type_name("FILE.kcf");
+        verb->add_option("--set,NAME=VALUE", grab_.settings, "Parameter and value to set")->type_name("NAME=VALUE");
+        addCamera(*verb, grab_.camera);
+        verb->add_option("--frames", grab_.frames, "Number of pictures (1)")
+            ->check(CLI::Range(1, 1000000))
+            ->type_name("N");
+        verb->add_option("--timeout", grab_.timeout, "Virtual seconds that a picture may take (10)")
+            ->check(CLI::Range(0.001, 3600.0))
+            ->type_name("SECONDS");
+        grab_.pulses.period = 100000;
+        addPulses(*verb, grab_.pulses);
+        addFile(*verb, "-o,--output", grab_.output, "TIFF or PNG file to write");
+
+        verb = addVerb("timing", "Draws the signals of the trigger unit as a timing diagram", timingExamples,
+                       [this] { return checkPulses(timing_.pulses) ? tool::timing(common_, timing_) : misused; });
+        addSettings(*verb, timing_.settings);
+        addCamera(*verb, timing_.camera);
+        addPulses(*verb, timing_.pulses);
+        addTrain(*verb, timing_.pulses);
+        verb->add_option("-o,--output", timing_.output, "SVG file to write")->required()->type_name("FILE");
     }
 
     int run(int argc, char** argv) {
@@ -292,12 +337,34 @@ class CommandLine {
         return tool::trace(common_, trace_);
     }
 
-    int driveEvents() {
-        if (events_.width > events_.period) {
+    static bool checkPulses(const tool::PulseOptions& pulses) {
+        if (pulses.width > pulses.period) {
             tool::printError("a pulse cannot be wider than its period: --width must not exceed --period");
-            return misused;
+            return false;
         }
-        return tool::events(common_, events_);
+        return true;
+    }
+
+    /** What a pulse is like. */
+    static void addPulses(CLI::App& verb, tool::PulseOptions& pulses) {
+        verb.add_option("--pin", pulses.pin, "Trigger input, 0 to 7 (0)")->check(CLI::Range(0, 7))->type_name("N");
+        addTime(verb, "--period", pulses.period, "From one pulse to the next");
+        addTime(verb, "--width", pulses.width, "How long the pin is high");
+    }
+    /** How many pulses, and then. */
+    static void addTrain(CLI::App& verb, tool::PulseOptions& pulses) {
+        verb.add_option("--pulses", pulses.pulses, "Number of pulses")->check(CLI::Range(0, 1000000))->type_name("N");
+        addTime(verb, "--wait", pulses.wait, "Time to let pass after the pulses");
+    }
+    static void addTime(CLI::App& verb, const char* name, uint64_t& time, const std::string& description) {
+        verb.add_option(name, time, description + " (" + std::to_string(time) + ")")
+            ->check(CLI::Range(uint64_t{0}, uint64_t{3600000000})) // an hour
+            ->type_name("TIME");
+    }
+    static void addCamera(CLI::App& verb, tool::CameraChoice& camera) {
+        verb.add_option("--scene", camera.scene, "What the camera looks at: a chart or a file")->type_name("SCENE");
+        verb.add_option("--camera", camera.options, "The camera: KEY=VALUE,KEY=VALUE; \"help\" tells the keys")
+            ->type_name("OPTIONS");
     }
 
     int applyShading() {
@@ -349,6 +416,8 @@ class CommandLine {
     tool::ShadingOptions shading_;
     tool::TraceOptions trace_;
     tool::EventsOptions events_;
+    tool::GrabOptions grab_;
+    tool::TimingOptions timing_;
     std::function<int()> verb_;
 };
 

@@ -6,6 +6,15 @@
 #include <iostream>
 
 namespace qelm::tool {
+namespace {
+
+constexpr std::size_t barWidth = 40;
+
+void clearLine(std::size_t width) {
+    std::cerr << '\r' << std::string(width, ' ') << '\r' << std::flush;
+}
+
+} // namespace
 
 Progress::Progress(std::string text) : text_(std::move(text)) {
     if (errorsGoToTerminal()) {
@@ -32,8 +41,28 @@ void Progress::show() {
         std::cerr << '\r' << text_ << " ... " << ++seconds << " s" << std::flush;
     }
     if (seconds > 0) {
-        std::cerr << '\r' << std::string(text_.size() + 16, ' ') << '\r' << std::flush;
+        clearLine(text_.size() + 16);
     }
+}
+
+ProgressBar::ProgressBar(std::string text, std::uint64_t steps) : text_(std::move(text)), steps_(steps) {}
+
+ProgressBar::~ProgressBar() {
+    if (shown_) {
+        clearLine(text_.size() + barWidth + 32);
+    }
+}
+
+void ProgressBar::advance() {
+    ++done_;
+    if (Clock::now() < next_ || !errorsGoToTerminal()) {
+        return;
+    }
+    next_ = Clock::now() + std::chrono::milliseconds(100);
+    shown_ = true;
+    const auto filled = static_cast<std::size_t>(done_ * barWidth / steps_);
+    std::cerr << '\r' << text_ << " [" << std::string(filled, '#') << std::string(barWidth - filled, '.') << "] "
+              << done_ << " of " << steps_ << std::flush;
 }
 
 } // namespace qelm::tool

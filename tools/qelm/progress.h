@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -26,6 +28,26 @@ class Progress {
     std::condition_variable finishing_;
     bool finished_ = false;
     std::thread thread_; // last: it uses the others
+};
+
+/** A bar for work that consists of steps: on a terminal, once a second of it has passed. */
+class ProgressBar {
+  public:
+    ProgressBar(std::string text, std::uint64_t steps);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void advance();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string text_;
+    std::uint64_t steps_;
+    std::uint64_t done_ = 0;
+    Clock::time_point next_ = Clock::now() + std::chrono::seconds(1);
+    bool shown_ = false;
 };
 
 } // namespace qelm::tool

@@ -26,34 +26,18 @@ void addFinalValues(const Session& session, const std::vector<Step>& steps, Tabl
 int set(const CommonOptions& options, const std::vector<std::string>& assignments) {
     const host::Applet applet = loadApplet(options);
     Session session(applet);
-    std::vector<Step> steps; // all of them are read before the first is done
-    for (const std::string& assignment : assignments) {
-        host::Assignment read = host::parseAssignment(session.parameters(), assignment);
-        steps.push_back({read.reference, std::move(read.value)});
-    }
-    int status = 0;
-    Json changes = Json::array();
-    for (size_t position = 0; position < steps.size() && status == 0; ++position) {
-        const Outcome outcome = run(session, steps[position], Tracing::off);
-        changes.push_back(json(steps[position], outcome));
-        if (!options.json) {
-            std::cout << text(steps[position], outcome) << '\n';
-        }
-        if (outcome.error) {
-            printFailure(outcome, steps.size() - position - 1);
-            status = 1;
-        }
-    }
+    const std::vector<Step> steps = parseAssignments(session, assignments);
+    const StepsOutcome changes = runAll(options, session, steps);
     Table table;
     Json values = Json::array();
     addFinalValues(session, steps, table, values);
     if (options.json) {
-        print(Json{{"changes", changes}, {"values", values}});
+        print(Json{{"changes", changes.json}, {"values", values}});
     } else if (steps.size() > 1) {
         std::cout << '\n';
         table.print();
     }
-    return status;
+    return changes.succeeded ? 0 : 1;
 }
 
 } // namespace qelm::tool

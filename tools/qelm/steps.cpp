@@ -1,5 +1,7 @@
 #include "steps.h"
 
+#include <iostream>
+
 namespace qelm::tool {
 
 Step parseStep(const Session& session, const std::string& text) {
@@ -34,6 +36,31 @@ Outcome run(Session& session, const Step& step, Tracing tracing) {
         outcome.after = session.read(step.reference);
     }
     return outcome;
+}
+
+std::vector<Step> parseAssignments(const Session& session, const std::vector<std::string>& texts) {
+    std::vector<Step> steps;
+    for (const std::string& text : texts) {
+        host::Assignment assignment = host::parseAssignment(session.parameters(), text);
+        steps.push_back({assignment.reference, std::move(assignment.value)});
+    }
+    return steps;
+}
+
+StepsOutcome runAll(const CommonOptions& options, Session& session, const std::vector<Step>& steps) {
+    StepsOutcome all;
+    for (size_t position = 0; position < steps.size() && all.succeeded; ++position) {
+        const Outcome outcome = run(session, steps[position], Tracing::off);
+        all.json.push_back(json(steps[position], outcome));
+        if (!options.json) {
+            std::cout << text(steps[position], outcome) << '\n';
+        }
+        if (outcome.error) {
+            printFailure(outcome, steps.size() - position - 1);
+            all.succeeded = false;
+        }
+    }
+    return all;
 }
 
 std::string text(const Step& step, const Outcome& outcome) {

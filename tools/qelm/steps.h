@@ -32,6 +32,17 @@ Outcome run(Session& session, const Step& step, Tracing tracing);
 std::string text(const Step& step, const Outcome& outcome);
 Json json(const Step& step, const Outcome& outcome);
 
+/** "NAME=VALUE" each; all are read before the first is done. */
+std::vector<Step> parseAssignments(const Session& session, const std::vector<std::string>& texts);
+
+struct StepsOutcome {
+    Json json = Json::array(); ///< of each step that was done
+    bool succeeded = true;
+};
+
+/** Runs steps until one is refused, which is reported; prints each, unless the results are asked for as JSON. */
+StepsOutcome runAll(const CommonOptions& options, Session& session, const std::vector<Step>& steps);
+
 /** Reports the error of a step and how many stay undone for it. */
 void printFailure(const Outcome& outcome, size_t undone);
 

@@ -28,13 +28,40 @@ struct TraceOptions {
 };
 
 /** Pulses to drive a pin of a virtual board with. Times are virtual microseconds. */
-struct EventsOptions {
-    std::vector<std::string> steps; ///< "NAME=VALUE" sets before the pulses, "NAME" reads after them
+struct PulseOptions {
     uint32_t pin = 0;
     uint32_t pulses = 0;
     uint64_t period = 1000;
     uint64_t width = 100; ///< at most the period
     uint64_t wait = 0;    ///< after the last period
+};
+
+struct EventsOptions {
+    std::vector<std::string> steps; ///< "NAME=VALUE" sets before the pulses, "NAME" reads after them
+    PulseOptions pulses;
+};
+
+/** The camera of a virtual board. */
+struct CameraChoice {
+    std::string options; ///< "key=value,key=value"; "help" tells them
+    std::string scene;   ///< a chart's name or a file; empty: the test chart
+};
+
+struct GrabOptions {
+    std::string load; ///< a configuration file, first
+    std::vector<std::string> settings;
+    CameraChoice camera;
+    uint32_t frames = 1;
+    double timeout = 10; ///< virtual seconds that a picture may take
+    PulseOptions pulses; ///< for external triggers, one for each picture
+    std::filesystem::path output;
+};
+
+struct TimingOptions {
+    std::vector<std::string> settings;
+    CameraChoice camera;
+    PulseOptions pulses;
+    std::filesystem::path output; ///< an SVG
 };
 
 struct LutOptions {
@@ -67,6 +94,8 @@ int check(const CommonOptions& options, const std::string& file);
 int lut(const CommonOptions& options, const LutOptions& lutOptions);
 int shading(const CommonOptions& options, const ShadingOptions& shadingOptions);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
+int grab(const CommonOptions& options, const GrabOptions& grabOptions);
+int timing(const CommonOptions& options, const TimingOptions& timingOptions);
 int events(const CommonOptions& options, const EventsOptions& eventsOptions);
 
 } // namespace qelm::tool

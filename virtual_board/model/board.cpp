@@ -9,8 +9,6 @@ using namespace qelm::virtual_board;
 
 namespace {
 
-constexpr std::uint64_t longestAdvance = 3600000000000; // an hour in ns
-
 constexpr std::int32_t coefficientWidth = 8192;
 constexpr std::int32_t coefficientHeight = 8192;
 // A plane travels as the bytes of its 16-bit values.
@@ -61,14 +59,25 @@ void VirtualBoard::powerOn(std::shared_ptr<const Design> design) {
     coefficients_.clear();
     coefficients_.resize(design->coefficientBufferCount());
     design_ = std::move(design);
-    trigger_.emplace(*design_, words_);
+    acquisition_.reset();
+    trigger_.reset();
+    events_.emplace(*design_);
+    designWords_.emplace(*design_, words_);
+    trigger_.emplace(*designWords_, *events_);
+    simulator_ = {registerNamed("AAGenEnable"),    registerNamed("AAGenStart"),  registerNamed("AAGenWidth"),
+                  registerNamed("AAGenLineWidth"), registerNamed("AAGenHeight"), registerNamed("AAGenActive"),
+                  registerNamed("AAGenPassive"),   registerNamed("AAGenMask"),   registerNamed("AAGenRoll")};
+    acquisition_.emplace(*designWords_, simulator_, *events_, *trigger_, coefficients_);
+    acquisition_->connect(camera_);
 }
 
 void VirtualBoard::close() {
     const std::lock_guard guard(mutex_);
+    acquisition_.reset();
     trigger_.reset();
     design_.reset();
     coefficients_.clear();
+    camera_.reset();
 }
 
 std::int32_t VirtualBoard::load(const std::shared_ptr<const Design>& design) {
@@ -85,18 +94,6 @@ std::shared_ptr<const Design> VirtualBoard::design() {
     return design_;
 }
 
-template <typename Work>
-std::int32_t VirtualBoard::whileOpen(Work&& work) {
-    const std::lock_guard guard(mutex_);
-    return design_ ? work() : static_cast<std::int32_t>(invalidBoard);
-}
-
-template <typename Work>
-std::int32_t VirtualBoard::whileHolding(const Design& design, Work&& work) {
-    const std::lock_guard guard(mutex_);
-    return design_.get() == &design ? work() : static_cast<std::int32_t>(invalidBoard);
-}
-
 std::int32_t VirtualBoard::setWord(const Design& design, const DesignParameter& parameter, std::uint32_t value) {
     return whileHolding(design, [&]() -> std::int32_t {
         if (!parameter.writable()) {
@@ -109,7 +106,7 @@ std::int32_t VirtualBoard::setWord(const Design& design, const DesignParameter& 
             return value == parameter.maximum ? pulse(parameter) : ok;
         }
         words_[parameter.slot] = value;
-        trigger_->written(parameter);
+        written(parameter);
         return ok;
     });
 }
@@ -220,6 +217,10 @@ std::int32_t VirtualBoard::getRuntime(const RuntimeParameter& parameter, std::ui
     });
 }
 
+void VirtualBoard::setStatus(std::int32_t id, std::uint32_t value) {
+    runtimeValues_[placeOf(*runtimeParameter(id))] = value;
+}
+
 std::int32_t VirtualBoard::writeRegister(std::uint32_t address, std::uint64_t value) {
     return whileOpen([&] {
         const DesignRegister* entry = design_->registerAt(address);
@@ -233,6 +234,7 @@ std::int32_t VirtualBoard::writeRegister(std::uint32_t address, std::uint64_t va
             return outOfRange;
         }
         *registerValue(entry) = value;
+        acquisition_->registerWritten();
         return ok;
     });
 }
@@ -294,6 +296,7 @@ std::int32_t VirtualBoard::pokeRegister(const char* name, std::uint64_t value) {
             return unknown;
         }
         *place = value;
+        acquisition_->registerWritten();
         return ok;
     });
 }
@@ -329,83 +332,20 @@ std::int32_t VirtualBoard::coefficients(std::uint32_t buffer, const std::uint16_
     });
 }
 
-std::int32_t VirtualBoard::setInput(std::uint32_t pin, bool level) {
-    return whileOpen([&] {
-        if (pin >= TriggerUnit::pinCount) {
-            return unknown;
-        }
-        trigger_->setPin(pin, level);
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::advance(std::uint64_t nanoseconds) {
-    return whileOpen([&] {
-        if (nanoseconds > longestAdvance) {
-            return outOfRange;
-        }
-        trigger_->advance(nanoseconds);
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::time(std::uint64_t& nanoseconds) {
-    return whileOpen([&] {
-        nanoseconds = trigger_->nanoseconds();
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::cameraControl(std::uint32_t line, TriggerUnit::Line& state) {
-    return whileOpen([&] {
-        if (line >= TriggerUnit::cameraControlCount) {
-            return unknown;
-        }
-        state = trigger_->cameraControl(line);
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::triggerOutput(std::uint32_t line, TriggerUnit::Line& state) {
-    return whileOpen([&] {
-        if (line >= TriggerUnit::outputCount) {
-            return unknown;
-        }
-        state = trigger_->output(line);
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::recordEvents(bool record) {
-    return whileOpen([&] {
-        trigger_->recordEvents(record);
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::eventCount(std::size_t& count) {
-    return whileOpen([&] {
-        count = trigger_->events().size();
-        return ok;
-    });
-}
-
-std::int32_t VirtualBoard::eventAt(std::size_t place, VirtualBoardEvent& event) {
-    return whileOpen([&] {
-        if (place >= trigger_->events().size()) {
-            return unknown;
-        }
-        const RaisedEvent& raised = trigger_->events()[place];
-        const std::uint64_t mask = raised.position < 64 ? std::uint64_t{1} << raised.position : 0;
-        event = {design_->event(raised.position)->name, mask, raised.nanoseconds};
-        return ok;
-    });
-}
-
 std::uint32_t* VirtualBoard::wordNamed(const char* name, std::uint32_t index) {
     const DesignParameter* parameter = design_->parameter(std::string_view(name));
     const bool holds = parameter != nullptr && (parameter->holdsWord() || parameter->kind == Kind::Field);
     return holds && index < parameter->length ? &words_[parameter->slot + index] : nullptr;
+}
+
+const std::uint64_t* VirtualBoard::registerNamed(const char* name) {
+    return registerValue(design_->registerNamed(name));
+}
+
+void VirtualBoard::written(const DesignParameter& parameter) {
+    trigger_->written(parameter);
+    acquisition_->written(parameter);
+    seeSignals();
 }
 
 std::uint64_t* VirtualBoard::registerValue(const DesignRegister* entry) {
@@ -416,7 +356,7 @@ std::int32_t VirtualBoard::pulse(const DesignParameter& command) {
     const std::int32_t result = command.coefficientFile == nullptr ? ok : loadCoefficients(command);
     if (result == ok) {
         ++pulses_[command.slot];
-        trigger_->written(command);
+        written(command);
     }
     return result;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/acquisition/acquisition.h"
+#include "model/acquisition/signal_log.h"
 #include "model/codes.h"
 #include "model/design.h"
 #include "model/image_file.h"
@@ -13,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 /**
@@ -26,6 +29,7 @@ struct VirtualBoard {
   public:
     using Design = qelm::virtual_board::Design;
     using DesignParameter = qelm::virtual_board::DesignParameter;
+    using FrameMemory = qelm::virtual_board::FrameMemory;
 
     explicit VirtualBoard(std::shared_ptr<const Design> design);
 
@@ -71,27 +75,75 @@ struct VirtualBoard {
     std::int32_t recordEvents(bool record);
     std::int32_t eventCount(std::size_t& count);
     std::int32_t eventAt(std::size_t place, VirtualBoardEvent& event);
+    std::int32_t recordSignals(bool record);
+    std::int32_t signalChangeCount(std::size_t& count);
+    std::int32_t signalChangeAt(std::size_t place, VirtualBoardSignalChange& change);
+
+    // Pictures.
+    std::int32_t connectCamera(std::shared_ptr<const qelm::virtual_board::Camera> camera);
+    std::int32_t setTransferRate(std::uint64_t bytesPerSecond);
+    std::int32_t acquire(const Design&, const std::shared_ptr<FrameMemory>& memory, std::int64_t pictures);
+    std::int32_t stopAcquiring(const Design&, const std::shared_ptr<FrameMemory>& memory);
+    /** Ends an acquisition into this memory, if one runs. */
+    void forget(const std::shared_ptr<FrameMemory>& memory);
+    /** @return the number of the last picture, or a code */
+    std::int64_t lastPicture(const Design&, const std::shared_ptr<FrameMemory>& memory);
+    std::int64_t waitForPicture(const Design&, const std::shared_ptr<FrameMemory>& memory, std::int64_t picture,
+                                std::int32_t seconds);
+    std::int64_t acquisitionStatus(const Design&, std::int32_t parameter);
+    std::int32_t picture(const FrameMemory& memory, std::int64_t number, const void*& bytes, std::size_t& size);
 
   private:
+    /** What work() answers: a code, or a count of 64 bits. */
     template <typename Work>
-    std::int32_t whileOpen(Work&& work);
+    using Answer = std::common_type_t<std::int32_t, std::invoke_result_t<Work>>;
     template <typename Work>
-    std::int32_t whileHolding(const Design& design, Work&& work);
+    Answer<Work> whileOpen(Work&& work);
+    template <typename Work>
+    Answer<Work> whileHolding(const Design& design, Work&& work);
     /** The word that `name` and `index` stand for, or null. */
     std::uint32_t* wordNamed(const char* name, std::uint32_t index);
     std::uint64_t* registerValue(const qelm::virtual_board::DesignRegister* entry);
     void powerOn(std::shared_ptr<const Design> design);
     std::int32_t pulse(const DesignParameter& command);
     std::int32_t loadCoefficients(const DesignParameter& command);
+    /** A word was written: the parts of the design that act on their own follow. */
+    void written(const DesignParameter& parameter);
+    const std::uint64_t* registerNamed(const char* name);
+    /** Lets virtual time pass; ends early when `isDone` says so. */
+    template <typename IsDone>
+    void passTime(std::uint64_t nanoseconds, IsDone&& isDone);
+    void seeSignals();
+    /** Of a parameter that the runtime serves and only reads. */
+    void setStatus(std::int32_t id, std::uint32_t value);
 
     std::mutex mutex_;
     std::shared_ptr<const Design> design_; // null once closed
     std::vector<std::uint32_t> words_;
-    std::optional<qelm::virtual_board::TriggerUnit> trigger_; // there while a design is
+    // There while a design is.
+    std::optional<qelm::virtual_board::EventLog> events_;
+    std::optional<qelm::virtual_board::DesignWords> designWords_;
+    std::optional<qelm::virtual_board::TriggerUnit> trigger_;
+    std::optional<qelm::virtual_board::Acquisition> acquisition_;
+    std::shared_ptr<const qelm::virtual_board::Camera> camera_; // stays when a design is loaded
+    qelm::virtual_board::SignalLog signals_;
+    qelm::virtual_board::SimulatorControl simulator_;
     std::vector<double> numbers_;
     std::vector<std::string> texts_;
     std::vector<std::uint64_t> pulses_; // by the slot of the command's word
     std::vector<std::uint64_t> registers_;
     std::array<std::uint32_t, qelm::virtual_board::runtimeParameterCount> runtimeValues_{};
-    std::vector<qelm::virtual_board::Pixels> coefficients_;
+    qelm::virtual_board::CoefficientPlanes coefficients_;
 };
+
+template <typename Work>
+VirtualBoard::Answer<Work> VirtualBoard::whileOpen(Work&& work) {
+    const std::lock_guard guard(mutex_);
+    return design_ ? work() : static_cast<std::int32_t>(qelm::virtual_board::invalidBoard);
+}
+
+template <typename Work>
+VirtualBoard::Answer<Work> VirtualBoard::whileHolding(const Design& design, Work&& work) {
+    const std::lock_guard guard(mutex_);
+    return design_.get() == &design ? work() : static_cast<std::int32_t>(qelm::virtual_board::invalidBoard);
+}

@@ -1,8 +1,14 @@
+#include "model/camera/camera_error.h"
 #include "model/observer.h"
 #include "model/process.h"
 #include "virtual_board.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <new>
+#include <string>
+#include <string_view>
+#include <utility>
 
 using namespace qelm::virtual_board;
 
@@ -138,6 +144,104 @@ int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEv
                             : withBoard(board, [&](VirtualBoard& found) { return found.eventAt(position, *event); });
 }
 
+int32_t virtualBoardRecordSignals(VirtualBoard* board, int32_t record) {
+    return withBoard(board, [&](VirtualBoard& found) { return found.recordSignals(record != 0); });
+}
+
+int32_t virtualBoardSignalChangeCount(VirtualBoard* board, size_t* count) {
+    return count == nullptr ? unknown
+                            : withBoard(board, [&](VirtualBoard& found) { return found.signalChangeCount(*count); });
+}
+
+int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position, VirtualBoardSignalChange* change) {
+    return change == nullptr
+               ? unknown
+               : withBoard(board, [&](VirtualBoard& found) { return found.signalChangeAt(position, *change); });
+}
+
+int32_t virtualBoardConnectCamera(VirtualBoard* board, const char* options, const char* scene, char* problem,
+                                  size_t size) {
+    const auto tell = [&](const std::string& sentence) {
+        if (problem != nullptr && size != 0) {
+            const size_t length = std::min(sentence.size(), size - 1);
+            std::copy_n(sentence.data(), length, problem);
+            problem[length] = '\0';
+        }
+    };
+    tell("");
+    return withBoard(board, [&](VirtualBoard& found) -> std::int32_t {
+        try {
+            CameraOptions chosen = CameraOptions::parse(options == nullptr ? "" : options);
+            if (scene != nullptr && *scene != '\0') {
+                chosen.scene = scene;
+            }
+            return found.connectCamera(std::make_shared<const Camera>(chosen));
+        } catch (const CameraError& error) {
+            tell(error.what());
+            return outOfRange;
+        } catch (const std::bad_alloc&) {
+            tell("there is not enough memory for the scene");
+            return systemError;
+        }
+    });
+}
+
+int32_t virtualBoardDisconnectCamera(VirtualBoard* board) {
+    return withBoard(board, [](VirtualBoard& found) { return found.connectCamera(nullptr); });
+}
+
+const char* virtualBoardCameraHelp(void) {
+    static const std::string help = CameraOptions::help();
+    return help.c_str();
+}
+
+void* virtualBoardAllocateFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures) {
+    Process& process = Process::instance();
+    const std::shared_ptr<VirtualBoard> found = process.boards.find(board);
+    if (!found || bytesPerPicture == 0 || pictures == 0 || bytesPerPicture > PTRDIFF_MAX / pictures) {
+        return nullptr;
+    }
+    try {
+        auto allocation = std::make_shared<FrameAllocation>();
+        allocation->board = found;
+        allocation->memory = std::make_shared<FrameMemory>(bytesPerPicture, pictures);
+        return process.frames.give(std::move(allocation));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+int32_t virtualBoardFreeFrames(void* memory) {
+    const std::shared_ptr<FrameAllocation> taken = Process::instance().frames.takeBack(memory);
+    if (!taken) {
+        return unknown;
+    }
+    taken->board->forget(taken->memory);
+    return ok;
+}
+
+int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size) {
+    const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
+    return !found || bytes == nullptr || size == nullptr ? static_cast<std::int32_t>(unknown)
+                                                         : found->board->picture(*found->memory, number, *bytes, *size);
+}
+
+int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t width, int32_t height, int32_t bits) {
+    const ImageFormat format{width, height, bits, 1};
+    if (file == nullptr || pixels == nullptr) {
+        return unknown;
+    }
+    if (!format.isGray() || !format.isReasonable()) {
+        return outOfRange;
+    }
+    const bool isPng = std::string_view(file).ends_with(".png");
+    return (isPng ? writePngFile : writeImageFile)(file, pixels, format) ? ok : systemError;
+}
+
+int32_t virtualBoardSetTransferRate(VirtualBoard* board, uint64_t bytesPerSecond) {
+    return withBoard(board, [&](VirtualBoard& found) { return found.setTransferRate(bytesPerSecond); });
+}
+
 void virtualBoardTraceStart(void) {
     Observer::instance().startTrace();
 }
@@ -165,5 +269,6 @@ void virtualBoardClearFaults(void) {
 
 VirtualBoardResources virtualBoardResources(void) {
     Process& process = Process::instance();
-    return {process.boards.count(), process.handles.count(), process.images.count(), process.pixels.count()};
+    return {process.boards.count(), process.handles.count(), process.images.count(), process.pixels.count(),
+            process.frames.count()};
 }

@@ -1,5 +1,8 @@
 #include "model/image_file.h"
 
+#include <filesystem>
+#include <system_error>
+
 namespace qelm::virtual_board {
 
 bool ImageFormat::isReasonable(std::uint64_t fileBytes) const {
@@ -14,6 +17,13 @@ bool ImageFormat::isReasonable(std::uint64_t fileBytes) const {
     const std::uint64_t row = (rowBits + 7) / 8;
     return row <= mostBytes && row * std::uint64_t(height) <= mostBytes &&
            row * std::uint64_t(height) / bestCompression <= fileBytes;
+}
+
+void removeHalfFile(const char* path) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(path, error)) {
+        std::filesystem::remove(path, error);
+    }
 }
 
 } // namespace qelm::virtual_board

@@ -17,6 +17,8 @@ struct ImageFormat {
     std::int32_t width = 0, height = 0, bitsPerSample = 0, samplesPerPixel = 0;
 
     bool operator==(const ImageFormat&) const = default;
+    /** Whether it is grey of 8 or 16 bits. */
+    bool isGray() const { return (bitsPerSample == 8 || bitsPerSample == 16) && samplesPerPixel == 1; }
     /** Samples lie without gaps; a row begins at a byte. */
     std::size_t rowBytes() const {
         return (static_cast<std::size_t>(width) * static_cast<std::size_t>(samplesPerPixel) *
@@ -55,5 +57,11 @@ std::optional<Image> readPngFile(const char* path);
  * @return whether all of it was written; if not, no half file is left
  */
 bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format);
+
+/** The same as a PNG file. */
+bool writePngFile(const char* path, const void* pixels, const ImageFormat& format);
+
+/** Removes what a failed write has left, unless it is no file at all but a device. */
+void removeHalfFile(const char* path);
 
 } // namespace qelm::virtual_board

@@ -66,7 +66,57 @@ class PngReader {
     png_infop info_ = nullptr;
 };
 
+/** libpng's writing state; see the reader. */
+class PngWriter {
+  public:
+    explicit PngWriter(std::FILE* file)
+        : png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, leave, stayQuiet)) {
+        if (png_ != nullptr) {
+            info_ = png_create_info_struct(png_);
+            png_init_io(png_, file);
+        }
+    }
+    ~PngWriter() { png_destroy_write_struct(&png_, &info_); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+
+    bool write(const unsigned char* pixels, const ImageFormat& format) {
+        if (info_ == nullptr || setjmp(png_jmpbuf(png_)) != 0) {
+            return false;
+        }
+        png_set_IHDR(png_, info_, static_cast<png_uint_32>(format.width), static_cast<png_uint_32>(format.height),
+                     format.bitsPerSample, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                     PNG_FILTER_TYPE_DEFAULT);
+        png_write_info(png_, info_);
+        if constexpr (std::endian::native == std::endian::little) {
+            png_set_swap(png_);
+        }
+        for (std::int32_t y = 0; y < format.height; ++y) {
+            png_write_row(png_, pixels + format.rowBytes() * static_cast<std::size_t>(y));
+        }
+        png_write_end(png_, nullptr);
+        return true;
+    }
+
+  private:
+    png_structp png_;
+    png_infop info_ = nullptr;
+};
+
 } // namespace
+
+bool writePngFile(const char* path, const void* pixels, const ImageFormat& format) {
+    std::FILE* file = format.isGray() ? std::fopen(path, "wb") : nullptr;
+    if (file == nullptr) {
+        return false;
+    }
+    bool written = PngWriter(file).write(static_cast<const unsigned char*>(pixels), format);
+    written = std::fclose(file) == 0 && written;
+    if (!written) {
+        removeHalfFile(path);
+    }
+    return written;
+}
 
 std::optional<Image> readPngFile(const char* path) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "rb"), std::fclose);

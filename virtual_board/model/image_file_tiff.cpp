@@ -178,7 +178,7 @@ std::optional<Image> readImageFile(const char* path) {
 }
 
 bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
-    if ((format.bitsPerSample != 8 && format.bitsPerSample != 16) || format.samplesPerPixel != 1) {
+    if (!format.isGray()) {
         return false;
     }
     Tiff file = open(path, "w");
@@ -209,9 +209,8 @@ bool writeImageFile(const char* path, const void* pixels, const ImageFormat& for
     }
     written = written && TIFFFlush(tiff) == 1;
     file.reset();
-    std::error_code error;
-    if (!written && std::filesystem::is_regular_file(path, error)) {
-        std::filesystem::remove(path, error);
+    if (!written) {
+        removeHalfFile(path);
     }
     return written;
 }

@@ -141,13 +141,14 @@ bool isBigEndian(IWICStream& stream) {
 }
 
 /** Writes the picture; the encoder has it in the file once this is true. */
-bool encode(IWICImagingFactory& factory, IWICStream& stream, const void* pixels, const ImageFormat& format) {
+bool encode(IWICImagingFactory& factory, IWICStream& stream, const GUID& container, const void* pixels,
+            const ImageFormat& format) {
     const GUID& wanted = format.bitsPerSample == 8 ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat16bppGray;
     GUID given = wanted;
     Com<IWICBitmapEncoder> encoder;
     Com<IWICBitmapFrameEncode> frame;
     Com<IPropertyBag2> options;
-    if (FAILED(factory.CreateEncoder(GUID_ContainerFormatTiff, nullptr, &encoder)) ||
+    if (FAILED(factory.CreateEncoder(container, nullptr, &encoder)) ||
         FAILED(encoder->Initialize(&stream, WICBitmapEncoderNoCache)) ||
         FAILED(encoder->CreateNewFrame(&frame, &options))) {
         return false;
@@ -159,7 +160,8 @@ bool encode(IWICImagingFactory& factory, IWICStream& stream, const void* pixels,
     VariantInit(&none);
     none.vt = VT_UI1;
     none.bVal = WICTiffCompressionNone;
-    if (FAILED(options->Write(1, &compression, &none)) || FAILED(frame->Initialize(options.get())) ||
+    if ((container == GUID_ContainerFormatTiff && FAILED(options->Write(1, &compression, &none))) ||
+        FAILED(frame->Initialize(options.get())) ||
         FAILED(frame->SetSize(static_cast<UINT>(format.width), static_cast<UINT>(format.height))) ||
         FAILED(frame->SetPixelFormat(&given)) || given != wanted) {
         return false;
@@ -254,18 +256,8 @@ std::optional<Image> readContainer(const char* path, const GUID& container) {
     return image;
 }
 
-} // namespace
-
-std::optional<Image> readImageFile(const char* path) {
-    return readContainer(path, GUID_ContainerFormatTiff);
-}
-
-std::optional<Image> readPngFile(const char* path) {
-    return readContainer(path, GUID_ContainerFormatPng);
-}
-
-bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
-    if ((format.bitsPerSample != 8 && format.bitsPerSample != 16) || format.samplesPerPixel != 1) {
+bool writeContainer(const char* path, const GUID& container, const void* pixels, const ImageFormat& format) {
+    if (!format.isGray()) {
         return false;
     }
     const Apartment apartment;
@@ -277,13 +269,33 @@ bool writeImageFile(const char* path, const void* pixels, const ImageFormat& for
         if (!createFactory(factory) || !openStream(*factory.get(), file, GENERIC_WRITE, stream)) {
             return false;
         }
-        written = encode(*factory.get(), *stream.get(), pixels, format);
+        written = encode(*factory.get(), *stream.get(), container, pixels, format);
     }
-    written = written || (format.bitsPerSample == 16 && writePlain(path, pixels, format));
+    if (!written && container == GUID_ContainerFormatTiff && format.bitsPerSample == 16) {
+        written = writePlain(path, pixels, format);
+    }
     if (!written) {
         DeleteFileW(file.c_str());
     }
     return written;
+}
+
+} // namespace
+
+std::optional<Image> readImageFile(const char* path) {
+    return readContainer(path, GUID_ContainerFormatTiff);
+}
+
+std::optional<Image> readPngFile(const char* path) {
+    return readContainer(path, GUID_ContainerFormatPng);
+}
+
+bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
+    return writeContainer(path, GUID_ContainerFormatTiff, pixels, format);
+}
+
+bool writePngFile(const char* path, const void* pixels, const ImageFormat& format) {
+    return writeContainer(path, GUID_ContainerFormatPng, pixels, format);
 }
 
 } // namespace qelm::virtual_board

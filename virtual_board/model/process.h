@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/acquisition/frame_memory.h"
 #include "model/board.h"
 #include "model/design.h"
 #include "virtual_board.h"
@@ -24,6 +25,12 @@ struct RuntimeHandle {
     std::shared_ptr<const Design> design;
     std::int32_t designNumber = 0;
     std::atomic<std::int32_t> lastError{ok};
+};
+
+/** Memory for pictures of one board. */
+struct FrameAllocation {
+    std::shared_ptr<VirtualBoard> board;
+    std::shared_ptr<FrameMemory> memory;
 };
 
 /** Things given out by address: owns them, knows which are still out, and counts them. */
@@ -69,6 +76,7 @@ struct Process {
     GivenOut<DesignImage> images;
     GivenOut<RuntimeHandle> handles;
     GivenOut<void, Pixels> pixels;
+    GivenOut<FrameAllocation> frames;
     std::atomic<std::int32_t> startUpError{ok}; /**< of the latest init function */
 
     static Process& instance();

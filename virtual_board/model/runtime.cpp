@@ -269,6 +269,32 @@ void* init(const char* function, const char* hapFileName, void* board, void* des
     return outcome.result;
 }
 
+/** A call that concerns the one DMA channel there is. Non-negative results are counts. */
+template <typename Result, typename Work>
+Result onDma(const char* function, void* opaque, std::uint32_t dmaIndex, std::int64_t argument, Work&& work) {
+    auto* handle = static_cast<RuntimeHandle*>(opaque);
+    return callRuntime(
+        handle,
+        [&] {
+            return Call{boardOf(handle), function, std::to_string(argument), false};
+        },
+        [](const auto&) { return CallValue{}; },
+        [&]() -> Outcome<Result> {
+            const Result result = dmaIndex == 0 ? work(*handle) : static_cast<Result>(unknown);
+            return {result, result < 0 ? static_cast<std::int32_t>(result) : static_cast<std::int32_t>(ok)};
+        });
+}
+
+/** A call that takes memory for pictures of the handle's own board. */
+template <typename Result, typename Work>
+Result onMemory(const char* function, void* opaque, std::uint32_t dmaIndex, void* memory, std::int64_t argument,
+                Work&& work) {
+    return onDma<Result>(function, opaque, dmaIndex, argument, [&](const RuntimeHandle& handle) -> Result {
+        const std::shared_ptr<FrameAllocation> frames = Process::instance().frames.find(memory);
+        return frames && frames->board == handle.board ? work(handle, frames->memory) : static_cast<Result>(unknown);
+    });
+}
+
 /** A function that this runtime has, but cannot serve. */
 template <typename Result>
 Result refuse(const char* function, void* opaque) {
@@ -396,52 +422,50 @@ int32_t virtualBoard_Fg_getParameterWithType(void* handle, int32_t id, void* val
 }
 
 int64_t virtualBoard_Fg_getStatusEx(void* opaque, int32_t parameter, uint64_t, uint32_t dmaIndex, void*) {
-    auto* handle = static_cast<RuntimeHandle*>(opaque);
-    return callRuntime(
-        handle,
-        [&] {
-            return Call{boardOf(handle), "Fg_getStatusEx", std::to_string(parameter), false};
-        },
-        [](const auto&) { return CallValue{}; },
-        [&]() -> Outcome<std::int64_t> {
-            if (dmaIndex != 0) {
-                return failed<std::int64_t>(unknown);
-            }
-            switch (parameter) {
-            case VIRTUAL_BOARD_STATUS_ACQUIRING:
-            case VIRTUAL_BOARD_STATUS_PICTURES_ACQUIRED:
-            case VIRTUAL_BOARD_STATUS_PICTURES_LOST:
-                return {0, ok}; // nothing has been acquired yet
-            default:
-                return failed<std::int64_t>(unknown);
-            }
-        });
+    return onDma<std::int64_t>("Fg_getStatusEx", opaque, dmaIndex, parameter, [&](const RuntimeHandle& handle) {
+        return handle.board->acquisitionStatus(*handle.design, parameter);
+    });
 }
 
-// This board does not acquire; configurations and line-by-line shading are the applet's own affair.
+int32_t virtualBoard_Fg_AcquireEx(void* opaque, uint32_t dmaIndex, int64_t pictureCount, int32_t flag, void* memory) {
+    return onMemory<std::int32_t>("Fg_AcquireEx", opaque, dmaIndex, memory, pictureCount,
+                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
+                                      return flag == VIRTUAL_BOARD_ACQUIRE_STANDARD
+                                                 ? handle.board->acquire(*handle.design, frames, pictureCount)
+                                                 : static_cast<std::int32_t>(unknown);
+                                  });
+}
+
+int32_t virtualBoard_Fg_stopAcquireEx(void* opaque, uint32_t dmaIndex, void* memory, int32_t) {
+    return onMemory<std::int32_t>("Fg_stopAcquireEx", opaque, dmaIndex, memory, 0,
+                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
+                                      return handle.board->stopAcquiring(*handle.design, frames);
+                                  });
+}
+
+int64_t virtualBoard_Fg_getLastPicNumberEx(void* opaque, uint32_t dmaIndex, void* memory) {
+    return onMemory<std::int64_t>("Fg_getLastPicNumberEx", opaque, dmaIndex, memory, 0,
+                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
+                                      return handle.board->lastPicture(*handle.design, frames);
+                                  });
+}
+
+int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, int64_t picture, uint32_t dmaIndex, int32_t timeout,
+                                                   void* memory) {
+    return onMemory<std::int64_t>("Fg_getLastPicNumberBlockingEx", opaque, dmaIndex, memory, picture,
+                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
+                                      return handle.board->waitForPicture(*handle.design, frames, picture, timeout);
+                                  });
+}
+
+// Acquisition takes memory here; configurations and line-by-line shading are the applet's own affair.
 
 int32_t virtualBoard_Fg_Acquire(void* handle, uint32_t, int64_t) {
     return refuse<int32_t>("Fg_Acquire", handle);
 }
 
-int32_t virtualBoard_Fg_AcquireEx(void* handle, uint32_t, int64_t, int32_t, void*) {
-    return refuse<int32_t>("Fg_AcquireEx", handle);
-}
-
 int32_t virtualBoard_Fg_stopAcquire(void* handle, uint32_t) {
     return refuse<int32_t>("Fg_stopAcquire", handle);
-}
-
-int32_t virtualBoard_Fg_stopAcquireEx(void* handle, uint32_t, void*, int32_t) {
-    return refuse<int32_t>("Fg_stopAcquireEx", handle);
-}
-
-int64_t virtualBoard_Fg_getLastPicNumberEx(void* handle, uint32_t, void*) {
-    return refuse<int64_t>("Fg_getLastPicNumberEx", handle);
-}
-
-int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* handle, int64_t, uint32_t, int32_t, void*) {
-    return refuse<int64_t>("Fg_getLastPicNumberBlockingEx", handle);
 }
 
 int32_t virtualBoard_Fg_saveConfig(void* handle, const char*) {

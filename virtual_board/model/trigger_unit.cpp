@@ -5,17 +5,17 @@
 namespace qelm::virtual_board {
 namespace {
 
-constexpr std::uint64_t tickNanoseconds = 16;
 constexpr std::uint64_t debounceTicks = 3;  // a unit of the debounce is 48 ns
 constexpr std::uint64_t generatorTicks = 9; // what the generator takes besides its minimum period
 constexpr std::uint32_t counterMask = 65535;
 
-constexpr std::uint32_t exceededBit = 1, fullBit = 2;
+constexpr std::uint32_t exceededBit = 1, fullBit = 2, missingBit = 4;
 constexpr std::uint32_t inputBypass = 4; // of the crossbar's selects; the pulse form generators come before it
 
 const std::string triggerPrefix = "Device1_Process1_Trigger_";
 const std::string unitPrefix = triggerPrefix + "TriggerCam0_";
 const std::string monitoringEvents = triggerPrefix + "Monitoring_MonitoringEvents_Cam0";
+const std::string frameEvents = triggerPrefix + "Monitoring_FVALEvents_Cam0_";
 const std::string pinEvents = triggerPrefix + "TriggerInput_InputEvents_InputEvents_";
 
 } // namespace
@@ -33,11 +33,11 @@ void TriggerUnit::Status::set(std::uint32_t newValue) {
     }
 }
 
-TriggerUnit::TriggerUnit(const Design& design, std::vector<std::uint32_t>& words)
-    : design_(design)
-    , words_(words)
-    , commands_(words.size(), nullptr)
-    , isSetting_(words.size(), false)
+TriggerUnit::TriggerUnit(DesignWords& words, EventLog& log)
+    : words_(words)
+    , log_(log)
+    , commands_(words.count(), nullptr)
+    , isSetting_(words.count(), false)
     , debounceUnits_(wordNamed(triggerPrefix + "TriggerInput_Debounce8_Prescale_Period"))
     , source_(unitWord("InputSelect_Select_Select"))
     , polarity_(unitWord("InputSelect_Polarity_Invert"))
@@ -70,13 +70,16 @@ TriggerUnit::TriggerUnit(const Design& design, std::vector<std::uint32_t>& words
     , queueLevel_{unitWord("Generators_QueueValue_Status")}
     , outputPulses_{unitWord("OutputStatistics_ReadPulses_Status")}
     , queueStatus_{wordNamed(triggerPrefix + "Monitoring_ReadQueueStatus_Status")}
-    , exceededEvent_(eventNamed(monitoringEvents + "Override"))
-    , highEvent_(eventNamed(monitoringEvents + "HysteresisOn"))
-    , lowEvent_(eventNamed(monitoringEvents + "HysteresisOff"))
-    , outputEvent_(eventNamed(monitoringEvents + "OutputEvent")) {
+    , exceededEvent_(log.named(monitoringEvents + "Override"))
+    , missingEvent_(log.named(monitoringEvents + "MissingFrame"))
+    , highEvent_(log.named(monitoringEvents + "HysteresisOn"))
+    , lowEvent_(log.named(monitoringEvents + "HysteresisOff"))
+    , outputEvent_(log.named(monitoringEvents + "OutputEvent"))
+    , startEvent_(log.named(frameEvents + "FrameStart"))
+    , endEvent_(log.named(frameEvents + "FrameEnd")) {
     for (std::size_t i = 0; i < pins_.size(); ++i) {
-        pins_[i].rising = eventNamed(pinEvents + "Pin" + std::to_string(i));
-        pins_[i].falling = eventNamed(pinEvents + "NotPin" + std::to_string(i));
+        pins_[i].rising = log.named(pinEvents + "Pin" + std::to_string(i));
+        pins_[i].falling = log.named(pinEvents + "NotPin" + std::to_string(i));
     }
     onCommand("TriggerCam0_TriggerMode_SoftwareTrigger_Mode", &TriggerUnit::trigger);
     onCommand("TriggerCam0_InputStatistics_ClearPulses_Mode", &TriggerUnit::clearInputPulses);
@@ -93,16 +96,16 @@ TriggerUnit::TriggerUnit(const Design& design, std::vector<std::uint32_t>& words
     onCommand("TriggerCam0_PulseFormGenerators_PulseFormGenerator3_ClearDownscale_Mode",
               &TriggerUnit::clearGenerator<3>);
     onCommand("Monitoring_ClearOverrideCam0_Mode", &TriggerUnit::clearExceeded);
+    onCommand("Monitoring_CheckForMissingFrame_Cam0_ResetMissing_Mode", &TriggerUnit::clearMissing);
+    onCommand("Monitoring_ClearMissingFrame_Cam0_Mode", &TriggerUnit::clearMissing);
     runDue();
 }
 
 std::uint32_t* TriggerUnit::wordNamed(const std::string& name) {
-    const DesignParameter* parameter = design_.parameter(std::string_view(name));
-    if (parameter == nullptr || !parameter->holdsWord()) {
-        return &absent_.emplace_back(0);
+    if (const DesignParameter* parameter = words_.parameter(name)) {
+        isSetting_[parameter->slot] = parameter->writable();
     }
-    isSetting_[parameter->slot] = parameter->writable();
-    return &words_[parameter->slot];
+    return words_.at(name);
 }
 
 std::uint32_t* TriggerUnit::unitWord(const std::string& name) {
@@ -122,19 +125,10 @@ TriggerUnit::CrossbarLine TriggerUnit::makeLine(const char* group, std::size_t i
 }
 
 void TriggerUnit::onCommand(const char* name, Command command) {
-    const DesignParameter* parameter = design_.parameter(std::string_view(triggerPrefix + name));
+    const DesignParameter* parameter = words_.parameter(triggerPrefix + name);
     if (parameter != nullptr && parameter->kind == Kind::Command) {
         commands_[parameter->slot] = command;
     }
-}
-
-std::size_t TriggerUnit::eventNamed(const std::string& name) const {
-    for (std::size_t position = 0; const DesignEvent* event = design_.event(position); ++position) {
-        if (name == event->name) {
-            return position;
-        }
-    }
-    return noEvent;
 }
 
 void TriggerUnit::written(const DesignParameter& parameter) {
@@ -174,11 +168,23 @@ std::uint64_t TriggerUnit::nanoseconds() const {
     return now_ * tickNanoseconds + nanosecondsLeft_;
 }
 
-void TriggerUnit::recordEvents(bool record) {
-    recording_ = record;
-    if (record) {
-        events_.clear();
-    }
+std::uint64_t TriggerUnit::nextNanoseconds() const {
+    const Ticks next = nextTime();
+    return next == never ? never : std::max(next, now_) * tickNanoseconds;
+}
+
+void TriggerUnit::awaitCamera(bool connected) {
+    cameraConnected_ = connected;
+    frameAwaited_ = false;
+}
+
+void TriggerUnit::frameStarted() {
+    frameAwaited_ = false;
+    raise(startEvent_);
+}
+
+void TriggerUnit::frameEnded() {
+    raise(endEvent_);
 }
 
 TriggerUnit::Ticks TriggerUnit::nextTime() const {
@@ -221,6 +227,13 @@ void TriggerUnit::movePulse(std::size_t index) {
     generator.rises = never;
     generator.falls = now_ + std::max<Ticks>(*generator.width, 1);
     generator.level = true;
+    if (index == 0 && cameraConnected_) {
+        if (frameAwaited_) {
+            missing_ = true;
+            raise(missingEvent_);
+        }
+        frameAwaited_ = true;
+    }
     if (index == *statisticsSource_) {
         outputPulses_.set((outputPulses_.value + 1) & counterMask);
     }
@@ -346,13 +359,7 @@ void TriggerUnit::publish() {
     periodOver_.set(periodIsOver() ? 1 : 0);
     queueLevel_.set(queued_);
     const bool full = *queueEnabled_ != 0 && queued_ >= *fullValue_;
-    queueStatus_.set((exceeded_ ? exceededBit : 0) | (full ? fullBit : 0));
-}
-
-void TriggerUnit::raise(std::size_t event) {
-    if (recording_ && event != noEvent) {
-        events_.push_back({now_ * tickNanoseconds, event});
-    }
+    queueStatus_.set((exceeded_ ? exceededBit : 0) | (full ? fullBit : 0) | (missing_ ? missingBit : 0));
 }
 
 void TriggerUnit::clearInputPulses() {
@@ -370,6 +377,11 @@ void TriggerUnit::clearOutputPulses() {
 
 void TriggerUnit::clearExceeded() {
     exceeded_ = false;
+}
+
+void TriggerUnit::clearMissing() {
+    missing_ = false;
+    frameAwaited_ = false;
 }
 
 void TriggerUnit::clearInputDownscale() {

@@ -1,39 +1,35 @@
 #pragma once
 
-#include "model/design.h"
+#include "model/design_words.h"
+#include "model/event_log.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <limits>
 #include <string>
 #include <vector>
 
 namespace qelm::virtual_board {
 
-/** An event that the design raised. */
-struct RaisedEvent {
-    std::uint64_t nanoseconds; /**< of virtual time */
-    std::size_t position;      /**< in the design's list of events */
-};
-
 /**
  * The design's trigger unit in virtual time: debounced pins, input downscale, queue, generator with its minimum period,
  * sequencer, pulse form generators and crossbar, with their statistics and events. It follows the board's words for its
  * settings and keeps its status words up to date; a status word that somebody else has set stays until the unit's own
- * value changes. Frames are the camera's affair: no frame is ever missing here.
+ * value changes. While a camera is awaited, a frame that has not begun when the next pulse of generator 0 comes is
+ * missing.
  *
  * Not synchronised; the board's lock covers it.
  */
 class TriggerUnit {
   public:
     static constexpr std::size_t pinCount = 8;
+    static constexpr std::size_t generatorCount = 4;
     static constexpr std::size_t cameraControlCount = 4;
     static constexpr std::size_t outputCount = 8;
 
-    /** @param words  the board's, one per slot of the design; they stay in place as long as the unit lives */
-    TriggerUnit(const Design& design, std::vector<std::uint32_t>& words);
+    /** Both stay as long as the unit lives. */
+    TriggerUnit(DesignWords& words, EventLog& log);
     TriggerUnit(const TriggerUnit&) = delete;
     TriggerUnit& operator=(const TriggerUnit&) = delete;
 
@@ -42,6 +38,13 @@ class TriggerUnit {
     void setPin(std::size_t pin, bool level);
     void advance(std::uint64_t nanoseconds);
     std::uint64_t nanoseconds() const;
+    /** When something happens next by itself, in ns of virtual time; never when nothing will. */
+    std::uint64_t nextNanoseconds() const;
+
+    /** Whether there is a camera whose frames can be missing. */
+    void awaitCamera(bool connected);
+    void frameStarted();
+    void frameEnded();
 
     struct Line {
         bool level = false;
@@ -50,20 +53,20 @@ class TriggerUnit {
     const Line& cameraControl(std::size_t line) const { return cameraControl_[line].line; }
     const Line& output(std::size_t line) const { return outputs_[line].line; }
 
-    /** Recording is off at first and starts with an empty list. */
-    void recordEvents(bool record);
-    const std::vector<RaisedEvent>& events() const { return events_; }
+    bool input(std::size_t pin) const { return pins_[pin].debounced; }
+    bool generated(std::size_t generator) const { return generators_[generator].level; }
+    std::uint32_t queued() const { return queued_; }
+
+    static constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
 
   private:
     using Ticks = std::uint64_t; // of 16 ns, since power-on
-    static constexpr Ticks never = std::numeric_limits<Ticks>::max();
-    static constexpr std::size_t noEvent = std::numeric_limits<std::size_t>::max();
 
     struct Pin {
         bool raw = false;
         bool debounced = false;
         Ticks settles = never; // when the raw level has been stable for long enough
-        std::size_t rising = noEvent, falling = noEvent;
+        std::size_t rising = EventLog::noEvent, falling = EventLog::noEvent;
     };
     struct Downscale {
         const std::uint32_t* downscale;
@@ -99,7 +102,6 @@ class TriggerUnit {
     PulseFormGenerator makeGenerator(std::size_t index);
     CrossbarLine makeLine(const char* group, std::size_t index);
     void onCommand(const char* name, Command command);
-    std::size_t eventNamed(const std::string& name) const;
 
     Ticks nextTime() const;
     /** Does everything that is due now. */
@@ -114,7 +116,7 @@ class TriggerUnit {
     void updateLines();
     void updateLine(CrossbarLine& line);
     void publish();
-    void raise(std::size_t event);
+    void raise(std::size_t event) { log_.raise(event, now_ * tickNanoseconds); }
 
     bool generatorRuns() const;
     bool pulseIsDue() const;
@@ -124,16 +126,18 @@ class TriggerUnit {
     void clearPeriods();
     void clearOutputPulses();
     void clearExceeded();
+    void clearMissing();
     void clearInputDownscale();
     void clearSequencer();
     template <std::size_t index>
     void clearGenerator();
 
-    const Design& design_;
-    std::vector<std::uint32_t>& words_;
-    std::deque<std::uint32_t> absent_; // stand in for what the design lacks
-    std::vector<Command> commands_;    // by slot
-    std::vector<bool> isSetting_;      // by slot
+    static constexpr std::uint64_t tickNanoseconds = 16;
+
+    DesignWords& words_;
+    EventLog& log_;
+    std::vector<Command> commands_; // by slot
+    std::vector<bool> isSetting_;   // by slot
     Ticks now_ = 0;
     std::uint64_t nanosecondsLeft_ = 0; // of a tick that is not over
 
@@ -148,14 +152,13 @@ class TriggerUnit {
     std::uint32_t toRepeat_ = 0; // pulses that the trigger being worked off is still good for
     Ticks ready_ = 0;            // when the generator's period is over
     bool exceeded_ = false, highLevel_ = false;
-    std::array<PulseFormGenerator, 4> generators_;
+    bool cameraConnected_ = false, frameAwaited_ = false, missing_ = false;
+    std::array<PulseFormGenerator, generatorCount> generators_;
     std::array<CrossbarLine, cameraControlCount> cameraControl_;
     std::array<CrossbarLine, outputCount> outputs_;
     Status levels_, inputPulses_, period_, longestPeriod_, shortestPeriod_, periodOver_, queueLevel_, outputPulses_,
         queueStatus_;
-    std::size_t exceededEvent_, highEvent_, lowEvent_, outputEvent_;
-    bool recording_ = false;
-    std::vector<RaisedEvent> events_;
+    std::size_t exceededEvent_, missingEvent_, highEvent_, lowEvent_, outputEvent_, startEvent_, endEvent_;
 };
 
 } // namespace qelm::virtual_board

@@ -1,0 +1,178 @@
+#include "camera.h"
+#include "output.h"
+#include "progress.h"
+#include "stimulus.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+
+namespace qelm::tool {
+namespace {
+
+struct PictureFormat {
+    int32_t width, height, bits;
+
+    size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
+    size_t bytes() const { return pixels() * static_cast<size_t>(bits) / 8; }
+};
+
+PictureFormat formatOf(const Session& session) {
+    const host::Board& board = session.board();
+    return {board.get<int32_t>(FG_WIDTH), board.get<int32_t>(FG_HEIGHT),
+            board.get<int32_t>(FG_FORMAT) == FG_GRAY16 ? 16 : 8};
+}
+
+struct Levels {
+    unsigned minimum = 65535, maximum = 0;
+    double mean = 0, deviation = 0;
+
+    /** How much the pixels differ from each other, in percent of their mean; 0 for a black picture. */
+    double nonUniformity() const { return mean > 0 ? deviation / mean * 100 : 0; }
+};
+
+template <class Pixel>
+Levels levelsOf(const void* bytes, size_t count) {
+    Levels levels;
+    double sum = 0, squares = 0;
+    for (size_t i = 0; i < count; ++i) {
+        Pixel pixel;
+        std::memcpy(&pixel, static_cast<const char*>(bytes) + i * sizeof pixel, sizeof pixel);
+        levels.minimum = std::min<unsigned>(levels.minimum, pixel);
+        levels.maximum = std::max<unsigned>(levels.maximum, pixel);
+        sum += pixel;
+        squares += static_cast<double>(pixel) * pixel;
+    }
+    levels.mean = sum / static_cast<double>(count);
+    levels.deviation = std::sqrt(std::max(0.0, squares / static_cast<double>(count) - levels.mean * levels.mean));
+    return levels;
+}
+
+/** "out.tif" for a single picture; "out-001.tif" and so on, as many digits as the last one needs. */
+std::filesystem::path fileOf(const GrabOptions& options, uint32_t number) {
+    if (options.frames == 1) {
+        return options.output;
+    }
+    std::string digits = std::to_string(number);
+    digits.insert(0, std::to_string(options.frames).size() - digits.size(), '0');
+    std::filesystem::path file = options.output;
+    file.replace_filename(options.output.stem().string() + "-" + digits + options.output.extension().string());
+    return file;
+}
+
+/** Gives the triggers that no generator gives, until a picture has come. */
+class Triggers {
+  public:
+    Triggers(const host::VirtualBoardFunctions& control, Session& session, const GrabOptions& options)
+        : stimulus_(control, session.board())
+        , session_(session)
+        , options_(options)
+        , mode_(session.board().get<uint32_t>(FG_AREATRIGGERMODE)) {}
+
+    bool await(const PictureStream& stream, int64_t picture) {
+        if (mode_ == ATM_GENERATOR) {
+            return stream.wait(picture, static_cast<int32_t>(std::ceil(options_.timeout)));
+        }
+        const double period = static_cast<double>(options_.pulses.period) * 1e-6;
+        for (double waited = 0; stream.last() < picture; waited += period) {
+            if (waited >= options_.timeout) {
+                return false;
+            }
+            if (mode_ == ATM_EXTERNAL) {
+                stimulus_.pulse(options_.pulses);
+            } else {
+                session_.board().set(FG_SENDSOFTWARETRIGGER, uint32_t{1}); // refused while busy: then the next one does
+                stimulus_.pass(options_.pulses.period * 1000);
+            }
+        }
+        return true;
+    }
+
+  private:
+    Stimulus stimulus_;
+    Session& session_;
+    const GrabOptions& options_;
+    uint32_t mode_;
+};
+
+std::string noPicture(const Session& session, const GrabOptions& options, uint32_t number) {
+    std::ostringstream text;
+    text << "picture " << number << " did not come within " << options.timeout
+         << " s of virtual time: FG_TRIGGERSTATE is "
+         << host::formatValue(*host::parseReference(session.parameters(), "FG_TRIGGERSTATE").parameter,
+                              *session.read(host::parseReference(session.parameters(), "FG_TRIGGERSTATE")))
+         << "; the camera waits for a pulse on the camera-control line that its options name";
+    return text.str();
+}
+
+} // namespace
+
+int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
+    const host::Applet applet = loadApplet(options);
+    const host::VirtualBoardFunctions& control = requireVirtualBoard(applet, "has a camera to grab from");
+    if (grabOptions.camera.options == "help") {
+        std::cout << control.cameraHelp();
+        return 0;
+    }
+    if (grabOptions.output.empty()) {
+        throw std::runtime_error("where to? give -o FILE.tif or -o FILE.png");
+    }
+    Session session(applet);
+    if (!grabOptions.load.empty()) {
+        require(applet->Fg_loadConfig(session.board(), grabOptions.load.c_str()),
+                ("loading \"" + grabOptions.load + "\" was refused").c_str());
+    }
+    for (const std::string& setting : grabOptions.settings) {
+        session.change(setting);
+    }
+    connectCamera(control, session, grabOptions.camera);
+    startTriggers(session, grabOptions.settings);
+
+    const PictureFormat format = formatOf(session);
+    const PictureStream stream(control, session, format.bytes(), grabOptions.frames);
+    Triggers triggers(control, session, grabOptions);
+    Json pictures = Json::array();
+    Table table;
+    ProgressBar progress("grabbing", grabOptions.frames);
+    for (uint32_t number = 1; number <= grabOptions.frames; ++number) {
+        if (!triggers.await(stream, number)) {
+            throw std::runtime_error(noPicture(session, grabOptions, number));
+        }
+        const void* pixels = stream.picture(number);
+        const std::filesystem::path file = fileOf(grabOptions, number);
+        if (control.writePicture(file.string().c_str(), pixels, format.width, format.height, format.bits) != 0) {
+            throw std::runtime_error("\"" + file.string() + "\" cannot be written");
+        }
+        const Levels levels = format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
+                                                : levelsOf<uint8_t>(pixels, format.pixels());
+        std::ostringstream text;
+        text.setf(std::ios::fixed);
+        text.precision(2);
+        text << levels.minimum << " to " << levels.maximum << ", mean " << levels.mean << ", non-uniformity "
+             << levels.nonUniformity() << " %";
+        table.add({file.string(),
+                   std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
+                       std::to_string(format.bits) + " bits",
+                   text.str()});
+        pictures.push_back({{"file", file.string()},
+                            {"width", format.width},
+                            {"height", format.height},
+                            {"bits", format.bits},
+                            {"minimum", levels.minimum},
+                            {"maximum", levels.maximum},
+                            {"mean", levels.mean},
+                            {"nonUniformityPercent", levels.nonUniformity()}});
+        progress.advance();
+    }
+    if (options.json) {
+        print(Json{{"pictures", pictures}});
+    } else {
+        table.print();
+    }
+    return 0;
+}
+
+} // namespace qelm::tool

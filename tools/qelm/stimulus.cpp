@@ -1,0 +1,45 @@
+#include "stimulus.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace qelm::tool {
+
+const host::VirtualBoardFunctions& requireVirtualBoard(const host::Applet& applet, const char* what) {
+    if (applet.virtualBoard() == nullptr) {
+        throw std::runtime_error(std::string("only a virtual board ") + what + ", and " + applet.file().string() +
+                                 " runs on the libraries of another board");
+    }
+    return *applet.virtualBoard();
+}
+
+void require(int32_t code, const char* attempt) {
+    if (code != 0) {
+        throw host::AppletError(code, attempt);
+    }
+}
+
+void Stimulus::pass(uint64_t nanoseconds) {
+    constexpr uint64_t piece = 1000000000; // what the board takes at a time
+    while (nanoseconds != 0) {
+        const uint64_t next = std::min(nanoseconds, piece);
+        require(control_.advance(board_, next), "letting virtual time pass failed");
+        nanoseconds -= next;
+    }
+}
+
+void Stimulus::pulse(const PulseOptions& options) {
+    require(control_.setInput(board_, options.pin, 1), "driving the pin failed");
+    pass(options.width * 1000);
+    require(control_.setInput(board_, options.pin, 0), "driving the pin failed");
+    pass((options.period - options.width) * 1000);
+}
+
+void Stimulus::drive(const PulseOptions& options) {
+    for (uint32_t i = 0; i < options.pulses; ++i) {
+        pulse(options);
+    }
+    pass(options.wait * 1000);
+}
+
+} // namespace qelm::tool

@@ -1,0 +1,105 @@
+#include "camera.h"
+#include "output.h"
+#include "stimulus.h"
+#include "timing_diagram.h"
+
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+namespace qelm::tool {
+namespace {
+
+std::string nameOf(uint32_t signal) {
+    const struct {
+        uint32_t first;
+        const char* name;
+        bool isNumbered;
+        uint32_t base; ///< the first one's number, as the parameters or the connector count
+    } groups[] = {
+        {VIRTUAL_BOARD_SIGNAL_FRAME, "frame", false, 0},
+        {VIRTUAL_BOARD_SIGNAL_EXPOSURE, "exposure", false, 0},
+        {VIRTUAL_BOARD_SIGNAL_OUTPUT, "output ", true, 0},
+        {VIRTUAL_BOARD_SIGNAL_CONTROL, "camera control ", true, 0},
+        {VIRTUAL_BOARD_SIGNAL_GENERATOR, "pulse form gen. ", true, 0},
+        {VIRTUAL_BOARD_SIGNAL_QUEUE, "queue", false, 0},
+        {VIRTUAL_BOARD_SIGNAL_INPUT, "input ", true, 0},
+    };
+    for (const auto& group : groups) {
+        if (signal >= group.first) {
+            return group.name + (group.isNumbered ? std::to_string(signal - group.first + group.base) : "");
+        }
+    }
+    return {};
+}
+
+/** The signals that did something, and always camera-control line 0, which the camera listens to. */
+std::vector<Signal> recordedSignals(const host::VirtualBoardFunctions& control, VirtualBoard* board) {
+    std::vector<Signal> signals(VIRTUAL_BOARD_SIGNAL_COUNT);
+    size_t count = 0;
+    require(control.signalChangeCount(board, &count), "reading the signals failed");
+    for (size_t position = 0; position < count; ++position) {
+        VirtualBoardSignalChange change{};
+        require(control.signalChangeAt(board, position, &change), "reading the signals failed");
+        signals[change.signal].changes.push_back({change.nanoseconds, change.value});
+    }
+    std::vector<Signal> lively;
+    for (uint32_t i = 0; i < signals.size(); ++i) {
+        if (signals[i].changes.size() > 1 || i == VIRTUAL_BOARD_SIGNAL_CONTROL) {
+            signals[i].name = nameOf(i);
+            signals[i].isLevel = i != VIRTUAL_BOARD_SIGNAL_QUEUE;
+            lively.push_back(std::move(signals[i]));
+        }
+    }
+    return lively;
+}
+
+uint64_t timeOf(const host::VirtualBoardFunctions& control, VirtualBoard* board) {
+    uint64_t nanoseconds = 0;
+    require(control.getTime(board, &nanoseconds), "reading the time failed");
+    return nanoseconds;
+}
+
+} // namespace
+
+int timing(const CommonOptions& options, const TimingOptions& timingOptions) {
+    const host::Applet applet = loadApplet(options);
+    const host::VirtualBoardFunctions& control = requireVirtualBoard(applet, "shows its signals");
+    Session session(applet);
+    VirtualBoard* board = session.board().virtualBoard();
+    std::string title;
+    for (const std::string& setting : timingOptions.settings) {
+        session.change(setting);
+        title += (title.empty() ? "" : ", ") + setting;
+    }
+    connectCamera(control, session, timingOptions.camera);
+    require(control.recordSignals(board, 1), "recording the signals failed");
+    const uint64_t start = timeOf(control, board);
+    startTriggers(session, timingOptions.settings);
+    Stimulus(control, session.board()).drive(timingOptions.pulses);
+    const uint64_t end = timeOf(control, board);
+    if (end == start) {
+        throw std::runtime_error("no time has passed: give --wait or --pulses");
+    }
+    const std::vector<Signal> signals = recordedSignals(control, board);
+    std::ofstream file(timingOptions.output, std::ios::binary);
+    file << timingDiagram(title.empty() ? "settings as at the start" : title, signals, start, end);
+    file.close();
+    if (!file) {
+        throw std::runtime_error("\"" + timingOptions.output.string() + "\" cannot be written");
+    }
+    if (options.json) {
+        Json list = Json::array();
+        for (const Signal& signal : signals) {
+            Json changes = Json::array();
+            for (const SignalChange& change : signal.changes) {
+                changes.push_back({{"nanoseconds", change.nanoseconds}, {"value", change.value}});
+            }
+            list.push_back({{"name", signal.name}, {"changes", changes}});
+        }
+        print(Json{{"start", start}, {"end", end}, {"signals", list}});
+    }
+    return 0;
+}
+
+} // namespace qelm::tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+namespace qelm::virtual_board {
+
+/** The design's frame buffer: pictures wait here in their order until they are transferred. Their room is bounded. */
+class FrameBuffer {
+  public:
+    static constexpr std::size_t capacity = std::size_t{512} << 20; /**< bytes */
+
+    /** @return whether the picture found room; a buffer of this size is there for the asking then */
+    bool fits(std::size_t bytes) const { return bytes <= capacity - used_; }
+    /** Room for a picture of `bytes`, which fits; fill it, then add it. */
+    std::vector<std::byte> take(std::size_t bytes);
+    void add(std::vector<std::byte> picture);
+
+    bool empty() const { return pictures_.empty(); }
+    const std::vector<std::byte>& front() const { return pictures_.front(); }
+    void removeFront();
+    void clear();
+
+    /** 0 to 100; nothing waits at 0. */
+    std::uint32_t percent() const;
+
+  private:
+    std::deque<std::vector<std::byte>> pictures_;
+    std::vector<std::byte> spare_; // the memory of the picture that left last
+    std::size_t used_ = 0;
+};
+
+} // namespace qelm::virtual_board
