@@ -46,9 +46,9 @@ std::string escaped(const std::string& plain) {
 }
 
 /** Broken at blanks, where the picture ends. */
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> linesOf(const std::string& title) {
     std::vector<std::string> lines(1);
-    std::istringstream words(text);
+    std::istringstream words(title);
     for (std::string word; words >> word;) {
         if (!lines.back().empty() && lines.back().size() + 1 + word.size() > titleLineLetters) {
             lines.emplace_back();
