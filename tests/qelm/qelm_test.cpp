@@ -352,11 +352,22 @@ Words split(const std::string& line) {
 }
 
 TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
-    ASSERT_EQ(run({"save", (folder_ / "night.kcf").string()}).status, 0); // what "diff" compares with
+    const auto inFolder = [this](const std::string& word) {
+        const std::string extension = fs::path(word).extension().string();
+        const bool isFile = extension == ".kcf" || extension == ".tif" || extension == ".png" || extension == ".svg" ||
+                            extension == ".lut";
+        return isFile ? (folder_ / word).string() : word;
+    };
+    // What "diff" compares with and "shading" takes for references.
+    ASSERT_EQ(run({"save", inFolder("night.kcf")}).status, 0);
+    for (const char* reference : {"gray.tif", "flat.tif", "dark.tif"}) {
+        ASSERT_EQ(run({"grab", "--scene", reference[0] == 'd' ? "black" : "gray", "-o", inFolder(reference)}).status,
+                  0);
+    }
     size_t examples = 0;
     std::vector<Words> helps{{"--help"}};
-    for (const char* verb :
-         {"info", "list", "get", "set", "trace", "events", "describe", "xml", "save", "load", "diff", "check"}) {
+    for (const char* verb : {"info", "list", "get", "set", "trace", "events", "describe", "xml", "save", "load", "diff",
+                             "check", "lut", "shading", "grab", "timing"}) {
         helps.push_back({verb, "--help"});
     }
     for (const Words& help : helps) {
@@ -366,11 +377,9 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
             const size_t begin = at + start.size();
             const std::string line =
                 text.substr(begin, std::min(text.find('\n', begin), text.find("  ", begin)) - begin);
-            if (line.find("/opt/") == std::string::npos && line.find(".tif") == std::string::npos) { // no images here
+            if (line.find("/opt/") == std::string::npos) {
                 Words words = split(line);
-                for (std::string& word : words) {
-                    word = word.ends_with(".kcf") ? (folder_ / word).string() : word;
-                }
+                std::ranges::transform(words, words.begin(), inFolder);
                 const Result result = run(words);
                 const int worst = words.front() == "diff" ? 1 : 0; // 1: the files differ
                 EXPECT_LE(result.status, worst) << "qelm " << line << '\n' << result.errors;
@@ -379,6 +388,35 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
         }
     }
     EXPECT_GT(examples, 15u);
+}
+
+TEST_F(QelmTest, GrabsPicturesAndTellsWhyNoneComes) {
+    const std::string picture = (folder_ / "picture.png").string();
+    const Result several = run({"grab", "--frames", "3", "-o", picture, "--json"});
+    EXPECT_EQ(several.status, 0) << several.errors;
+    const Json pictures = Json::parse(several.output)["pictures"];
+    ASSERT_EQ(pictures.size(), 3u);
+    EXPECT_EQ(pictures[2]["file"], (folder_ / "picture-3.png").string());
+    EXPECT_EQ(pictures[2]["width"], 1024);
+    EXPECT_TRUE(fs::exists(folder_ / "picture-3.png"));
+
+    const struct {
+        Words words;
+        const char* sentence;
+    } refused[] = {
+        {{"grab"}, "where to? give -o FILE.tif or -o FILE.png"},
+        {{"grab", "-o", picture, "--set", "FG_TRIGGERSTATE=TS_SYNC_STOP"}, "did not come within 10 s of virtual time"},
+        {{"grab", "-o", picture, "--camera", "line=1"}, "the camera waits for a pulse on the camera-control line"},
+        {{"grab", "-o", picture, "--camera", "colour=red"}, "colour"},
+        {{"grab", "-o", picture, "--scene", "nowhere.png"}, "nowhere.png"},
+        {{"grab", "-o", (folder_ / "no" / "picture.tif").string()}, "cannot be written"},
+        {{"timing", "-o", picture}, "no time has passed: give --wait or --pulses"},
+    };
+    for (const auto& [words, sentence] : refused) {
+        const Result result = run(words);
+        EXPECT_EQ(result.status, 1) << sentence;
+        EXPECT_THAT(result.errors, HasSubstr(sentence));
+    }
 }
 
 TEST_F(QelmTest, DrivesAnotherBuildOfTheApplet) {

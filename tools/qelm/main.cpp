@@ -172,8 +172,8 @@ the signals did meanwhile is drawn. Times are in virtual microseconds.
 
 Examples:
   qelm timing --wait 500000 -o generator.svg
-  qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON FG_TRIGGER_MULTIPLY_PULSES=3 \
-      FG_TRIGGER_FRAMESPERSECOND=50 --pulses 4 --period 40000 --width 5000 --wait 200000 -o queue.svg)";
+  qelm timing FG_TRIGGER_FRAMESPERSECOND=50 FG_TRIGGER_PULSEFORMGEN1_DELAY=2000 --wait 100000 -o delay.svg
+  qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg)";
 
 /** Reports an argument that no verb takes. */
 int reportUnexpected(const CLI::App& app, const std::string& argument) {

@@ -190,8 +190,9 @@ class Drawing {
             const std::string label = std::to_string(value);
             const double width = 7.0 * static_cast<double>(label.size());
             if (to - from >= width + 4 && from >= free) {
-                const double above = base - levelHeight * value / top;
-                svg_ << "<text x=\"" << from + 3 << "\" y=\"" << std::max(above, base - levelHeight + 11) - 2
+                const double line = base - levelHeight * value / top;
+                const bool fitsBelow = base - line >= 12;
+                svg_ << "<text x=\"" << from + 3 << "\" y=\"" << (fitsBelow ? line + 11 : line - 3)
                      << "\" font-size=\"10\" fill=\"" << text << "\">" << label << "</text>\n";
                 free = from + width + 4;
             }
