@@ -16,40 +16,46 @@ using enum parameters::DesignParameter;
 
 constexpr std::uint32_t bits = 12; // in and out
 constexpr std::int32_t maxOut = (1 << bits) - 1;
-constexpr std::size_t largestFile = std::size_t{64} << 20; // a thousand times what a table needs
 
-/** Truncation to 32 bits; what does not fit, and what is not a number, becomes the smallest integer. */
-std::int32_t truncated(double value) {
-    constexpr double smallest = std::numeric_limits<std::int32_t>::min();
-    return static_cast<std::int32_t>(value > smallest - 1.0 && value < -smallest ? value : smallest);
-}
+/** Where each entry stands between 0 and 1: dividing takes longer than all the rest. */
+constexpr auto positions = [] {
+    std::array<double, maxOut + 1> values{};
+    for (std::int32_t i = 0; i <= maxOut; ++i) {
+        values[static_cast<std::size_t>(i)] = static_cast<double>(i) / maxOut;
+    }
+    return values;
+}();
+
+constexpr std::size_t largestFile = std::size_t{64} << 20; // a thousand times what a table needs
 
 } // namespace
 
 void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uint32_t, 4096> table) {
     const double exponent = 1.0 / settings.gamma; // infinite for a gamma of 0, which is a valid if odd curve
-    const bool invert = settings.invert;
+    // An entry that does not fit in 32 bits, or is no number, is the smallest integer: clipped to 0, inverted or not.
+    constexpr double tooLarge = 2147483648.0;
+    const std::uint32_t inversion = settings.invert ? maxOut : 0; // of clipped entries: all their bits
+    const double unfit = inversion;
     constexpr std::size_t block = 256; // step by step, so that nothing stands between the calls of pow
     std::array<double, block> inputs;
-    std::array<double, block> powers;
+    std::array<double, block> raised;
+    const auto& powers = exponent == 1.0 ? inputs : raised;
     for (std::size_t start = 0; start < table.size(); start += block) {
         for (std::size_t i = 0; i < block; ++i) {
-            const auto input = static_cast<double>(static_cast<std::int32_t>(start + i)) / maxOut;
-            inputs[i] = (input + settings.offset) * settings.gain;
+            inputs[i] = (positions[start + i] + settings.offset) * settings.gain;
         }
-        if (exponent == 1.0) {
-            powers = inputs;
-        } else {
+        if (exponent != 1.0) {
             for (std::size_t i = 0; i < block; ++i) {
-                powers[i] = std::pow(inputs[i] < 0.0 ? 1.0 : inputs[i], exponent); // what is negative is not used
+                raised[i] = std::pow(inputs[i] < 0.0 ? 1.0 : inputs[i], exponent); // what is negative is not used
             }
         }
+        // Clipped before the truncation and the inversion, which comes to the same and lets the compiler vectorise.
         for (std::size_t i = 0; i < block; ++i) {
-            const std::int32_t entry = truncated(inputs[i] < 0.0 ? 0.0 : powers[i] * maxOut + 0.5);
-            // Inverted before the clipping, and wrapping around for what did not fit.
-            const auto inverted =
-                static_cast<std::int32_t>(static_cast<std::uint32_t>(maxOut) - static_cast<std::uint32_t>(entry));
-            table[start + i] = static_cast<std::uint32_t>(std::clamp(invert ? inverted : entry, 0, maxOut));
+            const double scaled = powers[i] * maxOut + 0.5;
+            const double entry = inputs[i] < 0.0 ? 0.0 : scaled;
+            const double clipped = entry < maxOut ? entry : maxOut;
+            const double fit = entry < tooLarge ? clipped : unfit;
+            table[start + i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(fit)) ^ inversion;
         }
     }
 }

@@ -6,21 +6,20 @@
 namespace qelm::persistence {
 namespace {
 
-/** The second piece of a line that the delimiters split; rows of them count as one, those in front do not count. */
+/** The first piece of a line that the delimiters split; rows of them count as one, those in front do not count. */
 template <typename IsDelimiter>
-std::string_view secondPiece(std::string_view line, IsDelimiter isDelimiter) {
+std::string_view firstPiece(std::string_view line, IsDelimiter isDelimiter) {
     const auto first = std::find_if_not(line.begin(), line.end(), isDelimiter);
-    const auto firstEnd = std::find_if(first, line.end(), isDelimiter);
-    const auto second = std::find_if_not(firstEnd, line.end(), isDelimiter);
-    return {second, std::find_if(second, line.end(), isDelimiter)};
+    return {first, std::find_if(first, line.end(), isDelimiter)};
 }
 
-bool splitsKeyLine(char c) {
-    return c == '=' || c == ';' || c == '\'';
-}
+// Objects instead of functions, so that they are inlined.
+constexpr auto splitsKeyLine = [](char c) { return c == '=' || c == ';' || c == '\''; };
+constexpr auto splitsHeaderLine = [](char c) { return c == '=' || c == '\''; };
 
-bool splitsHeaderLine(char c) {
-    return c == '=' || c == '\'';
+/** Any order will do in which equal keys meet: most of them are told apart by their length. */
+int compareKeys(std::string_view left, std::string_view right) {
+    return left.size() != right.size() ? (left.size() < right.size() ? -1 : 1) : left.compare(right);
 }
 
 void absorbCarriageReturns(std::string& text) {
@@ -54,7 +53,8 @@ std::optional<std::string_view> ConfigurationText::valueInLineWith(std::string_v
     for (std::size_t position = 0; position < text_.size();) {
         const Line line = lineAt(position);
         if (line.text.find(key) != line.text.npos) {
-            return secondPiece(line.text, splitsHeaderLine);
+            const std::string_view first = firstPiece(line.text, splitsHeaderLine);
+            return firstPiece({first.end(), line.text.end()}, splitsHeaderLine);
         }
         position = line.next;
     }
@@ -82,7 +82,7 @@ std::vector<ConfigurationText::Entry> ConfigurationText::makeIndex() const {
         position = line.next;
     }
     std::ranges::sort(index, [this](const Entry& left, const Entry& right) {
-        const int order = keyOf(left).compare(keyOf(right));
+        const int order = compareKeys(keyOf(left), keyOf(right));
         return order != 0 ? order < 0 : left.position < right.position;
     });
     return index;
@@ -99,13 +99,14 @@ std::optional<std::string_view> ConfigurationText::value(std::string_view sectio
         index_ = makeIndex();
     }
     const auto entry = std::ranges::partition_point(*index_, [&](const Entry& candidate) {
-        const int order = keyOf(candidate).compare(key);
+        const int order = compareKeys(keyOf(candidate), key);
         return order != 0 ? order < 0 : candidate.position < *lastSection_->end;
     });
     if (entry == index_->end() || keyOf(*entry) != key) {
         return std::nullopt;
     }
-    const std::string_view piece = secondPiece(lineAt(entry->position).text, splitsKeyLine);
+    // The key is the first piece.
+    const std::string_view piece = firstPiece(lineAt(entry->position).text.substr(key.size()), splitsKeyLine);
     return piece.starts_with('\r') || piece.starts_with('\n') ? std::string_view() : piece;
 }
 

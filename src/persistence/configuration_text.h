@@ -37,7 +37,7 @@ class ConfigurationText {
      * "=", ";" and "'". The section's line is the first that contains its text anywhere, and its lines run to the end
      * of the file, other sections included. Nothing when section or key are missing.
      *
-     * @param key holds no "="
+     * @param key not empty; holds none of these delimiters
      */
     std::optional<std::string_view> value(std::string_view section, std::string_view key);
 

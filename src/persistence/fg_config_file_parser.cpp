@@ -20,7 +20,9 @@ constexpr std::int32_t notANumber = -1;
 constexpr std::string_view headerSection = "[Kamerasektion]\n";
 
 std::string portSection(std::uint32_t port) {
-    return std::string("[Port ") + static_cast<char>('A' + port) + "]";
+    std::string section = "[Port A]";
+    section[6] = static_cast<char>('A' + port);
+    return section;
 }
 
 std::int32_t found(const std::optional<std::string_view>& value, std::string& destination) {
