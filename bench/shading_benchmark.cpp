@@ -4,10 +4,13 @@
 #include "../tests/features/plain_shading.h"
 
 #include "features/shading_planes.h"
+#include "maker/nuvpix.h"
 
 #include <benchmark/benchmark.h>
 
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <random>
 #include <vector>
@@ -116,6 +119,34 @@ void plainLoop(benchmark::State& state) {
 constexpr auto sse2 = InstructionSet::baseline;
 constexpr auto avx2 = InstructionSet::avx2;
 
+// A plane as the coefficient image that the design loads, beside the same bytes written plainly. Both go to the
+// system's temporary folder, over the file that is there.
+const std::string planeFile = (std::filesystem::temp_directory_path() / "qelm_shading_benchmark.tiff").string();
+
+void coefficientImage(benchmark::State& state) {
+    const auto plane = images(false).planes.offsets();
+    for (auto _ : state) {
+        if (writeImage(planeFile.c_str(), plane.data(), 2 * planeLimit, planeLimit, 8, 1) != 0) {
+            state.SkipWithError("the file cannot be written");
+        }
+    }
+    std::filesystem::remove(planeFile);
+}
+
+void plainBytes(benchmark::State& state) {
+    const auto plane = images(false).planes.offsets();
+    for (auto _ : state) {
+        std::FILE* file = std::fopen(planeFile.c_str(), "wb");
+        if (file == nullptr || std::fwrite(plane.data(), 1, plane.size_bytes(), file) != plane.size_bytes()) {
+            state.SkipWithError("the file cannot be written");
+        }
+        if (file != nullptr) {
+            std::fclose(file);
+        }
+    }
+    std::filesystem::remove(planeFile);
+}
+
 BENCHMARK_CAPTURE(moveMemory, read_once, false, 1)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(compute, full_range_sse2, false, sse2, Target::fixed, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(compute, full_range_avx2, false, avx2, Target::fixed, false)->Unit(benchmark::kMillisecond);
@@ -127,6 +158,8 @@ BENCHMARK_CAPTURE(compute, mean_avx2, false, avx2, Target::mean, false)->Unit(be
 BENCHMARK_CAPTURE(compute, maximum_defects_sse2, false, sse2, Target::largest, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(compute, maximum_defects_avx2, false, avx2, Target::largest, true)->Unit(benchmark::kMillisecond);
 BENCHMARK(plainLoop)->Unit(benchmark::kMillisecond);
+BENCHMARK(plainBytes)->Unit(benchmark::kMillisecond);
+BENCHMARK(coefficientImage)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(moveMemory, noise_read_twice, true, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(compute, noise_maximum_sse2, true, sse2, Target::largest, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(compute, noise_maximum_avx2, true, avx2, Target::largest, false)->Unit(benchmark::kMillisecond);
