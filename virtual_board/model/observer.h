@@ -23,6 +23,7 @@ struct Call {
     const char* function = "";
     std::string target;
     bool isWrite = false;
+    bool canFail = true; ///< not so for functions that answer nothing
 };
 
 /** What a call carried in or out. */
@@ -124,7 +125,7 @@ auto observe(Describe&& describe, Value&& value, Work&& work) noexcept {
         return run();
     }
     const Call call = describe();
-    const std::optional<std::int32_t> fault = observer.fault(call);
+    const std::optional<std::int32_t> fault = call.canFail ? observer.fault(call) : std::nullopt;
     const Outcome<Result> outcome = fault ? failed<Result>(*fault) : run();
     std::int64_t told = 0;
     if constexpr (std::is_pointer_v<Result>) {
