@@ -93,10 +93,10 @@ class Observer {
     std::FILE* output_ = nullptr;
 };
 
-/** What a function answers when it fails with `error`: null, false, or the error itself. */
+/** What a function answers when it fails with `error`: null, false, 0 where it is unsigned, or the error itself. */
 template <typename Result>
 Outcome<Result> failed(std::int32_t error) {
-    if constexpr (std::is_pointer_v<Result> || std::is_same_v<Result, bool>) {
+    if constexpr (std::is_pointer_v<Result> || std::is_unsigned_v<Result>) { // bool, too
         return {Result{}, error};
     } else {
         return {static_cast<Result>(error), error};
