@@ -50,7 +50,7 @@ class CallPlayer {
     void check();
     void checkDesign();
     void checkDescriptions();
-    void require(bool condition, const std::string& what) const;
+    void require(bool condition, const char* what) const;
     std::uint32_t number(std::int32_t id) const;
     const host::VirtualBoardFunctions& control() const { return *board_->applet().virtualBoard(); }
 

@@ -10,7 +10,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const host::Applet applet;
     static const host::Board board(applet);
     static const std::string initial = [] {
-        std::filesystem::current_path(folder.path()); // file names in inputs lead nowhere else
         std::string file = folder.file("initial.kcf");
         fuzz::expect(applet->Fg_saveConfig(board, file.c_str()) == 0, "the first state can be saved");
         return file;

@@ -1,11 +1,11 @@
 // Design images. An input is the description inside, which gets a sound header around it, or a whole image.
 
 #include "fuzzer.h"
-#include "runtime.h"
 
 #include "maker/nuvrod.h"
 #include "maker/qelm_hw.h"
 #include "model/crc32.h"
+#include "surfaces/model_interface.h"
 
 #include <cstring>
 #include <deque>
@@ -45,7 +45,7 @@ void walk(void* image, VirtualBoard* board) {
 }
 
 void walk(void* runtime) {
-    std::deque<const DesignNode*> waiting = {Fg_getDesignTree(runtime)};
+    std::deque<const DesignNode*> waiting = {virtualBoard_Fg_getDesignTree(runtime)};
     while (!waiting.empty()) {
         const DesignNode* node = waiting.front();
         waiting.pop_front();
@@ -57,12 +57,13 @@ void walk(void* runtime) {
         if (node->description == nullptr) {
             continue;
         }
-        const std::int32_t id = Fg_getParameterIdByName(runtime, node->name);
+        const std::int32_t id = virtualBoard_Fg_getParameterIdByName(runtime, node->name);
         qelm::fuzz::expect(id != 0, "a parameter is found by its name");
         std::uint32_t value = 0;
-        if (Fg_getParameterWithType(runtime, id, &value, 0, RUNTIME_VALUE_UINT32) == 0 &&
+        if (virtualBoard_Fg_getParameterWithType(runtime, id, &value, 0, RUNTIME_VALUE_UINT32) == 0 &&
             (node->description->access & 2) != 0) {
-            qelm::fuzz::expect(Fg_setParameterWithType(runtime, id, &value, 0, RUNTIME_VALUE_UINT32) == 0 ||
+            qelm::fuzz::expect(virtualBoard_Fg_setParameterWithType(runtime, id, &value, 0, RUNTIME_VALUE_UINT32) ==
+                                       0 ||
                                    node->kind == 1,
                                "a value that was read can be written");
         }
@@ -76,10 +77,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string made = input.starts_with(magic) ? std::string(input) : imageOf(input);
     if (void* image = loadDesignImageMemory(made.data(), made.size(), 1)) {
         VirtualBoard* board = virtualBoardOpen();
-        if (void* runtime = Fg_InitHandle("", board, image)) {
+        if (void* runtime = virtualBoard_Fg_InitHandle("", board, image)) {
             walk(image, board);
             walk(runtime);
-            Fg_FreeGrabber(runtime);
+            virtualBoard_Fg_FreeGrabber(runtime);
         }
         virtualBoardClose(board);
         releaseDesignImage(image);
