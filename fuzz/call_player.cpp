@@ -96,10 +96,10 @@ void CallPlayer::play() {
         passTime();
     } else if (choice < 61) {
         configuration();
-    } else if (choice < 63) {
+    } else if (choice < 63 || choose_(16) != 0) {
         failACall();
     } else {
-        last_ = "free";
+        last_ = "free"; // rare, since to open a board takes as long as many calls
         require(board_->free() == 0, "a board can be freed");
         board_.reset();
         unknownInDesign_.clear();

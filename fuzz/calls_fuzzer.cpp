@@ -7,7 +7,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace qelm;
     static const fuzz::WorkingFolder folder;
     static const host::Applet applet;
-    constexpr int mostCalls = 200;
+    constexpr int mostCalls = 100;
     for (const char* name : {"a.kcf", "b.kcf", "a.lut", "b.lut"}) {
         std::filesystem::remove(folder.file(name));
     }
