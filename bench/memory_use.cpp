@@ -44,7 +44,10 @@ int main(int argc, char** argv) {
     const bool planes = argc > 1 && std::string_view(argv[1]) == "planes";
     const Applet applet;
     fixedParameters();
-    { const Board first(applet); } // what the libraries keep from the first board on
+    {
+        Board first(applet); // what the libraries keep for the whole process
+        use(first);
+    }
     VirtualBoard* hardware = applet.virtualBoard()->open();
     const std::size_t before = heap();
     {
