@@ -17,7 +17,8 @@ add_library(qelm_options INTERFACE)
 target_compile_options(qelm_options INTERFACE
     -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Werror
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
-if(NOT WIN32)
+# The sanitizers of clang leave it to the program to bring their runtime.
+if(NOT WIN32 AND NOT (QELM_SANITIZERS AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
     target_link_options(qelm_options INTERFACE LINKER:--no-undefined)
 endif()
 if(QELM_SANITIZERS)

@@ -180,8 +180,8 @@ VIRTUAL_BOARD_API const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t posit
 
 /**
  * Lets chosen calls fail: of the calls that match, the first `skip` pass, the next `count` fail with `code` and
- * without effect, later ones pass again. Functions that answer a pointer fail with null, readImage with 0. Faults
- * add up; each keeps its own count.
+ * without effect, later ones pass again. Functions that answer a pointer or an unsigned number fail with null or 0,
+ * readImage with 0; those that answer nothing cannot fail and do not count. Faults add up; each keeps its own count.
  *
  * @param board   null matches every board and the calls that concern none
  * @param call    library function name; null matches every one

@@ -20,7 +20,6 @@ void DesignAccess::bind(const maker::RuntimeFunctionTable& functions, maker::Get
     runtimeHandle_ = runtimeHandle;
     board_ = board;
     designImage_ = designImage;
-    static_assert(std::size(designParameterNames) == std::tuple_size_v<decltype(ids_)>);
     for (std::size_t i = 0; i < ids_.size(); ++i) {
         ids_[i] = getParameterIdByName == nullptr ? 0 : getParameterIdByName(runtimeHandle, designParameterNames[i]);
     }

@@ -15,6 +15,11 @@ enum class DesignParameter : std::uint8_t {
 #include "parameters/design_parameters.inc"
 };
 
+inline constexpr std::size_t designParameterCount = 0
+#define DESIGN_PARAMETER(symbol, name) +1
+#include "parameters/design_parameters.inc"
+    ;
+
 /** The member of a row of like design parameters that stand `step` apart in the table, e.g. of generator n. */
 constexpr DesignParameter offset(DesignParameter first, std::size_t steps) {
     return static_cast<DesignParameter>(static_cast<std::size_t>(first) + steps);
@@ -82,7 +87,7 @@ class DesignAccess {
     void* runtimeHandle_ = nullptr;
     void* board_ = nullptr;
     void* designImage_ = nullptr;
-    std::array<std::int32_t, 129> ids_{}; // 0: the design has no such parameter
+    std::array<std::int32_t, designParameterCount> ids_{}; // 0: the design has no such parameter
     std::array<Register, simulatorRegisterCount> registers_{{
         {"AAGenEnable", 0},
         {"AAGenStart", 1},

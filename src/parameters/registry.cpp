@@ -15,7 +15,6 @@ std::span<const FixedParameter> fixedParameters() {
 #define FG_PARAMETER(name, identifier, description) {#name, identifier, description},
 #include "zantor_obvelline_qx4_rk/parameter_table.inc"
     };
-    static_assert(std::size(rows) == 143);
     return rows;
 }
 

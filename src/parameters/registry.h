@@ -24,7 +24,7 @@ std::span<const FixedParameter> fixedParameters();
  */
 class Registry {
   public:
-    /** Registers the fixed parameters at the indices 0 to 142. */
+    /** Registers the fixed parameters, at the indices from 0 on. */
     void addFixedParameters();
     /** Registers a raw register at the next index. */
     void addDirectRegister(const std::string& name, std::int32_t id);

@@ -41,8 +41,8 @@ struct DesignRegister {
 std::vector<DesignRegister> registersOf(void* designImage) {
     std::vector<DesignRegister> registers;
     const std::uint32_t count = getDesignRegisterCount(designImage);
-    for (std::uint32_t index = 1; index <= count; ++index) {
-        if (const char* name = getDesignRegisterName(designImage, index)) {
+    for (std::uint32_t position = 0; position < count; ++position) {
+        if (const char* name = getDesignRegisterName(designImage, position + 1)) {
             registers.push_back({name, getDesignRegisterAddress(designImage, name)});
         }
     }

@@ -1,8 +1,12 @@
 // Boards beside and after one another, and threads.
 
 #include "fixture.h"
+#include "support/temporary_folder.h"
 
+#include <array>
 #include <atomic>
+#include <functional>
+#include <random>
 #include <thread>
 
 namespace qelm::test {
@@ -77,6 +81,81 @@ TEST(Boards, ServeThreadsOneAtATimeAndEachOtherAtOnce) {
     uint32_t length = 0;
     applet.virtualBoard()->getDesignValue(shared.virtualBoard(), "Device1_Process0_Buffer_0_ROI_X_Length", 0, &length);
     EXPECT_EQ(length, shared.get<uint32_t>(FG_WIDTH));
+}
+
+/** Numbers from 0 to the one before the argument. */
+class Random {
+  public:
+    explicit Random(uint32_t seed) : engine_(seed) {}
+    uint32_t operator()(size_t limit) { return static_cast<uint32_t>(engine_() % limit); }
+
+  private:
+    std::mt19937 engine_;
+};
+
+// Of use under the thread sanitizer.
+TEST(Boards, TakeAnyMixOfCallsAtOnce) {
+    const TemporaryFolder folder;
+    const Applet applet;
+    const Board shared(applet);
+    const std::string start = folder.file("start.kcf");
+    ASSERT_EQ(applet->Fg_saveConfig(shared, start.c_str()), 0);
+    std::atomic<int> failures = 0;
+
+    const auto setAndGet = [&](Random& random, int /*thread*/) {
+        const std::vector<host::Parameter>& all = host::fixedParameters();
+        const host::Parameter& parameter = all[random(all.size())];
+        std::vector<char> place(65536);
+        std::array<uint32_t, 2> value = {random(64) * (random(2) == 0 ? 1U : 16U), random(4096)};
+        if (parameter.kind == host::ParameterKind::fileName || parameter.kind == host::ParameterKind::text) {
+            value = {}; // no file
+        }
+        const int32_t code = applet->Fg_setParameterWithType(shared, parameter.id, value.data(), 0, 2);
+        failures += code > 0;
+        failures += applet->Fg_getParameterWithType(shared, parameter.id, place.data(), 0, 2) > 0;
+        lastError(shared);
+    };
+    const auto configure = [&](Random& random, int thread) {
+        const std::string own = folder.file("own" + std::to_string(thread) + ".kcf");
+        failures += applet->Fg_saveConfig(shared, own.c_str()) != 0;
+        failures += applet->Fg_loadConfig(shared, (random(2) == 0 ? own : start).c_str()) != 0;
+    };
+    const auto ask = [&](Random& random, int /*thread*/) {
+        const auto index = static_cast<int32_t>(random(host::fixedParameters().size()));
+        const char* name = applet->Fg_getParameterName(shared, index);
+        failures += shared.findId(name) != applet->Fg_getParameterId(shared, index);
+        failures += applet->Fg_getEventName(shared, applet->Fg_getEventMask(shared, "Start")) != nullptr;
+        applet->Fg_getParameterInfo(shared, shared.findId(name));
+        failures += applet.infoText(0x1050).empty();
+        failures += applet->Info(0x1100, 0, 0, const_cast<char*>("FG_GRAY16"), nullptr) != FG_GRAY16;
+        size_t size = 0;
+        failures += random(16) == 0 && applet->Fg_getParameterInfoXML(shared, 0, nullptr, &size) != 0;
+    };
+    const auto open = [&](Random& random, int /*thread*/) {
+        Board own(applet);
+        failures += own.set(FG_WIDTH, 16 * (1 + random(64))) != 0;
+        failures += own.free() != 0;
+    };
+    const struct {
+        std::function<void(Random&, int)> call;
+        int rounds;
+    } work[] = {{setAndGet, 500}, {setAndGet, 500}, {configure, 30}, {configure, 30}, {ask, 500}, {open, 30}};
+    std::vector<std::thread> threads;
+    for (size_t number = 0; number < std::size(work); ++number) {
+        threads.emplace_back([&, number] {
+            Random random(static_cast<uint32_t>(number));
+            for (int round = 0; round < work[number].rounds; ++round) {
+                work[number].call(random, static_cast<int>(number));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+    ASSERT_EQ(applet->Fg_loadConfig(shared, start.c_str()), 0);
+    EXPECT_EQ(shared.get<uint32_t>(FG_WIDTH), 1024U);
+    EXPECT_EQ(applet.virtualBoard()->resources().boards, 1);
 }
 
 } // namespace

@@ -201,10 +201,11 @@ TEST(DirectAccess, RegistersAreParametersOfTheirOwn) {
     const Switches switches("Yes", nullptr);
     Board board(applet);
     const std::vector<std::string> all = names(board);
-    ASSERT_GT(all.size(), 143U);
-    EXPECT_EQ(all[143], "DRA_DesignIdentity"); // in the design's order
+    const auto firstDirect = static_cast<size_t>(fixedCount);
+    ASSERT_GT(all.size(), firstDirect);
+    EXPECT_EQ(all[firstDirect], "DRA_DesignIdentity"); // in the design's order
     EXPECT_EQ(board.findId("DRA_FirmwareRevision"), 1000000 + 4660);
-    EXPECT_EQ(applet->Fg_getParameterId(board, 143), 1000008);
+    EXPECT_EQ(applet->Fg_getParameterId(board, fixedCount), 1000008);
 
     EXPECT_EQ(information(board, 1004660),
               "Name: DRA_FirmwareRevision\nDisplay name: FirmwareRevision (16)\nCategory: Direct Register Access\n"
@@ -229,7 +230,7 @@ TEST(DirectAccess, DesignParametersAreListedAndDescribedByTheDesign) {
     const Switches switches("1", "ON");
     Board board(applet);
     std::vector<std::string> all = names(board);
-    size_t firstDesign = 143;
+    auto firstDesign = static_cast<size_t>(fixedCount);
     while (firstDesign < all.size() && all[firstDesign].starts_with("DRA_")) {
         ++firstDesign;
     }
@@ -290,10 +291,10 @@ TEST(DirectAccess, SwitchesKnowFourWords) {
         EXPECT_EQ(Board(applet).findId("DRA_ScratchPad") > 0, counts) << word;
         const Switches design(nullptr, word.c_str());
         const Board board(applet);
-        EXPECT_EQ(applet->Fg_getNrOfParameter(board) > 143, counts) << word;
+        EXPECT_EQ(applet->Fg_getNrOfParameter(board) > fixedCount, counts) << word;
     }
     Board board(applet);
-    EXPECT_EQ(applet->Fg_getNrOfParameter(board), 143);
+    EXPECT_EQ(applet->Fg_getNrOfParameter(board), fixedCount);
     EXPECT_EQ(board.set(1000040, 5U), -2070) << "no register without the switch";
 }
 
@@ -319,7 +320,7 @@ TEST(DirectAccess, SettingsSelectDesignParameters) {
         const Board board(applet);
         const std::vector<std::string> all = names(board);
         // The file's order, then the tree's; a kind that is not offered by itself may be asked for.
-        EXPECT_THAT(std::vector(all.begin() + 143, all.begin() + 146),
+        EXPECT_THAT(std::vector(all.begin() + fixedCount, all.begin() + fixedCount + 3),
                     ElementsAre("DZEA_Device1_Process0_Camera_UseDval", "DZEA_Device1_Clock_DesignClock",
                                 "DZEA_Device1_Info_DesignName"));
         EXPECT_THAT(all, Not(Contains("DZEA_Device1_Info_Comment")));

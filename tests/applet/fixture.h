@@ -26,6 +26,9 @@ inline int32_t lastError(const Board& board) {
     return board.applet()->Fg_getLastErrorNumber(board);
 }
 
+/** How many parameters every board has. */
+inline const auto fixedCount = static_cast<int32_t>(host::fixedParameters().size());
+
 /** The file of a runtime that lacks functions; see the virtual board's build for what each lacks. */
 inline std::filesystem::path runtimeVariant(const char* name) {
     return host::executableFolder() / "runtime_variants" / name / host::libraryFileName("nuvrak5");

@@ -76,6 +76,17 @@ TEST(DesignLoader, ReadsTheBuiltImageFromMemoryAndFile) {
     EXPECT_EQ(getDesignEvent(loaded, 0), nullptr);
 }
 
+TEST(DesignLoader, FailsWhereAFailureCanBeTold) {
+    void* loaded = loadDesignImageFile(QELM_DESIGN_IMAGE, designNumber, 1);
+    virtualBoardFail(nullptr, nullptr, nullptr, 0, 3, -4711);
+    EXPECT_EQ(getDesignRegisterCount(loaded), 0U) << "not the code as four thousand million registers";
+    EXPECT_EQ(getDesignRegisterName(loaded, 1), nullptr);
+    releaseDesignImage(loaded); // answers nothing, and does not count
+    EXPECT_EQ(virtualBoardResources().designImages, 0);
+    EXPECT_EQ(loadDesignImageFile(QELM_DESIGN_IMAGE, designNumber, 1), nullptr);
+    virtualBoardClearFaults();
+}
+
 TEST(DesignLoader, RefusesADamagedHeader) {
     const std::string sound = imageOf(description());
     for (const std::size_t place : {0U, 7U, 8U, 12U, 15U, 16U, 19U, 24U, 63U, 64U}) {

@@ -145,7 +145,7 @@ void* virtualBoard_loadDesignImageMemory(const void* address, uint64_t length, i
 void virtualBoard_releaseDesignImage(void* image) {
     observe(
         [] {
-            return Call{nullptr, "releaseDesignImage", "", false};
+            return Call{nullptr, "releaseDesignImage", "", false, false};
         },
         [](const auto&) { return CallValue{}; },
         [&] { return code(Process::instance().images.takeBack(image) ? ok : unknown); });

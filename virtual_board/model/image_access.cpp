@@ -66,7 +66,7 @@ int32_t virtualBoard_readImage(const char* path, void** pixels, int32_t* width, 
 void virtualBoard_freeImage(void* pixels) {
     observe(
         [] {
-            return Call{nullptr, "freeImage", "", false};
+            return Call{nullptr, "freeImage", "", false, false};
         },
         [](const auto&) { return CallValue{}; },
         [&] { return code(Process::instance().pixels.takeBack(pixels) ? ok : unknown); });

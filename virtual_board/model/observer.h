@@ -23,6 +23,7 @@ struct Call {
     const char* function = "";
     std::string target;
     bool isWrite = false;
+    bool canFail = true; ///< not so for functions that answer nothing
 };
 
 /** What a call carried in or out. */
@@ -92,10 +93,10 @@ class Observer {
     std::FILE* output_ = nullptr;
 };
 
-/** What a function answers when it fails with `error`: null, false, or the error itself. */
+/** What a function answers when it fails with `error`: null, false, 0 where it is unsigned, or the error itself. */
 template <typename Result>
 Outcome<Result> failed(std::int32_t error) {
-    if constexpr (std::is_pointer_v<Result> || std::is_same_v<Result, bool>) {
+    if constexpr (std::is_pointer_v<Result> || std::is_unsigned_v<Result>) { // bool, too
         return {Result{}, error};
     } else {
         return {static_cast<Result>(error), error};
@@ -124,7 +125,7 @@ auto observe(Describe&& describe, Value&& value, Work&& work) noexcept {
         return run();
     }
     const Call call = describe();
-    const std::optional<std::int32_t> fault = observer.fault(call);
+    const std::optional<std::int32_t> fault = call.canFail ? observer.fault(call) : std::nullopt;
     const Outcome<Result> outcome = fault ? failed<Result>(*fault) : run();
     std::int64_t told = 0;
     if constexpr (std::is_pointer_v<Result>) {
