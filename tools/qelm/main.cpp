@@ -96,7 +96,8 @@ Examples:
 constexpr const char* shadingExamples =
     R"(The settings are made first, then the correction is computed from the images: TIFF files with one sample of 8 or 16
 bits per pixel. The pictures show what the virtual board's design has loaded, as far as the coefficients differ from
-no correction, from the smallest (black) to the largest (white); defective pixels are red.
+no correction, from the smallest (black) to the largest (white), a thousandth at either end left out; defective pixels
+are red.
 
 Examples:
   qelm shading --black dark.tif --gray flat.tif

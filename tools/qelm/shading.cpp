@@ -42,11 +42,14 @@ class Plane {
                 height_ = y + 1;
             }
         }
+        std::vector<long long> histogram(defective + 1);
         for (int y = 0; y < height_; ++y) {
             for (int x = 0; x < width_; ++x) {
                 addToStatistics(at(x, y));
+                ++histogram[at(x, y)];
             }
         }
+        chooseScale(histogram);
     }
 
     /** "640 x 480 pixels, 0.5 to 2, mean 1.01" */
@@ -105,6 +108,21 @@ class Plane {
         ++counted_;
     }
 
+    /** Black and white leave a thousandth out at either end: single outliers would hide all the rest. */
+    void chooseScale(const std::vector<long long>& histogram) {
+        const long long outliers = counted_ / 1000;
+        darkest_ = smallest_;
+        for (long long below = histogram[static_cast<std::size_t>(darkest_)];
+             below <= outliers && darkest_ < largest_;) {
+            below += histogram[static_cast<std::size_t>(++darkest_)];
+        }
+        brightest_ = largest_;
+        for (long long above = histogram[static_cast<std::size_t>(brightest_)];
+             above <= outliers && brightest_ > darkest_;) {
+            above += histogram[static_cast<std::size_t>(--brightest_)];
+        }
+    }
+
     void paint(std::uint8_t* pixel, int left, int top, int step) const {
         double sum = 0.0;
         int count = 0;
@@ -119,8 +137,9 @@ class Plane {
                 ++count;
             }
         }
-        const double range = std::max(1, largest_ - smallest_);
-        std::fill_n(pixel, 3, static_cast<std::uint8_t>((sum / count - smallest_) / range * 255.0 + 0.5));
+        const double range = std::max(1, brightest_ - darkest_);
+        const double level = std::clamp((sum / count - darkest_) / range, 0.0, 1.0);
+        std::fill_n(pixel, 3, static_cast<std::uint8_t>(level * 255.0 + 0.5));
     }
 
     const std::uint16_t* pixels_ = nullptr;
@@ -130,6 +149,8 @@ class Plane {
     int height_ = 0;
     int smallest_ = defective;
     int largest_ = 0;
+    int darkest_ = 0;   // what a picture shows as black
+    int brightest_ = 0; // and as white
     double sum_ = 0.0;
     long long counted_ = 0;
     long long defects_ = 0;
