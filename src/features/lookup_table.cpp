@@ -54,7 +54,7 @@ void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uin
             const double scaled = powers[i] * maxOut + 0.5;
             const double entry = inputs[i] < 0.0 ? 0.0 : scaled;
             const double clipped = entry < maxOut ? entry : maxOut;
-            const double fit = entry >= 0.0 && entry < tooLarge ? clipped : unfit;
+            const double fit = std::abs(entry) < tooLarge ? clipped : unfit; // what is below 0 is negative infinity
             table[start + i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(fit)) ^ inversion;
         }
     }
