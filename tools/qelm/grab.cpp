@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iomanip>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -50,6 +51,66 @@ Levels levelsOf(const void* bytes, size_t count) {
     levels.deviation = std::sqrt(std::max(0.0, squares / static_cast<double>(count) - levels.mean * levels.mean));
     return levels;
 }
+
+/** Tells of the pictures, in a space that does not grow with their number: of many pictures only the last as text. */
+class Report {
+  public:
+    Report(const CommonOptions& options, uint32_t pictures) : isJson_(options.json), pictures_(pictures) {}
+
+    ~Report() {
+        if (isJson_ && added_ > 0) { // also when a later picture did not come
+            std::cout << "\n]}\n";
+        }
+    }
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+
+    void add(const std::string& file, const PictureFormat& format, const Levels& levels) {
+        ++added_;
+        if (isJson_) {
+            std::cout << (added_ == 1 ? "{\"pictures\": [\n  " : ",\n  ") << json(file, format, levels).dump();
+        } else if (pictures_ <= mostLines || added_ == pictures_) {
+            table_.add({file,
+                        std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
+                            std::to_string(format.bits) + " bits",
+                        text(levels)});
+        }
+    }
+    void finish() const {
+        if (isJson_) {
+            return;
+        }
+        if (pictures_ > mostLines) {
+            std::cout << pictures_ << " pictures, the last one:\n";
+        }
+        table_.print();
+    }
+
+  private:
+    static constexpr uint32_t mostLines = 20;
+
+    static Json json(const std::string& file, const PictureFormat& format, const Levels& levels) {
+        return {{"file", file},
+                {"width", format.width},
+                {"height", format.height},
+                {"bits", format.bits},
+                {"minimum", levels.minimum},
+                {"maximum", levels.maximum},
+                {"mean", levels.mean},
+                {"nonUniformityPercent", levels.nonUniformity()}};
+    }
+    static std::string text(const Levels& levels) {
+        std::ostringstream text;
+        text << std::fixed << std::setprecision(2) << levels.minimum << " to " << levels.maximum << ", mean "
+             << levels.mean << ", non-uniformity " << levels.nonUniformity() << " %";
+        return text.str();
+    }
+
+    bool isJson_;
+    uint32_t pictures_;
+    uint32_t added_ = 0;
+    Table table_;
+};
 
 /** "out.tif" for a single picture; "out-001.tif" and so on, as many digits as the last one needs. */
 std::filesystem::path fileOf(const GrabOptions& options, uint32_t number) {
@@ -99,11 +160,10 @@ class Triggers {
 };
 
 std::string noPicture(const Session& session, const GrabOptions& options, uint32_t number) {
+    const host::Reference state = host::parseReference(session.parameters(), "FG_TRIGGERSTATE");
     std::ostringstream text;
     text << "picture " << number << " did not come within " << options.timeout
-         << " s of virtual time: FG_TRIGGERSTATE is "
-         << host::formatValue(*host::parseReference(session.parameters(), "FG_TRIGGERSTATE").parameter,
-                              *session.read(host::parseReference(session.parameters(), "FG_TRIGGERSTATE")))
+         << " s of virtual time: FG_TRIGGERSTATE is " << valueText(*state.parameter, session.read(state))
          << "; the camera waits for a pulse on the camera-control line that its options name";
     return text.str();
 }
@@ -134,8 +194,7 @@ int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
     const PictureFormat format = formatOf(session);
     const PictureStream stream(control, session, format.bytes(), grabOptions.frames);
     Triggers triggers(control, session, grabOptions);
-    Json pictures = Json::array();
-    Table table;
+    Report report(options, grabOptions.frames);
     ProgressBar progress("grabbing", grabOptions.frames);
     for (uint32_t number = 1; number <= grabOptions.frames; ++number) {
         if (!triggers.await(stream, number)) {
@@ -146,32 +205,12 @@ int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
         if (control.writePicture(file.string().c_str(), pixels, format.width, format.height, format.bits) != 0) {
             throw std::runtime_error("\"" + file.string() + "\" cannot be written");
         }
-        const Levels levels = format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
-                                                : levelsOf<uint8_t>(pixels, format.pixels());
-        std::ostringstream text;
-        text.setf(std::ios::fixed);
-        text.precision(2);
-        text << levels.minimum << " to " << levels.maximum << ", mean " << levels.mean << ", non-uniformity "
-             << levels.nonUniformity() << " %";
-        table.add({file.string(),
-                   std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
-                       std::to_string(format.bits) + " bits",
-                   text.str()});
-        pictures.push_back({{"file", file.string()},
-                            {"width", format.width},
-                            {"height", format.height},
-                            {"bits", format.bits},
-                            {"minimum", levels.minimum},
-                            {"maximum", levels.maximum},
-                            {"mean", levels.mean},
-                            {"nonUniformityPercent", levels.nonUniformity()}});
+        report.add(file.string(), format,
+                   format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
+                                     : levelsOf<uint8_t>(pixels, format.pixels()));
         progress.advance();
     }
-    if (options.json) {
-        print(Json{{"pictures", pictures}});
-    } else {
-        table.print();
-    }
+    report.finish();
     return 0;
 }
 
