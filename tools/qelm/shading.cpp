@@ -4,6 +4,7 @@
 #include "session.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <iostream>
 #include <span>
@@ -139,7 +140,7 @@ class Plane {
         }
         const double range = std::max(1, brightest_ - darkest_);
         const double level = std::clamp((sum / count - darkest_) / range, 0.0, 1.0);
-        std::fill_n(pixel, 3, static_cast<std::uint8_t>(level * 255.0 + 0.5));
+        std::fill_n(pixel, 3, static_cast<std::uint8_t>(std::lround(level * 255.0)));
     }
 
     const std::uint16_t* pixels_ = nullptr;

@@ -35,8 +35,8 @@ std::string escaped(const std::string& plain) {
         case '>':
             result += "&gt;";
             break;
-        case '"':
-            result += "&quot;";
+        case '\'':
+            result += "&apos;";
             break;
         default:
             result += letter;
@@ -100,11 +100,10 @@ class Drawing {
         const double width = labelWidth + plotWidth + 2 * margin;
         const double height = bottom_ + axisHeight;
         std::ostringstream document;
-        document << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << width << ' ' << height
-                 << "\" width=\"" << width << "\" height=\"" << height
-                 << "\" font-family=\"sans-serif\" font-size=\"13\">\n"
+        document << "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 " << width << ' ' << height << "' width='"
+                 << width << "' height='" << height << "' font-family='sans-serif' font-size='13'>\n"
                  << "<title>" << escaped(title_) << "</title>\n"
-                 << "<rect width=\"100%\" height=\"100%\" fill=\"" << paper << "\"/>\n"
+                 << "<rect width='100%' height='100%' fill='" << paper << "'/>\n"
                  << titleText() << svg_.str() << "</svg>\n";
         return document.str();
     }
@@ -114,19 +113,19 @@ class Drawing {
         const double step = axisStep(span_ / unit.nanoseconds);
         for (int i = 0; i * step * unit.nanoseconds <= span_; ++i) {
             const double at = labelWidth + margin + i * step * unit.nanoseconds / span_ * plotWidth;
-            svg_ << "<line x1=\"" << at << "\" x2=\"" << at << "\" y1=\"" << top_ - 6 << "\" y2=\"" << bottom_ + 4
-                 << "\" stroke=\"" << grid << "\"/>\n";
+            svg_ << "<line x1='" << at << "' x2='" << at << "' y1='" << top_ - 6 << "' y2='" << bottom_ + 4
+                 << "' stroke='" << grid << "'/>\n";
             std::ostringstream label;
             label << i * step << (i == 0 ? std::string(" ") + unit.name : "");
-            svg_ << "<text x=\"" << at << "\" y=\"" << bottom_ + 20 << "\" text-anchor=\"middle\" fill=\"" << text
-                 << "\">" << label.str() << "</text>\n";
+            svg_ << "<text x='" << at << "' y='" << bottom_ + 20 << "' text-anchor='middle' fill='" << text << "'>"
+                 << label.str() << "</text>\n";
         }
     }
 
     void row(size_t index, const Signal& signal) {
         const double base = top_ + (static_cast<double>(index) + 1) * rowHeight - 7;
-        svg_ << "<text x=\"" << labelWidth + margin - 12 << "\" y=\"" << base - 5 << "\" text-anchor=\"end\" fill=\""
-             << text << "\">" << escaped(signal.name) << "</text>\n";
+        svg_ << "<text x='" << labelWidth + margin - 12 << "' y='" << base - 5 << "' text-anchor='end' fill='" << text
+             << "'>" << escaped(signal.name) << "</text>\n";
         const uint32_t top = std::max(1U, std::ranges::max_element(signal.changes, {}, &SignalChange::value)->value);
         trace(signal, base, top);
         if (!signal.isLevel) {
@@ -139,7 +138,7 @@ class Drawing {
         std::ostringstream lines;
         double y = titleLineHeight;
         for (const std::string& line : titleLines_) {
-            lines << "<text x=\"" << margin << "\" y=\"" << y << "\" fill=\"" << text << "\">" << escaped(line)
+            lines << "<text x='" << margin << "' y='" << y << "' fill='" << text << "'>" << escaped(line)
                   << "</text>\n";
             y += titleLineHeight;
         }
@@ -169,16 +168,16 @@ class Drawing {
             const double from = x(signal.changes[i].nanoseconds);
             const double to = x(signal.changes[last].nanoseconds);
             if (last > i) {
-                svg_ << "<rect x=\"" << from << "\" y=\"" << y(highest) << "\" width=\""
-                     << std::max(narrowest, to - from) << "\" height=\"" << y(lowest) - y(highest) << "\" fill=\""
-                     << (last - i > 2 ? fill : ink) << "\" stroke=\"" << ink << "\" stroke-width=\"0.8\"/>\n";
+                svg_ << "<rect x='" << from << "' y='" << y(highest) << "' width='" << std::max(narrowest, to - from)
+                     << "' height='" << y(lowest) - y(highest) << "' fill='" << (last - i > 2 ? fill : ink)
+                     << "' stroke='" << ink << "' stroke-width='0.8'/>\n";
             }
             line << 'H' << from << 'V' << y(last > i ? lowest : signal.changes[i].value);
             line << 'H' << to << 'V' << y(signal.changes[last].value);
             i = last + 1;
         }
         line << 'H' << rightEdge();
-        svg_ << "<path d=\"" << line.str() << "\" fill=\"none\" stroke=\"" << ink << "\" stroke-width=\"1.6\"/>\n";
+        svg_ << "<path d='" << line.str() << "' fill='none' stroke='" << ink << "' stroke-width='1.6'/>\n";
     }
 
     void numbers(const Signal& signal, double base, uint32_t top) {
@@ -192,8 +191,8 @@ class Drawing {
             if (to - from >= width + 4 && from >= free) {
                 const double line = base - levelHeight * value / top;
                 const bool fitsBelow = base - line >= 12;
-                svg_ << "<text x=\"" << from + 3 << "\" y=\"" << (fitsBelow ? line + 11 : line - 3)
-                     << "\" font-size=\"10\" fill=\"" << text << "\">" << label << "</text>\n";
+                svg_ << "<text x='" << from + 3 << "' y='" << (fitsBelow ? line + 11 : line - 3)
+                     << "' font-size='10' fill='" << text << "'>" << label << "</text>\n";
                 free = from + width + 4;
             }
         }

@@ -1,6 +1,7 @@
 #include "model/acquisition/acquisition.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace qelm::virtual_board {
@@ -11,7 +12,7 @@ constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
 CameraTiming timingOf(const CameraOptions& options) {
     CameraTiming timing{!options.isTriggered, std::nullopt, options.readoutTime()};
     if (options.exposure) {
-        timing.exposure = static_cast<std::uint64_t>(*options.exposure * 1000 + 0.5);
+        timing.exposure = static_cast<std::uint64_t>(std::llround(*options.exposure * 1000));
     } else if (timing.freeRun) {
         timing.exposure = 0;
     }
