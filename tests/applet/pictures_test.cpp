@@ -133,7 +133,7 @@ TEST_F(Pictures, FollowRegionFormatAndLookupTable) {
     board_.change(FG_YOFFSET, uint32_t{7});
     std::vector<uint16_t> region;
     for (uint32_t y = 0; y < 10; ++y) {
-        const auto row = scene.begin() + (y + 7) * side + 16;
+        const auto row = scene.begin() + std::ptrdiff_t{y + 7} * side + 16;
         region.insert(region.end(), row, row + 32);
     }
     EXPECT_EQ(grab(), region);
@@ -152,7 +152,7 @@ TEST_F(Pictures, FollowRegionFormatAndLookupTable) {
 }
 
 TEST_F(Pictures, AreCorrectedWithCoefficientsOfTheirOwnRegion) {
-    connect("", std::vector<uint16_t>(side * side, 1000));
+    connect("", std::vector<uint16_t>(size_t{side} * side, 1000));
     ShadingAccess* access = applet_->Fg_AllocShading(board_, 0, 0);
     ASSERT_NE(access, nullptr);
     ASSERT_EQ(applet_->Shad_GetAccess(board_, access), 0);
