@@ -241,6 +241,7 @@ TEST_F(Pictures, ThatDoNotComeInTimeAreMissing) {
     board_.change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
     advance(500);
     EXPECT_EQ(board_.get<uint32_t>(FG_MISSING_CAMERA_FRAME_RESPONSE), 0U);
+    board_.change(FG_GEN_ROLL, uint32_t{1}); // a register's write pays no frame
     advance(600);
     EXPECT_EQ(board_.get<uint32_t>(FG_MISSING_CAMERA_FRAME_RESPONSE), 1U);
     advance(2500);

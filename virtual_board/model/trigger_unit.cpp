@@ -174,8 +174,10 @@ std::uint64_t TriggerUnit::nextNanoseconds() const {
 }
 
 void TriggerUnit::awaitCamera(bool connected) {
-    cameraConnected_ = connected;
-    frameAwaited_ = false;
+    if (cameraConnected_ != connected) { // else the pulse that has been given still waits for its frame
+        cameraConnected_ = connected;
+        frameAwaited_ = false;
+    }
 }
 
 void TriggerUnit::frameStarted() {

@@ -42,6 +42,7 @@ void Acquisition::connect(std::shared_ptr<const Camera> camera) {
     } else {
         cameraTiming_.stop();
     }
+    trigger_.awaitCamera(false); // what the one before owed does not count
     trigger_.awaitCamera(hasSource());
     followLines();
 }
