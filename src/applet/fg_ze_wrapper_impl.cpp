@@ -111,6 +111,7 @@ parameters::Parameter& FgZeWrapperImpl::enrolled(std::int32_t id) const {
 // Locked as a whole: no set in between, and nobody reads settings that are half loaded.
 bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& parser) {
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    const auto bothSets = triggerUnit_.acceptBothSets(); // a file holds both, whichever is in force
     return persistence::applyParameters(
         parser, [this](std::int32_t id) -> auto& { return enrolled(id); });
 }

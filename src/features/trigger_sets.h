@@ -30,16 +30,17 @@ class TriggerSets {
     Mode& mode() { return mode_; }
     bool isLegacy() const { return mode_.value() == FG_ON; }
 
-    /** Lets the applet set current parameters for as long as it lives, also when it is left by a failure. */
+    /** Lets the applet set current parameters for as long as it lives, also when it is left by a failure. They nest. */
     class Applying {
       public:
-        explicit Applying(TriggerSets& sets) : sets_(sets) { sets_.applying_ = true; }
+        explicit Applying(TriggerSets& sets) : sets_(sets), outer_(std::exchange(sets.applying_, true)) {}
         Applying(const Applying&) = delete;
         Applying& operator=(const Applying&) = delete;
-        ~Applying() { sets_.applying_ = false; }
+        ~Applying() { sets_.applying_ = outer_; }
 
       private:
         TriggerSets& sets_;
+        bool outer_;
     };
 
     /** Check of a current parameter: refused with -2070 while the legacy set is in force, else as `check` says. */

@@ -31,6 +31,9 @@ class TriggerUnit {
     /** Brings a freshly bound design to rest. */
     void prepare();
 
+    /** While the result lives, current parameters are accepted although the legacy set is in force. */
+    [[nodiscard]] TriggerSets::Applying acceptBothSets() { return TriggerSets::Applying(sets_); }
+
   private:
     TriggerSets sets_;
     TriggerInput input_;
