@@ -85,12 +85,20 @@ void RegionOfInterest::enroll(Dispatch& dispatch) {
     }
 }
 
-// The clipping against the design limit below guards the shading buffers; while the checks hold it changes nothing.
+// The clipping against the design limit below guards the shading buffers; while the checks hold it changes nothing. A
+// configuration may have brought in any offset.
+
+std::uint32_t RegionOfInterest::shadingX() const {
+    return std::min(xOffset_.value(), designLimit - alignment);
+}
+
+std::uint32_t RegionOfInterest::shadingY() const {
+    return std::min(yOffset_.value(), designLimit - minimumHeight);
+}
 
 void RegionOfInterest::writeWidth() {
     const std::uint32_t width = width_.value();
-    const std::uint32_t x = xOffset_.value();
-    const std::uint32_t columns = (x + width > designLimit ? designLimit - x : width) / shadingColumn;
+    const std::uint32_t columns = std::min(width, designLimit - shadingX()) / shadingColumn;
     design_.write(Buffer_0_ROI_X_Length, width);
     design_.write(Shading_ShadingBuffer_0_XLength, columns);
     design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
@@ -100,8 +108,7 @@ void RegionOfInterest::writeWidth() {
 
 void RegionOfInterest::writeHeight() {
     const std::uint32_t height = height_.value();
-    const std::uint32_t y = yOffset_.value();
-    const std::uint32_t lines = y + height > designLimit ? designLimit - y : height;
+    const std::uint32_t lines = std::min(height, designLimit - shadingY());
     design_.write(Buffer_0_ROI_Y_Length, height);
     design_.write(Shading_ShadingBuffer_0_YLength, lines);
     design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
@@ -111,7 +118,7 @@ void RegionOfInterest::writeHeight() {
 
 // Leaves the shading lengths alone, unlike the y offset; callers rely on these writes as they are.
 void RegionOfInterest::writeXOffset() {
-    const std::uint32_t column = std::min(xOffset_.value(), designLimit - alignment) / shadingColumn;
+    const std::uint32_t column = shadingX() / shadingColumn;
     design_.write(Buffer_0_ROI_X_Offset, xOffset_.value());
     design_.write(Shading_ShadingBuffer_0_XOffset, column);
     design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
@@ -120,7 +127,7 @@ void RegionOfInterest::writeXOffset() {
 }
 
 void RegionOfInterest::writeYOffset() {
-    const std::uint32_t line = std::min(yOffset_.value(), designLimit - minimumHeight);
+    const std::uint32_t line = shadingY();
     design_.write(Buffer_0_ROI_Y_Offset, yOffset_.value());
     if (height_.value() + line > designLimit) {
         design_.write(Shading_ShadingBuffer_0_YLength, designLimit - line);

@@ -23,6 +23,8 @@ class RegionOfInterest {
   private:
     using Pixels = parameters::Remembered<std::uint32_t>;
 
+    std::uint32_t shadingX() const; ///< where the region begins in the shading buffers, in pixels
+    std::uint32_t shadingY() const;
     void writeWidth();
     void writeHeight();
     void writeXOffset();

@@ -339,6 +339,46 @@ TEST_F(ConfigurationTest, KeptValuesTakeEffectThroughOthers) {
     EXPECT_EQ(board_.get<std::string>(FG_SHADING_BLACK_FILENAME), path("none.tif"));
 }
 
+TEST_F(ConfigurationTest, BothSetsOfALegacyFileReachTheDesign) {
+    const std::string trigger = "Device1_Process1_Trigger_";
+    const struct {
+        const char* key;
+        const char* value;
+        std::string target;
+        uint32_t number;
+    } settings[] = {
+        {"FG_TRIGGERIN_DEBOUNCE", "2.016", trigger + "TriggerInput_Debounce8_Prescale_Period", 42},
+        {"FG_TRIGGERIN_DOWNSCALE", "3", trigger + "TriggerCam0_Downscale_Downscale_Downscale", 3},
+        {"FG_TRIGGERIN_DOWNSCALE_PHASE", "2", trigger + "TriggerCam0_Downscale_Downscale_SelectedPulse", 2},
+        {"FG_TRIGGER_MULTIPLY_PULSES", "5", trigger + "TriggerCam0_Generators_Sequence_Downscale", 5},
+        {"FG_TRIGGER_PULSEFORMGEN3_DELAY", "16",
+         trigger + "TriggerCam0_PulseFormGenerators_PulseFormGenerator3_Delay_Delay", 1000},
+        {"FG_TRIGGEROUT_SELECT5", "2", trigger + "TriggerCam0_TriggerOutput_Select5_Select_Select", 2},
+        {"FG_TRIGGERMODE", "1", trigger + "TriggerCam0_PulseFormGenerators_Enable_Select", 1}, // the legacy set's
+        {"FG_CCSEL2", "4", trigger + "TriggerCam0_CameraControl_Select2_Polarity_Invert", 0}};
+    std::string text = with(freshConfiguration(), "FG_TRIGGER_LEGACY_MODE", "1");
+    for (const auto& setting : settings) {
+        text = with(text, setting.key, setting.value);
+    }
+    ASSERT_EQ(loadText(board_, text), 0);
+    for (const auto& setting : settings) {
+        EXPECT_EQ(peek(setting.target), setting.number) << setting.key;
+    }
+    // The door is shut again, after a load that fails half-way as well.
+    expectRefused(FG_TRIGGER_MULTIPLY_PULSES, 7U, FG_ERROR_UNKNOWN);
+    ASSERT_EQ(loadText(board_, without(text, "FG_TRIGGERSTATE")), FG_ERROR_CONFIGURATION);
+    expectRefused(FG_TRIGGER_MULTIPLY_PULSES, 7U, FG_ERROR_UNKNOWN);
+}
+
+TEST_F(ConfigurationTest, OffsetsBeyondTheDesignsLimitDoNotWrapTheRegion) {
+    std::string text = with(with(freshConfiguration(), "FG_CAMERA_WIDTH", "20000"), "FG_XOFFSET", "9008");
+    text = with(with(text, "FG_CAMERA_HEIGHT", "20000"), "FG_YOFFSET", "9000");
+    const auto writes = writesOf(board_, [&] { EXPECT_EQ(loadText(board_, text), 0); });
+    // One alignment of columns, four to a unit, and two lines are what the shading buffers have at their end.
+    EXPECT_THAT(writes, testing::Contains("Device1_Process0_Shading_ShadingBuffer_0_XLength=4"));
+    EXPECT_THAT(writes, testing::Contains("Device1_Process0_Shading_ShadingBuffer_1_YLength=2"));
+}
+
 TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
     const std::string text = with(freshConfiguration(), "FG_WIDTH", "512");
     std::string binary;
