@@ -44,15 +44,15 @@ void applySwallowing(parameters::Parameter& parameter, double value) {
 } // namespace
 
 void FgZeWrapperImpl::prepareDesign() {
-    // One failure ends the step; the rest of the marks stays unset.
-    parameters::attempt(parameters::OnFailure::swallow, [this] {
+    try {
         markHandled(port, handledFirst);
         shading_.prepare();
         triggerUnit_.prepare();
         for (const std::int32_t id : handledLater) {
             markHandled(port, id);
         }
-    });
+    } catch (...) { // NOLINT(bugprone-empty-catch): one failure ends the step; the rest of the marks stays unset
+    }
 }
 
 void FgZeWrapperImpl::applyInitialSettings() {

@@ -96,8 +96,9 @@ void Shading::enroll(Dispatch& dispatch) {
 }
 
 void Shading::prepare() {
+    information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE,
+                           parameters::access::readOnly); // whatever the write does
     design_.write(Shading_EnableGain_Default_Value, shading::unityGain);
-    information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE, parameters::access::readOnly);
 }
 
 /** The normalisation value is the user's in one mode and a result, not known yet, in the others. */
@@ -177,14 +178,10 @@ ShadingAccess* Shading::allocateAccess() {
                 return 0;
             } catch (int code) {
                 return code;
-            } catch (const std::bad_alloc&) {
-                return FG_ERROR_SYSTEM;
             }
         }));
         return accesses_.back().get();
     } catch (int) {
-        return nullptr;
-    } catch (const std::bad_alloc&) {
         return nullptr;
     }
 }

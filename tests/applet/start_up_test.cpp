@@ -250,6 +250,14 @@ struct Failure {
     int32_t code = 0;
 };
 
+TEST(StartUp, TheNormalisationValueIsReadOnlyAlsoWhenTheGainDefaultCannotBeWritten) {
+    const Applet applet;
+    applet.virtualBoard()->fail(nullptr, nullptr, "Device1_Process0_Shading_EnableGain_Default_Value", 0, 1, injected);
+    const Board board(applet);
+    applet.virtualBoard()->clearFaults();
+    EXPECT_EQ(described(board, "FG_SHADING_GAIN_NORMALIZATION_VALUE").access, 1);
+}
+
 TEST(StartUp, FailsWithItsCodeAndLeavesNothingOpen) {
     const Failure failures[] = {
         {.what = "mode", .mode = 1, .code = -2070},
