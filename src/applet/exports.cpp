@@ -5,7 +5,9 @@
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <cstring>
-#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -16,21 +18,44 @@ FgZeWrapper* appletOf(const BoardStructure* board) {
     return board == nullptr ? nullptr : static_cast<FgZeWrapper*>(board->applet);
 }
 
-/** Forwards to an operation of the applet; `badBoard` is the answer when there is none. */
-template <typename Result, typename... Parameters, typename... Arguments>
-Result forward(BoardStructure* board, Result badBoard, Result (FgZeWrapper::*operation)(Parameters...),
-               Arguments... arguments) {
+/** What an export answers when it fails: the code, or 0 or null where it answers something else than codes. */
+template <typename Result>
+Result failure(std::int32_t code) {
+    if constexpr (std::is_same_v<Result, std::int32_t>) {
+        return code;
+    } else {
+        return Result{};
+    }
+}
+
+/** Calls `use(applet)` with the board's applet. The barrier where a shortage of memory ends: callers may be written in
+ *  any language. */
+template <typename Use>
+auto withApplet(const BoardStructure* board, Use use) -> decltype(use(std::declval<FgZeWrapper&>())) {
+    using Result = decltype(use(std::declval<FgZeWrapper&>()));
     FgZeWrapper* applet = appletOf(board);
-    return applet == nullptr ? badBoard : (applet->*operation)(arguments...);
+    if (applet == nullptr) {
+        return failure<Result>(FG_ERROR_INVALID_BOARD);
+    }
+    try {
+        return use(*applet);
+    } catch (const std::bad_alloc&) {
+        return failure<Result>(applet->setLastError(FG_ERROR_SYSTEM));
+    }
+}
+
+/** Forwards to an operation of the applet. */
+template <typename Result, typename... Parameters, typename... Arguments>
+Result forward(const BoardStructure* board, Result (FgZeWrapper::*operation)(Parameters...), Arguments... arguments) {
+    return withApplet(board, [&](FgZeWrapper& applet) { return (applet.*operation)(arguments...); });
 }
 
 /** As forward, for the shading operations, whose result becomes the last error. */
 template <typename... Parameters, typename... Arguments>
-std::int32_t forwardShading(BoardStructure* board, std::int32_t (FgZeWrapper::*operation)(Parameters...),
+std::int32_t forwardShading(const BoardStructure* board, std::int32_t (FgZeWrapper::*operation)(Parameters...),
                             Arguments... arguments) {
-    FgZeWrapper* applet = appletOf(board);
-    return applet == nullptr ? static_cast<std::int32_t>(FG_ERROR_INVALID_BOARD)
-                             : applet->setLastError((applet->*operation)(arguments...));
+    return withApplet(board,
+                      [&](FgZeWrapper& applet) { return applet.setLastError((applet.*operation)(arguments...)); });
 }
 
 /** Forwards to a function of the runtime; a negative result leaves the runtime's own error as the last one. */
@@ -51,9 +76,6 @@ Result forwardToRuntime(BoardStructure* board,
     return result;
 }
 
-constexpr std::int32_t badBoardCode = FG_ERROR_INVALID_BOARD;
-constexpr const char* noText = nullptr;
-
 // The value types of 64 bits. Their destination is cleared first, since a parameter may fill 32 bits of it.
 constexpr std::int32_t unsigned64 = 3;
 constexpr std::int32_t signed64 = 4;
@@ -63,56 +85,52 @@ constexpr std::int32_t signed64 = 4;
 extern "C" {
 
 int32_t Fg_setParameterWithType(BoardStructure* board, int32_t id, const void* value, uint32_t port, int32_t type) {
-    return forward(board, badBoardCode, &FgZeWrapper::setParameterWithType, id, value, static_cast<int32_t>(port),
-                   type);
+    return forward(board, &FgZeWrapper::setParameterWithType, id, value, static_cast<int32_t>(port), type);
 }
 
 int32_t Fg_getParameterWithType(BoardStructure* board, int32_t id, void* value, uint32_t port, int32_t type) {
     if (appletOf(board) != nullptr && value != nullptr && (type == unsigned64 || type == signed64)) {
         std::memset(value, 0, sizeof(std::uint64_t));
     }
-    return forward(board, badBoardCode, &FgZeWrapper::getParameterWithType, id, value, static_cast<int32_t>(port),
-                   type);
+    return forward(board, &FgZeWrapper::getParameterWithType, id, value, static_cast<int32_t>(port), type);
 }
 
 int32_t Fg_getParameterIdByName(BoardStructure* board, const char* name) {
-    return forward(board, badBoardCode, &FgZeWrapper::getParameterIdByName, name);
+    return forward(board, &FgZeWrapper::getParameterIdByName, name);
 }
 
 const char* Fg_getParameterName(BoardStructure* board, int32_t index) {
-    return forward(board, noText, &FgZeWrapper::getParameterName, index);
+    return forward(board, &FgZeWrapper::getParameterName, index);
 }
 
 int32_t Fg_getParameterId(BoardStructure* board, int32_t index) {
-    return forward(board, badBoardCode, &FgZeWrapper::getParameterId, index);
+    return forward(board, &FgZeWrapper::getParameterId, index);
 }
 
 int32_t Fg_getNrOfParameter(BoardStructure* board) {
-    return forward(board, badBoardCode, &FgZeWrapper::getNrOfParameter);
+    return forward(board, &FgZeWrapper::getNrOfParameter);
 }
 
 int32_t Fg_saveConfig(BoardStructure* board, const char* fileName) {
-    FgZeWrapper* applet = appletOf(board);
-    return applet == nullptr ? badBoardCode : applet->saveConfig(applet->getRuntimeHandle(), fileName);
+    return withApplet(board,
+                      [=](FgZeWrapper& applet) { return applet.saveConfig(applet.getRuntimeHandle(), fileName); });
 }
 
 int32_t Fg_loadConfig(BoardStructure* board, const char* fileName) {
-    FgZeWrapper* applet = appletOf(board);
-    return applet == nullptr ? badBoardCode : applet->loadConfig(applet->getRuntimeHandle(), fileName);
+    return withApplet(board,
+                      [=](FgZeWrapper& applet) { return applet.loadConfig(applet.getRuntimeHandle(), fileName); });
 }
 
 int32_t Fg_getParameterInfoXML(BoardStructure* board, int32_t port, char* buffer, size_t* bufferSize) {
-    return forward(board, badBoardCode, &FgZeWrapper::getParameterInfoXML, board, port, buffer, bufferSize);
+    return forward(board, &FgZeWrapper::getParameterInfoXML, board, port, buffer, bufferSize);
 }
 
 ShadingAccess* Fg_AllocShading(BoardStructure* board, int32_t set, int32_t port) {
-    FgZeWrapper* applet = appletOf(board);
-    if (applet == nullptr) {
-        return nullptr;
-    }
-    ShadingAccess* shading = applet->allocShading(set, port);
-    applet->setLastError(shading == nullptr ? FG_ERROR_SYSTEM : 0);
-    return shading;
+    return withApplet(board, [=](FgZeWrapper& applet) {
+        ShadingAccess* shading = applet.allocShading(set, port);
+        applet.setLastError(shading == nullptr ? FG_ERROR_SYSTEM : 0);
+        return shading;
+    });
 }
 
 int32_t Fg_FreeShading(BoardStructure* board, ShadingAccess* shading) {
@@ -149,16 +167,15 @@ int32_t Shad_WriteActLine(BoardStructure* board, ShadingAccess* shading, int32_t
 }
 
 uint64_t Fg_getEventMask(BoardStructure* board, const char* name) {
-    return forward(board, std::uint64_t{0}, &FgZeWrapper::getEventMask, name);
+    return forward(board, &FgZeWrapper::getEventMask, name);
 }
 
 const char* Fg_getEventName(BoardStructure* board, uint64_t mask) {
-    return forward(board, noText, &FgZeWrapper::getEventName, mask);
+    return forward(board, &FgZeWrapper::getEventName, mask);
 }
 
 int32_t Fg_getLastErrorNumber(BoardStructure* board) {
-    const FgZeWrapper* applet = appletOf(board);
-    return applet == nullptr ? badBoardCode : applet->getLastError();
+    return withApplet(board, [](const FgZeWrapper& applet) { return applet.getLastError(); });
 }
 
 int32_t Fg_getAppletId(BoardStructure* board, void* argument) {
@@ -187,18 +204,17 @@ int64_t Fg_getLastPicNumberBlockingEx(BoardStructure* board, int64_t picture, ui
 }
 
 const char* Fg_getParameterInfo(BoardStructure* board, int32_t id) {
-    FgZeWrapper* applet = appletOf(board);
-    if (applet == nullptr || applet->getRuntimeHandle() == nullptr ||
-        applet->getFunctionTable()[runtime::Fg_getParameterInfo] == nullptr) {
-        return nullptr;
-    }
-    return applet->forwardParameterInfo(id);
+    return withApplet(board, [=](FgZeWrapper& applet) {
+        const bool answers =
+            applet.getRuntimeHandle() != nullptr && applet.getFunctionTable()[runtime::Fg_getParameterInfo] != nullptr;
+        return answers ? applet.forwardParameterInfo(id) : nullptr;
+    });
 }
 
 int32_t Fg_FreeGrabber(BoardStructure* board) {
-    const std::unique_ptr<FgZeWrapper> applet(appletOf(board));
+    FgZeWrapper* applet = appletOf(board);
     if (applet == nullptr) {
-        return badBoardCode;
+        return FG_ERROR_INVALID_BOARD;
     }
     const auto freeGrabber = applet->getFunctionTable()[runtime::Fg_FreeGrabber];
     std::int32_t result = 0;
@@ -208,6 +224,7 @@ int32_t Fg_FreeGrabber(BoardStructure* board) {
                                         : static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE);
     }
     board->applet = nullptr;
+    delete applet; // throws when an operation of the board is still running; a smart pointer would not let that through
     return result;
 }
 

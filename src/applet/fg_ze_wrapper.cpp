@@ -29,7 +29,7 @@ constexpr const char* activePort = "AktivePort";
 
 } // namespace
 
-std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* fileName) {
+std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* fileName) try {
     platform::useEnglishLocale();
     persistence::Fg_ConfigFileParser parser(nullptr, nullptr, false);
     if (!parser.setSaveFile(fileName)) {
@@ -43,9 +43,11 @@ std::int32_t FgZeWrapper::saveConfig(void* /*runtimeHandle*/, const char* fileNa
     parser.writeConfigFileIntKey(header::activePort, 0);
     storeConfiguration(parser);
     return setLastError(parser.close() ? 0 : FG_ERROR_FILE_ACCESS);
+} catch (const std::bad_alloc&) {
+    return setLastError(FG_ERROR_FILE_ACCESS);
 }
 
-std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* fileName) {
+std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* fileName) try {
     platform::useEnglishLocale();
     persistence::Fg_ConfigFileParser parser(nullptr, fileName, true);
     if (!parser.checkFileExist(fileName)) {
@@ -54,6 +56,8 @@ std::int32_t FgZeWrapper::loadConfig(void* /*runtimeHandle*/, const char* fileNa
     }
     const bool loaded = parser.checkFileType(fileName) && isOwnConfiguration(parser) && applyConfiguration(parser);
     return setLastError(loaded ? 0 : FG_ERROR_CONFIGURATION);
+} catch (const std::bad_alloc&) {
+    return setLastError(FG_ERROR_CONFIGURATION);
 }
 
 // The vendor and the port must be there, whatever they are.
@@ -61,13 +65,9 @@ bool FgZeWrapper::isOwnConfiguration(persistence::Fg_ConfigFileParser& parser) {
     std::string vendor;
     std::string applet;
     std::int32_t activePort = 0;
-    try {
-        return parser.parseKeyFromLine(header::vendor, vendor) == 0 &&
-               parser.parseKeyFromLine(header::applet, applet) == 0 && applet == getAppletName() &&
-               parser.parseIntKeyFromHeader(header::activePort, activePort) == 0;
-    } catch (const std::bad_alloc&) { // the file is read at the first look-up
-        return false;
-    }
+    return parser.parseKeyFromLine(header::vendor, vendor) == 0 &&
+           parser.parseKeyFromLine(header::applet, applet) == 0 && applet == getAppletName() &&
+           parser.parseIntKeyFromHeader(header::activePort, activePort) == 0;
 }
 
 std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::int32_t /*port*/, char* buffer,
@@ -75,22 +75,18 @@ std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::in
     if (bufferSize == nullptr) {
         return setLastError(FG_ERROR_UNKNOWN);
     }
-    try {
-        persistence::ParameterInfoBuilderXML builder(binding_.parameterInfo(), getAppletName());
-        const std::string_view document = builder.build();
-        const std::size_t room = std::exchange(*bufferSize, document.size() + 1);
-        if (buffer == nullptr) {
-            return setLastError(0);
-        }
-        if (room < *bufferSize) {
-            return setLastError(FG_ERROR_UNKNOWN);
-        }
-        std::memcpy(buffer, document.data(), document.size());
-        buffer[document.size()] = '\0';
+    persistence::ParameterInfoBuilderXML builder(binding_.parameterInfo(), getAppletName());
+    const std::string_view document = builder.build();
+    const std::size_t room = std::exchange(*bufferSize, document.size() + 1);
+    if (buffer == nullptr) {
         return setLastError(0);
-    } catch (const std::bad_alloc&) {
-        return setLastError(FG_ERROR_SYSTEM);
     }
+    if (room < *bufferSize) {
+        return setLastError(FG_ERROR_UNKNOWN);
+    }
+    std::memcpy(buffer, document.data(), document.size());
+    buffer[document.size()] = '\0';
+    return setLastError(0);
 }
 
 ShadingAccess* FgZeWrapper::allocShading(std::int32_t /*set*/, std::int32_t /*port*/) {

@@ -9,9 +9,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
 #include <span>
-#include <string>
+#include <string_view>
 
 namespace {
 
@@ -76,17 +75,15 @@ void putBlock(std::span<const std::uint8_t> block, void* out1, void* out2) {
 }
 
 std::int32_t constant(const char* constantName) {
-    static const auto constants = [] {
-        std::map<std::string, std::int32_t, std::less<>> table;
-        for (const parameters::Enumeration* enumeration : parameters::allEnumerations()) {
-            for (const parameters::Enumerator& entry : enumeration->entries()) {
-                table.emplace(entry.name, entry.value);
-            }
+    const std::string_view wanted = constantName == nullptr ? "" : constantName;
+    for (const parameters::Enumeration* enumeration : parameters::allEnumerations()) {
+        const auto entries = enumeration->entries();
+        if (const auto entry = std::ranges::find(entries, wanted, &parameters::Enumerator::name);
+            entry != entries.end()) {
+            return entry->value;
         }
-        return table;
-    }();
-    const auto entry = constantName == nullptr ? constants.end() : constants.find(constantName);
-    return entry == constants.end() ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : entry->second;
+    }
+    return FG_ERROR_UNKNOWN;
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 #include "platform/operating_system.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
+#include <utility>
+
 namespace qelm::applet {
 namespace {
 
@@ -67,6 +69,13 @@ std::int32_t RuntimeBinding::initRuntimeHandle(const char* hapFileName, void* bo
     rememberUnlessNull(processLastBoard, board);
     rememberUnlessNull(processLastDesignImage, designImage);
     return 0;
+}
+
+void RuntimeBinding::freeRuntimeHandle() {
+    const auto freeGrabber = functions()[maker::runtime::Fg_FreeGrabber];
+    if (freeGrabber != nullptr && runtimeHandle_ != nullptr) {
+        freeGrabber(std::exchange(runtimeHandle_, nullptr));
+    }
 }
 
 void RuntimeBinding::setBoardAndImage(void* board, void* designImage) {

@@ -28,6 +28,8 @@ class RuntimeBinding {
      * @return 0, -2031 without an init function, or the code of the failed initialisation
      */
     std::int32_t initRuntimeHandle(const char* hapFileName, void* board, void* designImage, bool isSlave);
+    /** Gives the runtime's handle back, of a start-up that cannot be completed. */
+    void freeRuntimeHandle();
     void setBoardAndImage(void* board, void* designImage);
 
     const maker::RuntimeFunctionTable& functions() const { return *functions_; }

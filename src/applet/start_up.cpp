@@ -8,6 +8,7 @@
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <memory>
+#include <new>
 
 namespace qelm::applet {
 namespace {
@@ -29,31 +30,37 @@ std::unique_ptr<FgZeWrapperImpl> start(void* board, std::int32_t mode, std::int3
         error = FG_ERROR_UNKNOWN;
         return nullptr;
     }
-    auto applet = std::make_unique<FgZeWrapperImpl>();
-    error = applet->binding().bindRuntime(platform::sharedLibraryFileName(runtimeLibrary));
-    if (error != 0) {
+    auto applet = std::make_unique<FgZeWrapperImpl>(); // the one shortage of memory that callers see as an exception
+    try {
+        error = applet->binding().bindRuntime(platform::sharedLibraryFileName(runtimeLibrary));
+        if (error != 0) {
+            return nullptr;
+        }
+        const char* hapFileName = FgZeWrapperImpl::designImageFileName();
+        void* designImage = openDesignImage(hapFileName);
+        if (designImage == nullptr) {
+            // The object stays allocated: the runtime library must stay loaded, and nobody is left to free either.
+            static_cast<void>(applet.release());
+            error = FG_ERROR_DESIGN_IMAGE;
+            return nullptr;
+        }
+        error = applet->binding().initRuntimeHandle(hapFileName, board, designImage, false);
+        if (error != 0) {
+            releaseDesignImage(designImage);
+            return nullptr;
+        }
+        applet->binding().setBoardAndImage(board, designImage);
+        applet->registerParameters();
+        applet->bindDesign();
+        applet->buildParameterInfo();
+        applet->prepareDesign();
+        applet->applyInitialSettings();
+        return applet;
+    } catch (const std::bad_alloc&) {
+        applet->binding().freeRuntimeHandle();
+        error = FG_ERROR_SYSTEM;
         return nullptr;
     }
-    const char* hapFileName = FgZeWrapperImpl::designImageFileName();
-    void* designImage = openDesignImage(hapFileName);
-    if (designImage == nullptr) {
-        // The object stays allocated: the runtime library must stay loaded, and nobody is left to free either.
-        static_cast<void>(applet.release());
-        error = FG_ERROR_DESIGN_IMAGE;
-        return nullptr;
-    }
-    error = applet->binding().initRuntimeHandle(hapFileName, board, designImage, false);
-    if (error != 0) {
-        releaseDesignImage(designImage);
-        return nullptr;
-    }
-    applet->binding().setBoardAndImage(board, designImage);
-    applet->registerParameters();
-    applet->bindDesign();
-    applet->buildParameterInfo();
-    applet->prepareDesign();
-    applet->applyInitialSettings();
-    return applet;
 }
 
 } // namespace

@@ -59,7 +59,7 @@ void EventTable::build(const ReadEvent& readEvent) {
     }
 }
 
-std::uint64_t EventTable::mask(const std::string& name) const {
+std::uint64_t EventTable::mask(std::string_view name) const {
     const auto entry = maskByName_.find(name);
     return entry == maskByName_.end() ? 0 : entry->second;
 }

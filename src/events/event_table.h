@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "maker/nuvrod.h"
 
@@ -23,12 +24,12 @@ class EventTable {
     void build(const ReadEvent& readEvent);
 
     /** @return the mask of an event, by its published design name or its frame-grabber name; 0 when unknown */
-    std::uint64_t mask(const std::string& name) const;
+    std::uint64_t mask(std::string_view name) const;
     /** @return the name of the event with this mask, as long as the table lives; null when unknown */
     const char* name(std::uint64_t mask) const;
 
   private:
-    std::map<std::string, std::uint64_t> maskByName_;
+    std::map<std::string, std::uint64_t, std::less<>> maskByName_;
     std::map<std::uint64_t, std::string> nameByMask_;
 };
 

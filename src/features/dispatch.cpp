@@ -2,8 +2,6 @@
 
 #include "parameters/parameter_kinds.h"
 
-#include <new>
-
 namespace qelm::features {
 namespace {
 
@@ -15,8 +13,6 @@ std::int32_t resultOf(Action&& action) {
         return 0;
     } catch (int code) {
         return code;
-    } catch (const std::bad_alloc&) {
-        return FG_ERROR_SYSTEM;
     }
 }
 

@@ -3,7 +3,7 @@
 namespace qelm::parameters {
 namespace {
 
-std::optional<std::int32_t> find(const std::map<std::string, std::int32_t>& ids, const std::string& name) {
+std::optional<std::int32_t> find(const std::map<std::string, std::int32_t, std::less<>>& ids, std::string_view name) {
     const auto entry = ids.find(name);
     return entry == ids.end() ? std::nullopt : std::optional(entry->second);
 }
@@ -36,11 +36,11 @@ void Registry::addDirectDesign(const std::string& name, std::int32_t id) {
     names_.emplace(count(), name);
 }
 
-std::optional<std::int32_t> Registry::idByName(const std::string& name) const {
+std::optional<std::int32_t> Registry::idByName(std::string_view name) const {
     return find(ids_, name);
 }
 
-std::optional<std::int32_t> Registry::directDesignId(const std::string& name) const {
+std::optional<std::int32_t> Registry::directDesignId(std::string_view name) const {
     return find(directDesign_, name);
 }
 
