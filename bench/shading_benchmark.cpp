@@ -3,7 +3,7 @@
 
 #include "../tests/features/plain_shading.h"
 
-#include "features/shading_planes.h"
+#include "features/shading/shading_planes.h"
 #include "maker/nuvpix.h"
 
 #include <benchmark/benchmark.h>

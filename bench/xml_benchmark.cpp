@@ -1,8 +1,8 @@
 // The GenApi document of all fixed parameters, beside what else could write the same bytes: a document tree that is
 // built and serialised (pugixml), and the least that any writer must do, plain appends of the finished pieces.
 
-#include "parameters/information.h"
-#include "persistence/parameter_info_builder_xml.h"
+#include "description/information.h"
+#include "description/parameter_info_builder_xml.h"
 
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
@@ -15,13 +15,13 @@
 namespace {
 
 using namespace qelm;
-using parameters::ParameterNode;
+using description::ParameterNode;
 
 constexpr const char* modelName = "Zantor_Obvelline_Qx4_RK";
 
-const parameters::Information& information() {
-    static const parameters::Information& built = []() -> parameters::Information& {
-        static parameters::Information all;
+const description::Information& information() {
+    static const description::Information& built = []() -> description::Information& {
+        static description::Information all;
         all.addFixedParameters();
         return all;
     }();
@@ -32,7 +32,7 @@ const parameters::Information& information() {
 
 void builder(benchmark::State& state) {
     for (auto _ : state) {
-        persistence::ParameterInfoBuilderXML xml(information(), modelName);
+        description::ParameterInfoBuilderXML xml(information(), modelName);
         benchmark::DoNotOptimize(xml.build().data());
     }
 }
@@ -61,7 +61,7 @@ std::vector<std::string> pieces(std::string_view document) {
 }
 
 void appends(benchmark::State& state) {
-    persistence::ParameterInfoBuilderXML xml(information(), modelName);
+    description::ParameterInfoBuilderXML xml(information(), modelName);
     const std::string_view expected = xml.build();
     const std::vector<std::string> all = pieces(expected);
     std::string document;
@@ -107,7 +107,7 @@ class TreeBuilder {
         for (const auto& [name, value] : attributes) {
             attribute(root_, name, value);
         }
-        for (const parameters::CategoryNode& category : information().categories()) {
+        for (const description::CategoryNode& category : information().categories()) {
             for (const ParameterNode* node : category.parameters) {
                 add(*node);
             }
@@ -183,7 +183,7 @@ class TreeBuilder {
     static void addFields(pugi::xml_node content, const ParameterNode& node, int length) {
         child(content, "Address", node.id);
         child(content, "Length", length);
-        child(content, "AccessMode", (node.access.load() & parameters::access::write) != 0 ? "RW" : "RO");
+        child(content, "AccessMode", (node.access.load() & description::access::write) != 0 ? "RW" : "RO");
         child(content, "pPort", "DevicePort");
     }
 
@@ -197,18 +197,18 @@ class TreeBuilder {
         child(content, "Endianess", "LittleEndian");
     }
 
-    void addCategory(const parameters::CategoryNode& category) {
+    void addCategory(const description::CategoryNode& category) {
         pugi::xml_node node = named("Category", category.name);
         if (category.parent == nullptr) {
             attribute(node, "NameSpace", "Standard");
         }
-        for (const parameters::CategoryNode* inner : category.categories) {
+        for (const description::CategoryNode* inner : category.categories) {
             child(node, "pFeature", inner->name.c_str());
         }
         for (const ParameterNode* parameter : category.parameters) {
             child(node, "pFeature", parameter->name.c_str());
         }
-        for (const parameters::CategoryNode* inner : category.categories) {
+        for (const description::CategoryNode* inner : category.categories) {
             addCategory(*inner);
         }
     }
@@ -238,7 +238,7 @@ bool same(pugi::xml_node left, pugi::xml_node right) {
 }
 
 void documentTree(benchmark::State& state) {
-    persistence::ParameterInfoBuilderXML xml(information(), modelName);
+    description::ParameterInfoBuilderXML xml(information(), modelName);
     pugi::xml_document ours;
     const std::string_view text = xml.build();
     TreeBuilder theirs;

@@ -2,7 +2,7 @@
 
 #include "fuzzer.h"
 
-#include "features/shading_arithmetic.h"
+#include "features/shading/shading_arithmetic.h"
 #include "maker/nuvpix.h"
 #include "virtual_board.h"
 

@@ -3,10 +3,10 @@
 #include "fuzzer.h"
 
 #include "applet/resources.h"
+#include "description/direct_access.h"
+#include "description/information.h"
+#include "description/parameter_info_builder_xml.h"
 #include "maker/nuvrod.h"
-#include "parameters/information.h"
-#include "persistence/direct_access.h"
-#include "persistence/parameter_info_builder_xml.h"
 #include "surfaces/model_interface.h"
 
 #include <sstream>
@@ -33,12 +33,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     parameters::Registry registry;
     // All of the design takes its time, so that most inputs do with what they select.
     if (size % 16 == 0) {
-        persistence::direct_access::addDefaultSelection(settings, tree);
+        description::direct_access::addDefaultSelection(settings, tree);
     }
-    persistence::direct_access::registerDesignParameters(
+    description::direct_access::registerDesignParameters(
         registry, settings, [](const char* name) { return virtualBoard_Fg_getParameterIdByName(runtime, name); });
-    parameters::Information information;
-    persistence::direct_access::describeDesignParameters(information, registry, tree);
+    description::Information information;
+    description::direct_access::describeDesignParameters(information, registry, tree);
     for (std::int32_t index = 0; index < registry.count(); ++index) {
         const char* name = registry.nameAt(index);
         fuzz::expect(name != nullptr, "every index has a name");
@@ -46,7 +46,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         fuzz::expect(id.has_value(), "a registered design parameter has a number");
         information.describe(*id);
     }
-    persistence::ParameterInfoBuilderXML document(information, "Zantor_Obvelline_Qx4_RK");
+    description::ParameterInfoBuilderXML document(information, "Zantor_Obvelline_Qx4_RK");
     fuzz::expect(!document.build().empty(), "there is a document");
     return 0;
 }

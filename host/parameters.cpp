@@ -79,7 +79,7 @@ FixedTable makeFixedTable() {
                      parameters::enumerations::table);
 #define INFO_FILE_NAME(category, shown, parameter, pattern, access)                                                    \
     reader.describe(parameter, ParameterKind::fileName, category, shown, access).filter = pattern;
-#include "parameters/information_rows.inc"
+#include "description/information_rows.inc"
 
     reader.describe(FG_LUT_VALUE, ParameterKind::lutEntry, "", "", 7);
     return table;

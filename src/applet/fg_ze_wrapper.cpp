@@ -1,9 +1,9 @@
 #include "applet/fg_ze_wrapper.h"
 
+#include "description/parameter_info_builder_xml.h"
 #include "events/event_table.h"
 #include "maker/nuvrod.h"
 #include "persistence/fg_config_file_parser.h"
-#include "persistence/parameter_info_builder_xml.h"
 #include "platform/locale.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -75,8 +75,8 @@ std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::in
     if (bufferSize == nullptr) {
         return setLastError(FG_ERROR_UNKNOWN);
     }
-    persistence::ParameterInfoBuilderXML builder(binding_.parameterInfo(), getAppletName());
-    const std::string_view document = builder.build();
+    const std::string document =
+        description::ParameterInfoBuilderXML(binding_.parameterInfo(), getAppletName()).build();
     const std::size_t room = std::exchange(*bufferSize, document.size() + 1);
     if (buffer == nullptr) {
         return setLastError(0);

@@ -1,9 +1,9 @@
 #include "applet/fg_ze_wrapper_impl.h"
 
 #include "applet/identity.h"
+#include "description/direct_access.h"
 #include "maker/nuvrod.h"
 #include "persistence/configuration.h"
-#include "persistence/direct_access.h"
 #include "platform/operating_system.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -74,11 +74,11 @@ void FgZeWrapperImpl::registerParameters() {
     directDesignAccess_ = enableDesign && persistence::meansYes(*enableDesign);
     registry_.addFixedParameters();
     if (directRegisterAccess()) {
-        persistence::direct_access::registerRegisters(registry_, binding().designImage());
+        description::direct_access::registerRegisters(registry_, binding().designImage());
     }
     if (directDesignAccess_) {
-        persistence::direct_access::addDefaultSelection(inspectSettings_, binding().designTree());
-        persistence::direct_access::registerDesignParameters(
+        description::direct_access::addDefaultSelection(inspectSettings_, binding().designTree());
+        description::direct_access::registerDesignParameters(
             registry_, inspectSettings_, [this](const char* name) { return binding().designParameterId(name); });
     }
     events_.build([this](std::uint32_t position) { return getDesignEvent(binding().designImage(), position); });
@@ -92,13 +92,13 @@ void FgZeWrapperImpl::bindDesign() {
 }
 
 void FgZeWrapperImpl::buildParameterInfo() {
-    parameters::Information& information = binding().parameterInfo();
+    description::Information& information = binding().parameterInfo();
     information.addFixedParameters();
     if (directRegisterAccess()) {
-        persistence::direct_access::describeRegisters(information, binding().designImage());
+        description::direct_access::describeRegisters(information, binding().designImage());
     }
     if (directDesignAccess_) {
-        persistence::direct_access::describeDesignParameters(information, registry_, binding().designTree());
+        description::direct_access::describeDesignParameters(information, registry_, binding().designTree());
     }
 }
 

@@ -6,13 +6,13 @@
 #include "features/camera_link.h"
 #include "features/camera_simulator.h"
 #include "features/description_query.h"
-#include "features/dispatch.h"
 #include "features/image_output.h"
 #include "features/lookup_table.h"
 #include "features/region_of_interest.h"
-#include "features/shading.h"
-#include "features/trigger_unit.h"
+#include "features/shading/shading.h"
+#include "features/trigger/trigger_unit.h"
 #include "parameters/design_access.h"
+#include "parameters/dispatch.h"
 #include "parameters/registry.h"
 #include "persistence/settings_store.h"
 #include "platform/critical_section.h"
@@ -83,7 +83,7 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     parameters::DesignAccess design_;
     parameters::Registry registry_;
     events::EventTable events_;
-    features::Dispatch dispatch_;
+    parameters::Dispatch dispatch_;
     features::BoardStatus boardStatus_;
     features::CameraLink cameraLink_;
     features::RegionOfInterest regionOfInterest_;

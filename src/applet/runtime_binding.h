@@ -1,7 +1,7 @@
 #pragma once
 
+#include "description/information.h"
 #include "maker/runtime_function_table.h"
-#include "parameters/information.h"
 
 #include <atomic>
 #include <cstdint>
@@ -41,7 +41,7 @@ class RuntimeBinding {
     void* runtimeHandle() const { return runtimeHandle_; }
     void* board() const { return board_; }
     void* designImage() const { return designImage_; }
-    parameters::Information& parameterInfo() { return *parameterInfo_; }
+    description::Information& parameterInfo() { return *parameterInfo_; }
 
     /** The runtime's last error for this board; -12 when it cannot be asked. */
     std::int32_t fetchRuntimeError() const;
@@ -65,7 +65,7 @@ class RuntimeBinding {
     void* runtimeModule_ = nullptr;
     maker::GetParameterIdByName getParameterIdByName_ = nullptr;
     maker::GetDesignTree getDesignTree_ = nullptr;
-    std::unique_ptr<parameters::Information> parameterInfo_ = std::make_unique<parameters::Information>();
+    std::unique_ptr<description::Information> parameterInfo_ = std::make_unique<description::Information>();
     std::atomic<std::int32_t> lastError_ = 0;
 };
 

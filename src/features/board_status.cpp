@@ -63,7 +63,7 @@ BoardStatus::BoardStatus(parameters::DesignAccess& design, std::string designIma
     }
 }
 
-void BoardStatus::enroll(Dispatch& dispatch) {
+void BoardStatus::enroll(parameters::Dispatch& dispatch) {
     for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
              &timeout_, &turboDmaMode_, &overflow_, &fillLevel_, &extendedStatus_, &cameraStatus_, &appletId_,
              &appletVersion_, &appletRevision_, &hapFile_}) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "features/dispatch.h"
 #include "parameters/design_access.h"
+#include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class BoardStatus {
   public:
     BoardStatus(parameters::DesignAccess& design, std::string designImageFileName);
 
-    void enroll(Dispatch& dispatch);
+    void enroll(parameters::Dispatch& dispatch);
 
   private:
     /** A read-only parameter that the runtime answers for, under the same identifier. */

@@ -43,7 +43,7 @@ CameraLink::CameraLink(parameters::DesignAccess& design)
                    {.check = parameters::oneOf<std::uint32_t>(enumerations::TapGeometry),
                     .apply = [this](auto...) { writeTapGeometry(); }}) {}
 
-void CameraLink::enroll(Dispatch& dispatch) {
+void CameraLink::enroll(parameters::Dispatch& dispatch) {
     dispatch.add(cameraType_);
     dispatch.add(useDval_);
     dispatch.add(tapGeometry_);

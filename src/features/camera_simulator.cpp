@@ -27,7 +27,7 @@ std::uint32_t words(std::uint32_t pixels) {
 
 } // namespace
 
-CameraSimulator::CameraSimulator(parameters::DesignAccess& design, parameters::Information& information)
+CameraSimulator::CameraSimulator(parameters::DesignAccess& design, description::Information& information)
     : design_(design)
     , information_(information)
     , enable_(FG_GEN_ENABLE, FG_CAMPORT,
@@ -77,7 +77,7 @@ CameraSimulator::CameraSimulator(parameters::DesignAccess& design, parameters::I
     , passive_(FG_GEN_PASSIVE, [this] { return clock_.passive; })
     , lineWidth_(FG_GEN_LINE_WIDTH, [this] { return width_.value() + lineGap_.value(); }) {}
 
-void CameraSimulator::enroll(Dispatch& dispatch) {
+void CameraSimulator::enroll(parameters::Dispatch& dispatch) {
     for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
              &enable_, &start_, &width_, &lineGap_, &height_, &frequency_, &accuracy_, &tap1_, &tap2_, &tap3_, &tap4_,
              &roll_, &active_, &passive_, &lineWidth_}) {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "features/dispatch.h"
+#include "description/information.h"
 #include "parameters/design_access.h"
-#include "parameters/information.h"
+#include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
 #include <cstdint>
@@ -15,9 +15,9 @@ namespace qelm::features {
  */
 class CameraSimulator {
   public:
-    CameraSimulator(parameters::DesignAccess& design, parameters::Information& information);
+    CameraSimulator(parameters::DesignAccess& design, description::Information& information);
 
-    void enroll(Dispatch& dispatch);
+    void enroll(parameters::Dispatch& dispatch);
 
   private:
     using Unsigned = parameters::Remembered<std::uint32_t>;
@@ -36,7 +36,7 @@ class CameraSimulator {
     void writeClock();
 
     parameters::DesignAccess& design_;
-    parameters::Information& information_;
+    description::Information& information_;
     Unsigned enable_, start_, width_, lineGap_, height_;
     parameters::Remembered<double> frequency_;
     Unsigned accuracy_;

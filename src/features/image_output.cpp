@@ -47,7 +47,7 @@ ImageOutput::ImageOutput(parameters::DesignAccess& design)
                      .apply = parameters::writesTo(design, OutputFormat_FG_BITALIGNMENT_Value)})
     , pixelDepth_(FG_PIXELDEPTH, [] { return bitsPerPixel; }) {}
 
-void ImageOutput::enroll(Dispatch& dispatch) {
+void ImageOutput::enroll(parameters::Dispatch& dispatch) {
     for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
              &noiseFilter_, &selectPeriod_, &select_, &format_, &bitAlignment_, &pixelDepth_}) {
         dispatch.add(*parameter);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "features/dispatch.h"
 #include "parameters/design_access.h"
+#include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class ImageOutput {
   public:
     explicit ImageOutput(parameters::DesignAccess& design);
 
-    void enroll(Dispatch& dispatch);
+    void enroll(parameters::Dispatch& dispatch);
 
   private:
     void writeFormat();

@@ -92,7 +92,7 @@ void LookupTable::Entry::assign(const void* value) {
     }
 }
 
-LookupTable::LookupTable(parameters::DesignAccess& design, parameters::Information& information)
+LookupTable::LookupTable(parameters::DesignAccess& design, description::Information& information)
     : design_(design)
     , information_(information)
     , type_(FG_LUT_TYPE, LUT_TYPE_PROCESSING,
@@ -114,7 +114,7 @@ LookupTable::LookupTable(parameters::DesignAccess& design, parameters::Informati
     , inBits_(FG_LUT_IN_BITS, [] { return bits; })
     , outBits_(FG_LUT_OUT_BITS, [] { return bits; }) {}
 
-void LookupTable::enroll(Dispatch& dispatch) {
+void LookupTable::enroll(parameters::Dispatch& dispatch) {
     for (parameters::Parameter* parameter :
          std::initializer_list<parameters::Parameter*>{&type_, &customFile_, &saveFile_, &offset_, &gain_, &gamma_,
                                                        &invert_, &entry_, &implementation_, &inBits_, &outBits_}) {
@@ -172,10 +172,10 @@ void LookupTable::writeTable() {
 /** The inputs of the mode in force can be written, those of the other one only read. */
 void LookupTable::updateAccess() {
     const bool custom = type_.value() == LUT_TYPE_CUSTOM;
-    information_.setAccess(FG_LUT_CUSTOM_FILE, custom ? parameters::access::readWrite : parameters::access::readOnly);
+    information_.setAccess(FG_LUT_CUSTOM_FILE, custom ? description::access::readWrite : description::access::readOnly);
     for (const std::int32_t id :
          {FG_PROCESSING_GAIN, FG_PROCESSING_GAMMA, FG_PROCESSING_OFFSET, FG_PROCESSING_INVERT}) {
-        information_.setAccess(id, custom ? parameters::access::readOnly : parameters::access::readWrite);
+        information_.setAccess(id, custom ? description::access::readOnly : description::access::readWrite);
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "features/dispatch.h"
+#include "description/information.h"
 #include "parameters/design_access.h"
-#include "parameters/information.h"
+#include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 
@@ -29,9 +29,9 @@ class LookupTable {
   public:
     static constexpr std::size_t entryCount = 4096;
 
-    LookupTable(parameters::DesignAccess& design, parameters::Information& information);
+    LookupTable(parameters::DesignAccess& design, description::Information& information);
 
-    void enroll(Dispatch& dispatch);
+    void enroll(parameters::Dispatch& dispatch);
 
   private:
     /** FG_LUT_VALUE: an entry named by the index in the value itself. */
@@ -54,7 +54,7 @@ class LookupTable {
     void updateAccess();
 
     parameters::DesignAccess& design_;
-    parameters::Information& information_;
+    description::Information& information_;
     std::array<std::uint32_t, entryCount> table_{}; ///< what the design was told last; entry i is the output for i
     parameters::Remembered<std::int32_t> type_;
     parameters::Remembered<std::string> customFile_;

@@ -21,7 +21,7 @@ std::int64_t rest(std::uint32_t camera, std::uint32_t taken) {
 
 } // namespace
 
-RegionOfInterest::RegionOfInterest(parameters::DesignAccess& design, parameters::Information& information)
+RegionOfInterest::RegionOfInterest(parameters::DesignAccess& design, description::Information& information)
     : design_(design)
     , information_(information)
     , width_(FG_WIDTH, 1024,
@@ -79,7 +79,7 @@ RegionOfInterest::RegionOfInterest(parameters::DesignAccess& design, parameters:
                              information_.setMaximum(FG_YOFFSET, rest(cameraHeight_.value(), height_.value()));
                          }}) {}
 
-void RegionOfInterest::enroll(Dispatch& dispatch) {
+void RegionOfInterest::enroll(parameters::Dispatch& dispatch) {
     for (Pixels* parameter : {&width_, &height_, &xOffset_, &yOffset_, &cameraWidth_, &cameraHeight_}) {
         dispatch.add(*parameter);
     }

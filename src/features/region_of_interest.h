@@ -1,8 +1,8 @@
 #pragma once
 
-#include "features/dispatch.h"
+#include "description/information.h"
 #include "parameters/design_access.h"
-#include "parameters/information.h"
+#include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
 #include <cstdint>
@@ -16,9 +16,9 @@ namespace qelm::features {
  */
 class RegionOfInterest {
   public:
-    RegionOfInterest(parameters::DesignAccess& design, parameters::Information& information);
+    RegionOfInterest(parameters::DesignAccess& design, description::Information& information);
 
-    void enroll(Dispatch& dispatch);
+    void enroll(parameters::Dispatch& dispatch);
 
   private:
     using Pixels = parameters::Remembered<std::uint32_t>;
@@ -33,7 +33,7 @@ class RegionOfInterest {
     void writeCameraHeight();
 
     parameters::DesignAccess& design_;
-    parameters::Information& information_;
+    description::Information& information_;
     Pixels width_, height_, xOffset_, yOffset_, cameraWidth_, cameraHeight_;
 };
 

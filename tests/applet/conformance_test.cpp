@@ -151,7 +151,7 @@ TEST(Descriptions, TellWhatTheRowsSay) {
     expectLines(parameter, {"Name: " #parameter, "Display name: " displayName, "Kind: enumeration"});
 #define INFO_FILE_NAME(category, displayName, parameter, filter, access)                                               \
     expectLines(parameter, {"Name: " #parameter, "Display name: " displayName, "Filter: " filter});
-#include "parameters/information_rows.inc"
+#include "description/information_rows.inc"
     const auto ofFixed = std::ranges::count_if(
         host::fixedParameters(), [](const Parameter& parameter) { return !parameter.displayName.empty(); });
     EXPECT_EQ(described, ofFixed);

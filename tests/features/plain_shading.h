@@ -1,6 +1,6 @@
 #pragma once
 
-#include "features/shading_arithmetic.h"
+#include "features/shading/shading_arithmetic.h"
 
 #include <algorithm>
 #include <cstdint>

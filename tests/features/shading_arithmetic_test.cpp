@@ -2,7 +2,7 @@
 
 #include "plain_shading.h"
 
-#include "features/shading_planes.h"
+#include "features/shading/shading_planes.h"
 
 #include <gtest/gtest.h>
 

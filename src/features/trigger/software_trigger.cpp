@@ -1,0 +1,36 @@
+#include "features/trigger/software_trigger.h"
+
+#include "platform/precise_delay.h"
+
+namespace qelm::features {
+namespace {
+
+using parameters::require;
+using enum parameters::DesignParameter;
+
+constexpr std::uint32_t pulse = 2; // issues one pulse of a command register
+
+// Shorter than what the delay resolves: the pulses follow each other back to back, and users count on it.
+constexpr platform::Duration pulseDistance{.seconds = 0, .nanoseconds = 160};
+
+} // namespace
+
+SoftwareTrigger::SoftwareTrigger(parameters::DesignAccess& design, const TriggerState& state, const TriggerQueue& queue)
+    : send_(FG_SENDSOFTWARETRIGGER, 0,
+            {.check =
+                 [&state, &queue](std::uint32_t pulses) {
+                     require(pulses >= 1 && pulses <= queue.burstLimit(), FG_ERROR_OUT_OF_RANGE);
+                     require(state.mode().value() == ATM_SOFTWARE, FG_ERROR_TRIGGER_MODE);
+                     require(state.state().value() == TS_ACTIVE, FG_ERROR_TRIGGER_STATE);
+                     require(queue.isOn() || !queue.isBusy(), FG_ERROR_SOFTWARE_TRIGGER_BUSY);
+                 },
+             .apply =
+                 [&design](std::uint32_t pulses, auto) {
+                     for (std::uint32_t i = 0; i < pulses; ++i) {
+                         design.write(TriggerMode_SoftwareTrigger_Mode, pulse);
+                         platform::waitPrecise(pulseDistance);
+                     }
+                 },
+             .read = [&design] { return design.read(TriggerMode_SoftwareTrigger_Mode); }}) {}
+
+} // namespace qelm::features

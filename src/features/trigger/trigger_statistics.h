@@ -1,0 +1,44 @@
+#pragma once
+
+#include "features/trigger/trigger_sets.h"
+#include "features/trigger/trigger_state.h"
+#include "parameters/design_access.h"
+#include "parameters/dispatch.h"
+#include "parameters/parameter_kinds.h"
+
+#include <cstdint>
+
+namespace qelm::features {
+
+/** What the unit counts and monitors: input pulses and their frequency, output pulses, exceeded periods, lost frames.
+ */
+class TriggerStatistics {
+  public:
+    using Signed = parameters::Remembered<std::int32_t>;
+
+    TriggerStatistics(parameters::DesignAccess& design, const TriggerSets& sets, const TriggerState& state);
+
+    void enroll(parameters::Dispatch& dispatch);
+
+    Signed& outputSource() { return outputSource_; }
+    Signed& outputEventSource() { return outputEventSource_; }
+
+  private:
+    using Count = parameters::ReadOnly<std::uint32_t>;
+    using Frequency = parameters::ReadOnly<double>;
+
+    Count inputPulses_;
+    Signed clearInputPulses_;
+    Frequency frequency_, lowestFrequency_, highestFrequency_;
+    parameters::Remembered<std::uint32_t> clearFrequencies_;
+    Signed outputSource_;
+    Count outputPulses_;
+    Signed clearOutputPulses_;
+    Signed outputEventSource_;
+    Count exceededPeriod_;
+    Signed clearExceededPeriod_;
+    Count missingFrame_;
+    Signed clearMissingFrame_;
+};
+
+} // namespace qelm::features
