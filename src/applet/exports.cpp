@@ -220,8 +220,7 @@ int32_t Fg_FreeGrabber(BoardStructure* board) {
     std::int32_t result = 0;
     // Either one asks for the call; a runtime that lacks the function cannot be called all the same.
     if (freeGrabber != nullptr || applet->getRuntimeHandle() != nullptr) {
-        result = freeGrabber != nullptr ? freeGrabber(applet->getRuntimeHandle())
-                                        : static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE);
+        result = freeGrabber != nullptr ? freeGrabber(applet->getRuntimeHandle()) : FG_ERROR_NOT_AVAILABLE;
     }
     board->applet = nullptr;
     delete applet; // throws when an operation of the board is still running; a smart pointer would not let that through

@@ -75,8 +75,7 @@ std::int32_t FgZeWrapper::getParameterInfoXML(BoardStructure* /*board*/, std::in
     if (bufferSize == nullptr) {
         return setLastError(FG_ERROR_UNKNOWN);
     }
-    const std::string document =
-        description::ParameterInfoBuilderXML(binding_.parameterInfo(), getAppletName()).build();
+    const std::string document = description::ParameterInfoBuilderXML(information_, getAppletName()).build();
     const std::size_t room = std::exchange(*bufferSize, document.size() + 1);
     if (buffer == nullptr) {
         return setLastError(0);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "applet/runtime_binding.h"
+#include "description/information.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 
 #include <cstddef>
@@ -71,12 +72,13 @@ class FgZeWrapper {
     std::int32_t getLastError() const { return binding_.lastError(); }
     std::int32_t setLastError(std::int32_t code) { return binding_.setLastError(code); }
     /** The information text of a parameter for Fg_getParameterInfo, or null. */
-    const char* forwardParameterInfo(std::int32_t id) { return binding_.parameterInfo().describe(id); }
+    const char* forwardParameterInfo(std::int32_t id) { return information_.describe(id); }
 
     /** Marks a runtime parameter as one that the applet handles itself. */
     void markHandled(std::int32_t port, std::int32_t id) { portParameterRecords_[port][id].mark = 1; }
 
   protected:
+    description::Information& information() { return information_; }
     bool directRegisterAccess() const { return directRegisterAccess_; }
     void setDirectRegisterAccess(bool enabled) { directRegisterAccess_ = enabled; }
 
@@ -89,6 +91,7 @@ class FgZeWrapper {
     };
 
     RuntimeBinding binding_;
+    description::Information information_;
     std::map<std::int32_t, std::map<std::int32_t, PortParameterRecord>> portParameterRecords_; // by port, by identifier
     bool directRegisterAccess_ = false;
 };

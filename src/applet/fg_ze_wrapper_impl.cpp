@@ -25,28 +25,19 @@ constexpr std::int32_t onlyPort = 0;
 
 FgZeWrapperImpl::FgZeWrapperImpl()
     : dispatch_(design_)
-    , boardStatus_(design_, designImageFileName())
-    , cameraLink_(design_)
-    , regionOfInterest_(design_, binding().parameterInfo())
-    , imageOutput_(design_)
-    , cameraSimulator_(design_, binding().parameterInfo())
-    , lookupTable_(design_, binding().parameterInfo())
-    , shading_(design_, binding().parameterInfo())
-    , triggerUnit_(design_, binding().parameterInfo())
-    , descriptionQuery_(registry_) {
+    , boardStatus_(dispatch_, design_, designImageFileName())
+    , cameraLink_(dispatch_, design_)
+    , regionOfInterest_(dispatch_, design_, information())
+    , imageOutput_(dispatch_, design_)
+    , cameraSimulator_(dispatch_, design_, information())
+    , lookupTable_(dispatch_, design_, information())
+    , shading_(dispatch_, design_, information())
+    , triggerUnit_(dispatch_, design_, information())
+    , descriptionQuery_(dispatch_, registry_) {
     const auto enableRegisters = platform::environmentVariable("QELM_ENABLE_DRA");
     setDirectRegisterAccess(enableRegisters && persistence::meansYes(*enableRegisters));
     dispatch_.enableDirectRegisters(directRegisterAccess());
     loadInspectSettings();
-    boardStatus_.enroll(dispatch_);
-    cameraLink_.enroll(dispatch_);
-    regionOfInterest_.enroll(dispatch_);
-    imageOutput_.enroll(dispatch_);
-    cameraSimulator_.enroll(dispatch_);
-    lookupTable_.enroll(dispatch_);
-    shading_.enroll(dispatch_);
-    triggerUnit_.enroll(dispatch_);
-    dispatch_.add(descriptionQuery_);
 }
 
 FgZeWrapperImpl::~FgZeWrapperImpl() noexcept(false) = default;
@@ -82,8 +73,6 @@ void FgZeWrapperImpl::registerParameters() {
             registry_, inspectSettings_, [this](const char* name) { return binding().designParameterId(name); });
     }
     events_.build([this](std::uint32_t position) { return getDesignEvent(binding().designImage(), position); });
-    constexpr std::int32_t onlyProcess = 0;
-    dispatch_.mapPort(onlyPort, onlyProcess);
 }
 
 void FgZeWrapperImpl::bindDesign() {
@@ -92,17 +81,16 @@ void FgZeWrapperImpl::bindDesign() {
 }
 
 void FgZeWrapperImpl::buildParameterInfo() {
-    description::Information& information = binding().parameterInfo();
-    information.addFixedParameters();
+    information().addFixedParameters();
     if (directRegisterAccess()) {
-        description::direct_access::describeRegisters(information, binding().designImage());
+        description::direct_access::describeRegisters(information(), binding().designImage());
     }
     if (directDesignAccess_) {
-        description::direct_access::describeDesignParameters(information, registry_, binding().designTree());
+        description::direct_access::describeDesignParameters(information(), registry_, binding().designTree());
     }
 }
 
-parameters::Parameter& FgZeWrapperImpl::enrolled(std::int32_t id) const {
+parameters::Parameter& FgZeWrapperImpl::parameterOf(std::int32_t id) const {
     parameters::Parameter* parameter = dispatch_.find(id);
     parameters::require(parameter != nullptr, FG_ERROR_UNKNOWN);
     return *parameter;
@@ -113,13 +101,13 @@ bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& parse
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
     const auto bothSets = triggerUnit_.acceptBothSets(); // a file holds both, whichever is in force
     return persistence::applyParameters(
-        parser, [this](std::int32_t id) -> auto& { return enrolled(id); });
+        parser, [this](std::int32_t id) -> auto& { return parameterOf(id); });
 }
 
 void FgZeWrapperImpl::storeConfiguration(persistence::Fg_ConfigFileParser& parser) {
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
     persistence::storeParameters(
-        parser, [this](std::int32_t id) -> auto& { return enrolled(id); });
+        parser, [this](std::int32_t id) -> auto& { return parameterOf(id); });
 }
 
 // Nothing that the design offers; no export reaches these four.
@@ -194,26 +182,25 @@ std::int32_t FgZeWrapperImpl::freeShading(ShadingAccess* shading) {
 
 std::int32_t FgZeWrapperImpl::setSubValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
                                               float value) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->setSubValue(x, channel, value);
+    return shading == nullptr ? FG_ERROR_UNKNOWN : shading->setSubValue(x, channel, value);
 }
 
 std::int32_t FgZeWrapperImpl::setMultValueLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
                                                float value) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->setMultValue(x, channel, value);
+    return shading == nullptr ? FG_ERROR_UNKNOWN : shading->setMultValue(x, channel, value);
 }
 
 std::int32_t FgZeWrapperImpl::setFixedPatternNoiseLine(ShadingAccess* shading, std::int32_t x, std::int32_t channel,
                                                        std::int32_t on) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN)
-                              : shading->setDefective(x, channel, on != 0);
+    return shading == nullptr ? FG_ERROR_UNKNOWN : shading->setDefective(x, channel, on != 0);
 }
 
 std::int32_t FgZeWrapperImpl::getMaxLine(ShadingAccess* shading) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->lineCount();
+    return shading == nullptr ? FG_ERROR_UNKNOWN : shading->lineCount();
 }
 
 std::int32_t FgZeWrapperImpl::getAccess(ShadingAccess* shading) {
-    return shading == nullptr ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : shading->activate();
+    return shading == nullptr ? FG_ERROR_UNKNOWN : shading->activate();
 }
 
 std::int32_t FgZeWrapperImpl::freeAccess(ShadingAccess* shading) {

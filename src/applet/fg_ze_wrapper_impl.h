@@ -75,7 +75,7 @@ class FgZeWrapperImpl final : public FgZeWrapper {
   private:
     void loadInspectSettings();
     /** The parameter of a fixed identifier; raises -2070 when there is none. */
-    parameters::Parameter& enrolled(std::int32_t id) const;
+    parameters::Parameter& parameterOf(std::int32_t id) const;
 
     templates::platform::CriticalSection objectLock_; ///< held for the whole of every parameter set and get
     persistence::SettingsStore inspectSettings_;

@@ -112,7 +112,7 @@ extern "C" int32_t Info(int32_t request, uint32_t index1, uint32_t index2, void*
     }
     if (const auto* fact = std::ranges::find(facts, request, &Fact::request); fact != std::end(facts)) {
         const bool refused = (fact->indices >= 1 && index1 != 0) || (fact->indices >= 2 && index2 != 0);
-        return refused ? static_cast<std::int32_t>(FG_ERROR_UNKNOWN) : fact->answer;
+        return refused ? FG_ERROR_UNKNOWN : fact->answer;
     }
     if (const auto* text = std::ranges::find(texts, request, &Text::request); text != std::end(texts)) {
         put(out2, text->text);

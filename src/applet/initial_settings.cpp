@@ -2,6 +2,8 @@
 
 #include "applet/fg_ze_wrapper_impl.h"
 
+#include <variant>
+
 namespace qelm::applet {
 namespace {
 
@@ -16,30 +18,12 @@ constexpr std::int32_t handledLater[] = {
 
 struct InitialSetting {
     std::int32_t id;
-    double value; // every value of the list is exact in a double
+    std::variant<std::int32_t, double> value; ///< floating-point parameters alone stand with a point
 };
 constexpr InitialSetting initialSettings[] = {
 #define INITIAL_SETTING(parameter, value) {parameter, value},
 #include "applet/initial_settings.inc"
 };
-
-void applySwallowing(parameters::Parameter& parameter, double value) {
-    const auto set = [&](auto typed) { parameter.set(&typed, parameters::OnFailure::swallow); };
-    switch (parameter.type()) {
-    case parameters::ValueType::unsigned32:
-        set(static_cast<std::uint32_t>(value));
-        break;
-    case parameters::ValueType::signed32:
-        set(static_cast<std::int32_t>(value));
-        break;
-    case parameters::ValueType::float64:
-        set(value);
-        break;
-    case parameters::ValueType::text:
-    case parameters::ValueType::lutEntry:
-        break; // none in the list
-    }
-}
 
 } // namespace
 
@@ -57,13 +41,11 @@ void FgZeWrapperImpl::prepareDesign() {
 
 void FgZeWrapperImpl::applyInitialSettings() {
     for (std::size_t i = 0; i < parameters::DesignAccess::simulatorRegisterCount; ++i) {
-        parameters::attempt(parameters::OnFailure::swallow,
-                            [&] { design_.write(static_cast<parameters::SimulatorRegister>(i), 0); });
+        parameters::skipRefusal([&] { design_.write(static_cast<parameters::SimulatorRegister>(i), 0); });
     }
     for (const InitialSetting& setting : initialSettings) {
-        if (parameters::Parameter* parameter = dispatch_.find(setting.id)) {
-            applySwallowing(*parameter, setting.value);
-        }
+        const auto value = std::visit([](auto number) -> parameters::Value { return number; }, setting.value);
+        parameters::skipRefusal([&] { parameterOf(setting.id).set(value); });
     }
 }
 

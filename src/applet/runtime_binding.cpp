@@ -63,8 +63,7 @@ std::int32_t RuntimeBinding::initRuntimeHandle(const char* hapFileName, void* bo
                                                : init(hapFileName, board, designImage);
     if (runtimeHandle_ == nullptr) {
         const auto runtimeError = functions()[maker::runtime::Fg_getLastErrorNumber];
-        return setLastError(runtimeError != nullptr ? runtimeError(nullptr)
-                                                    : static_cast<std::int32_t>(FG_ERROR_DESIGN_IMAGE));
+        return setLastError(runtimeError != nullptr ? runtimeError(nullptr) : FG_ERROR_DESIGN_IMAGE);
     }
     rememberUnlessNull(processLastBoard, board);
     rememberUnlessNull(processLastDesignImage, designImage);
@@ -93,8 +92,7 @@ const DesignNode* RuntimeBinding::designTree() const {
 
 std::int32_t RuntimeBinding::fetchRuntimeError() const {
     const auto runtimeError = functions()[maker::runtime::Fg_getLastErrorNumber];
-    return runtimeError != nullptr && runtimeHandle_ != nullptr ? runtimeError(runtimeHandle_)
-                                                                : static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE);
+    return runtimeError != nullptr && runtimeHandle_ != nullptr ? runtimeError(runtimeHandle_) : FG_ERROR_NOT_AVAILABLE;
 }
 
 } // namespace qelm::applet

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "description/information.h"
 #include "maker/runtime_function_table.h"
 
 #include <atomic>
@@ -41,13 +40,11 @@ class RuntimeBinding {
     void* runtimeHandle() const { return runtimeHandle_; }
     void* board() const { return board_; }
     void* designImage() const { return designImage_; }
-    description::Information& parameterInfo() { return *parameterInfo_; }
 
     /** The runtime's last error for this board; -12 when it cannot be asked. */
     std::int32_t fetchRuntimeError() const;
 
     /** The applet's own last error; written by whichever thread called last. */
-    std::atomic<std::int32_t>& lastErrorSlot() { return lastError_; }
     std::int32_t lastError() const { return lastError_.load(std::memory_order_relaxed); }
     std::int32_t setLastError(std::int32_t code) {
         lastError_.store(code, std::memory_order_relaxed);
@@ -65,7 +62,6 @@ class RuntimeBinding {
     void* runtimeModule_ = nullptr;
     maker::GetParameterIdByName getParameterIdByName_ = nullptr;
     maker::GetDesignTree getDesignTree_ = nullptr;
-    std::unique_ptr<description::Information> parameterInfo_ = std::make_unique<description::Information>();
     std::atomic<std::int32_t> lastError_ = 0;
 };
 

@@ -35,42 +35,23 @@ auto passesOn(parameters::DesignAccess& design, std::int32_t id) {
 
 } // namespace
 
-void BoardStatus::Forwarded::get(void* value) {
-    const std::int32_t result = design_.getRuntimeParameter(id(), value, port);
-    require(result == 0, result);
-}
-
-void BoardStatus::Forwarded::set(const void* /*value*/, parameters::OnFailure onFailure) {
-    parameters::refuseReadOnly(onFailure);
-}
-
-BoardStatus::BoardStatus(parameters::DesignAccess& design, std::string designImageFileName)
+BoardStatus::BoardStatus(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                         std::string designImageFileName)
     : design_(design)
-    , timeout_(FG_TIMEOUT, 1000000,
+    , timeout_(dispatch, FG_TIMEOUT, 1000000,
                {.check = parameters::inRange(shortestTimeout, longestTimeout), .apply = passesOn(design, FG_TIMEOUT)})
-    , turboDmaMode_(FG_TURBO_DMA_MODE, 0,
+    , turboDmaMode_(dispatch, FG_TURBO_DMA_MODE, 0,
                     {.check = parameters::inRange(0U, 1U), .apply = passesOn(design, FG_TURBO_DMA_MODE)})
-    , overflow_(FG_OVERFLOW, [this] { return readOverflow(); })
-    , fillLevel_(FG_FILLLEVEL, [this] { return readFillLevel(readOverflow()); })
-    , extendedStatus_(FG_CAMSTATUS_EXTENDED, [this] { return readExtendedStatus(); })
-    , cameraStatus_(FG_CAMSTATUS, [this] { return readExtendedStatus() & 1U; })
-    , appletId_(FG_APPLET_ID, [] { return appletId; })
-    , appletVersion_(FG_APPLET_VERSION, [] { return appletVersion; })
-    , appletRevision_(FG_APPLET_REVISION, [] { return appletRevision; })
-    , hapFile_(FG_HAP_FILE, [name = std::move(designImageFileName)] { return name; }) {
+    , overflow_(dispatch, FG_OVERFLOW, parameters::calls(this, &BoardStatus::readOverflow))
+    , fillLevel_(dispatch, FG_FILLLEVEL, [this] { return readFillLevel(readOverflow()); })
+    , extendedStatus_(dispatch, FG_CAMSTATUS_EXTENDED, parameters::calls(this, &BoardStatus::readExtendedStatus))
+    , cameraStatus_(dispatch, FG_CAMSTATUS, [this] { return readExtendedStatus() & 1U; })
+    , appletId_(dispatch, FG_APPLET_ID, [] { return appletId; })
+    , appletVersion_(dispatch, FG_APPLET_VERSION, [] { return appletVersion; })
+    , appletRevision_(dispatch, FG_APPLET_REVISION, [] { return appletRevision; })
+    , hapFile_(dispatch, FG_HAP_FILE, [name = std::move(designImageFileName)] { return name; }) {
     for (const std::int32_t id : answeredByRuntime) {
-        forwarded_.emplace_back(id, design);
-    }
-}
-
-void BoardStatus::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &timeout_, &turboDmaMode_, &overflow_, &fillLevel_, &extendedStatus_, &cameraStatus_, &appletId_,
-             &appletVersion_, &appletRevision_, &hapFile_}) {
-        dispatch.add(*parameter);
-    }
-    for (Forwarded& parameter : forwarded_) {
-        dispatch.add(parameter);
+        dispatch.addAnsweredByRuntime(id);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "parameters/parameter_kinds.h"
 
 #include <cstdint>
-#include <deque>
 #include <string>
 
 namespace qelm::features {
@@ -14,37 +13,19 @@ namespace qelm::features {
  */
 class BoardStatus {
   public:
-    BoardStatus(parameters::DesignAccess& design, std::string designImageFileName);
-
-    void enroll(parameters::Dispatch& dispatch);
+    BoardStatus(parameters::Dispatch& dispatch, parameters::DesignAccess& design, std::string designImageFileName);
 
   private:
-    /** A read-only parameter that the runtime answers for, under the same identifier. */
-    class Forwarded final : public parameters::Parameter {
-      public:
-        Forwarded(std::int32_t id, parameters::DesignAccess& design)
-            : Parameter(id, parameters::ValueType::unsigned32)
-            , design_(design) {}
-
-        void get(void* value) override;
-        void set(const void* value, parameters::OnFailure onFailure) override;
-        void assign(const void* /*value*/) override {}
-
-      private:
-        parameters::DesignAccess& design_;
-    };
-
     std::uint32_t readOverflow() const;
     std::uint32_t readFillLevel(std::uint32_t overflow) const; ///< percent
     std::uint32_t readExtendedStatus() const;
 
     parameters::DesignAccess& design_;
-    parameters::Remembered<std::uint32_t> timeout_; ///< seconds
-    parameters::Remembered<std::uint32_t> turboDmaMode_;
+    parameters::Cached<std::uint32_t> timeout_; ///< seconds
+    parameters::Cached<std::uint32_t> turboDmaMode_;
     parameters::ReadOnly<std::uint32_t> overflow_, fillLevel_, extendedStatus_, cameraStatus_;
     parameters::ReadOnly<std::uint32_t> appletId_, appletVersion_, appletRevision_;
     parameters::ReadOnly<std::string> hapFile_;
-    std::deque<Forwarded> forwarded_;
 };
 
 } // namespace qelm::features

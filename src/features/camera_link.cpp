@@ -7,6 +7,12 @@ namespace enumerations = parameters::enumerations;
 using enum parameters::DesignParameter;
 
 constexpr std::uint32_t tapCount = 4;
+constexpr parameters::DesignParameter tapSelections[tapCount] = {
+    Buffer_0_SelectTaps_Tap0_SELECT_Value,
+    Buffer_0_SelectTaps_Tap1_SELECT_Value,
+    Buffer_0_SelectTaps_Tap2_SELECT_Value,
+    Buffer_0_SelectTaps_Tap3_SELECT_Value,
+};
 
 struct CameraFormat {
     std::int32_t cameraType;
@@ -31,23 +37,17 @@ constexpr std::uint32_t sourceTap(std::uint32_t code, std::uint32_t tap) {
 
 } // namespace
 
-CameraLink::CameraLink(parameters::DesignAccess& design)
+CameraLink::CameraLink(parameters::Dispatch& dispatch, parameters::DesignAccess& design)
     : design_(design)
-    , cameraType_(FG_CAMERA_LINK_CAMTYPE, FG_CL_MEDIUM_8_BIT,
+    , cameraType_(dispatch, FG_CAMERA_LINK_CAMTYPE, FG_CL_MEDIUM_8_BIT,
                   {.check = parameters::oneOf<std::int32_t>(enumerations::CameraType),
-                   .apply = [this](auto...) { writeCameraType(); }})
-    , useDval_(FG_USEDVAL, FG_YES,
+                   .apply = parameters::calls(this, &CameraLink::writeCameraType)})
+    , useDval_(dispatch, FG_USEDVAL, FG_YES,
                {.check = parameters::oneOf<std::int32_t>(enumerations::YesNo),
                 .apply = parameters::writesTo(design, Camera_UseDval)})
-    , tapGeometry_(FG_DEVICETAPGEOMETRY, Geometry_2XE_2YE,
+    , tapGeometry_(dispatch, FG_DEVICETAPGEOMETRY, Geometry_2XE_2YE,
                    {.check = parameters::oneOf<std::uint32_t>(enumerations::TapGeometry),
-                    .apply = [this](auto...) { writeTapGeometry(); }}) {}
-
-void CameraLink::enroll(parameters::Dispatch& dispatch) {
-    dispatch.add(cameraType_);
-    dispatch.add(useDval_);
-    dispatch.add(tapGeometry_);
-}
+                    .apply = parameters::calls(this, &CameraLink::writeTapGeometry)}) {}
 
 void CameraLink::writeCameraType() {
     for (const CameraFormat& format : cameraFormats) {
@@ -56,7 +56,7 @@ void CameraLink::writeCameraType() {
             return;
         }
     }
-    throw static_cast<int>(FG_ERROR_NO_TRANSLATION);
+    throw FG_ERROR_NO_TRANSLATION;
 }
 
 void CameraLink::writeTapGeometry() {
@@ -71,7 +71,7 @@ void CameraLink::writeTapGeometry() {
                       {.value = mirrored(code, tap), .index = tap});
     }
     for (std::uint32_t tap = 0; tap < tapCount; ++tap) {
-        design_.write(offset(Buffer_0_SelectTaps_Tap0_SELECT_Value, tap), sourceTap(code, tap));
+        design_.write(tapSelections[tap], sourceTap(code, tap));
     }
 }
 

@@ -11,18 +11,16 @@ namespace qelm::features {
 /** How the camera delivers its image: Camera Link type, DVAL, and the geometry of its four taps. */
 class CameraLink {
   public:
-    explicit CameraLink(parameters::DesignAccess& design);
-
-    void enroll(parameters::Dispatch& dispatch);
+    CameraLink(parameters::Dispatch& dispatch, parameters::DesignAccess& design);
 
   private:
     void writeCameraType();
     void writeTapGeometry();
 
     parameters::DesignAccess& design_;
-    parameters::Remembered<std::int32_t> cameraType_;
-    parameters::Remembered<std::int32_t> useDval_;
-    parameters::Remembered<std::uint32_t> tapGeometry_;
+    parameters::Cached<std::int32_t> cameraType_;
+    parameters::Cached<std::int32_t> useDval_;
+    parameters::Cached<std::uint32_t> tapGeometry_;
 };
 
 } // namespace qelm::features

@@ -27,68 +27,63 @@ std::uint32_t words(std::uint32_t pixels) {
 
 } // namespace
 
-CameraSimulator::CameraSimulator(parameters::DesignAccess& design, description::Information& information)
+CameraSimulator::CameraSimulator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                                 description::Information& information)
     : design_(design)
     , information_(information)
-    , enable_(FG_GEN_ENABLE, FG_CAMPORT,
+    , enable_(dispatch, FG_GEN_ENABLE, FG_CAMPORT,
               {.check = parameters::oneOf<std::uint32_t>(enumerations::ImageSource),
                .apply = parameters::writesTo(design, AAGenEnable)})
-    , start_(FG_GEN_START, FG_ON,
+    , start_(dispatch, FG_GEN_START, FG_ON,
              {.check = parameters::oneOf<std::uint32_t>(enumerations::OnOff),
               .apply = parameters::writesTo(design, AAGenStart)})
-    , width_(FG_GEN_WIDTH, 2048,
-             {.check = parameters::inRange(0U, counterMaximum), .apply = [this](auto...) { writeWidths(); }})
-    , lineGap_(FG_GEN_LINE_GAP, 4,
-               {.check = parameters::inRange(0U, counterMaximum), .apply = [this](auto...) { writeWidths(); }})
-    , height_(FG_GEN_HEIGHT, 512,
+    , width_(dispatch, FG_GEN_WIDTH, 2048,
+             {.check = parameters::inRange(0U, counterMaximum),
+              .apply = parameters::calls(this, &CameraSimulator::writeWidths)})
+    , lineGap_(dispatch, FG_GEN_LINE_GAP, 4,
+               {.check = parameters::inRange(0U, counterMaximum),
+                .apply = parameters::calls(this, &CameraSimulator::writeWidths)})
+    , height_(dispatch, FG_GEN_HEIGHT, 512,
               {.check = parameters::inRange(0U, counterMaximum),
                // A height of 0 wraps to all ones; callers rely on it.
                .apply = [this](std::uint32_t height, auto) { design_.write(AAGenHeight, height - 1); }})
-    , frequency_(FG_GEN_FREQ, initialFrequency,
+    , frequency_(dispatch, FG_GEN_FREQ, initialFrequency,
                  {.check =
                       [this](double frequency) {
                           require(frequency >= lowestFrequency(accuracy_.value()) && frequency <= baseClock,
                                   FG_ERROR_OUT_OF_RANGE);
                           divide(accuracy_.value(), frequency);
                       },
-                  .apply = [this](auto...) { writeClock(); },
+                  .apply = parameters::calls(this, &CameraSimulator::writeClock),
                   .settled = [this] { clock_ = divide(accuracy_.value(), frequency_.value()); }})
-    , accuracy_(FG_GEN_ACCURACY, initialAccuracy,
+    , accuracy_(dispatch, FG_GEN_ACCURACY, initialAccuracy,
                 {.check =
                      [this](std::uint32_t accuracy) {
                          require(accuracy >= std::ceil(slowestClock / frequency_.value()) && accuracy <= counterMaximum,
                                  FG_ERROR_OUT_OF_RANGE);
                          divide(accuracy, frequency_.value());
                      },
-                 .apply = [this](auto...) { writeClock(); },
+                 .apply = parameters::calls(this, &CameraSimulator::writeClock),
                  .settled =
                      [this] {
                          clock_ = divide(accuracy_.value(), frequency_.value());
                          information_.setFloatRange(FG_GEN_FREQ, lowestFrequency(accuracy_.value()), baseClock);
                      }})
     , clock_(divide(initialAccuracy, initialFrequency))
-    , tap1_(tap(FG_GEN_TAP1, 0))
-    , tap2_(tap(FG_GEN_TAP2, 1))
-    , tap3_(tap(FG_GEN_TAP3, 2))
-    , tap4_(tap(FG_GEN_TAP4, 3))
-    , roll_(FG_GEN_ROLL, 0,
+    , tap1_(tap(dispatch, FG_GEN_TAP1, 0))
+    , tap2_(tap(dispatch, FG_GEN_TAP2, 1))
+    , tap3_(tap(dispatch, FG_GEN_TAP3, 2))
+    , tap4_(tap(dispatch, FG_GEN_TAP4, 3))
+    , roll_(dispatch, FG_GEN_ROLL, 0,
             {.check = parameters::inRange(0U, rollMaximum), .apply = parameters::writesTo(design, AAGenRoll)})
-    , active_(FG_GEN_ACTIVE, [this] { return clock_.active; })
-    , passive_(FG_GEN_PASSIVE, [this] { return clock_.passive; })
-    , lineWidth_(FG_GEN_LINE_WIDTH, [this] { return width_.value() + lineGap_.value(); }) {}
-
-void CameraSimulator::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &enable_, &start_, &width_, &lineGap_, &height_, &frequency_, &accuracy_, &tap1_, &tap2_, &tap3_, &tap4_,
-             &roll_, &active_, &passive_, &lineWidth_}) {
-        dispatch.add(*parameter);
-    }
-}
+    , active_(dispatch, FG_GEN_ACTIVE, [this] { return clock_.active; })
+    , passive_(dispatch, FG_GEN_PASSIVE, [this] { return clock_.passive; })
+    , lineWidth_(dispatch, FG_GEN_LINE_WIDTH, [this] { return width_.value() + lineGap_.value(); }) {}
 
 // The four taps share one mask register; its shadow is the mask.
-CameraSimulator::Tap CameraSimulator::tap(std::int32_t id, std::uint32_t bit) {
+CameraSimulator::Tap CameraSimulator::tap(parameters::Dispatch& dispatch, std::int32_t id, std::uint32_t bit) {
     return Tap(
-        id, FG_ON,
+        dispatch, id, FG_ON,
         {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff), .apply = [this, bit](std::int32_t value, auto) {
              const std::uint64_t flag = std::uint64_t{1} << bit;
              const std::uint64_t mask = design_.shadow(AAGenMask);

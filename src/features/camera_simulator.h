@@ -15,13 +15,12 @@ namespace qelm::features {
  */
 class CameraSimulator {
   public:
-    CameraSimulator(parameters::DesignAccess& design, description::Information& information);
-
-    void enroll(parameters::Dispatch& dispatch);
+    CameraSimulator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                    description::Information& information);
 
   private:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
-    using Tap = parameters::Remembered<std::int32_t>;
+    using Unsigned = parameters::Cached<std::uint32_t>;
+    using Tap = parameters::Cached<std::int32_t>;
 
     /** Cycles of the base clock, out of every `accuracy`. */
     struct Clock {
@@ -31,14 +30,14 @@ class CameraSimulator {
     /** Raises -6000 when accuracy and frequency (MHz) make no such clock. */
     static Clock divide(std::uint32_t accuracy, double frequency);
 
-    Tap tap(std::int32_t id, std::uint32_t bit);
+    Tap tap(parameters::Dispatch& dispatch, std::int32_t id, std::uint32_t bit);
     void writeWidths();
     void writeClock();
 
     parameters::DesignAccess& design_;
     description::Information& information_;
     Unsigned enable_, start_, width_, lineGap_, height_;
-    parameters::Remembered<double> frequency_;
+    parameters::Cached<double> frequency_;
     Unsigned accuracy_;
     Clock clock_; ///< of the frequency and accuracy last accepted
     Tap tap1_, tap2_, tap3_, tap4_;

@@ -1,17 +1,15 @@
 #include "features/description_query.h"
 
-#include "parameters/parameter_kinds.h"
-
 namespace qelm::features {
 
-void DescriptionQuery::get(void* nameThenDescription) {
-    const char* description = registry_.description(parameters::load<std::string>(nameThenDescription));
+parameters::Value DescriptionQuery::get(const parameters::Value& request) {
+    const char* description = registry_.description(std::get<std::string>(request));
     parameters::require(description != nullptr, FG_ERROR_UNKNOWN);
-    parameters::store(std::string(description), nameThenDescription);
+    return description;
 }
 
-void DescriptionQuery::set(const void* /*value*/, parameters::OnFailure onFailure) {
-    parameters::refuseReadOnly(onFailure);
+void DescriptionQuery::set(const parameters::Value& /*value*/) {
+    throw FG_ERROR_NOT_AVAILABLE;
 }
 
 } // namespace qelm::features

@@ -13,13 +13,14 @@ class DescriptionQuery final : public parameters::Parameter {
   public:
     static constexpr std::int32_t identifier = 24114;
 
-    explicit DescriptionQuery(const parameters::Registry& registry)
-        : Parameter(identifier, parameters::ValueType::text)
+    DescriptionQuery(parameters::Dispatch& dispatch, const parameters::Registry& registry)
+        : Parameter(dispatch, identifier, parameters::ValueType::description)
         , registry_(registry) {}
 
-    void get(void* nameThenDescription) override;
-    void set(const void* value, parameters::OnFailure onFailure) override;
-    void assign(const void* /*value*/) override {}
+    /** @param request the parameter's name */
+    parameters::Value get(const parameters::Value& request) override;
+    void set(const parameters::Value& value) override;
+    void store(const parameters::Value& /*value*/) override {}
 
   private:
     const parameters::Registry& registry_;

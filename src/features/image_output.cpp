@@ -21,38 +21,31 @@ constexpr FormatSource formatSources[] = {
 
 } // namespace
 
-ImageOutput::ImageOutput(parameters::DesignAccess& design)
+ImageOutput::ImageOutput(parameters::Dispatch& dispatch, parameters::DesignAccess& design)
     : design_(design)
-    , noiseFilter_(FG_NOISEFILTER, FG_OFF,
+    , noiseFilter_(dispatch, FG_NOISEFILTER, FG_OFF,
                    {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
                     .apply = parameters::writesTo(design, NoiseFilter_Select_Value)})
-    , selectPeriod_(FG_IMG_SELECT_PERIOD, 1,
+    , selectPeriod_(dispatch, FG_IMG_SELECT_PERIOD, 1,
                     {.check =
                          [this](std::uint32_t period) {
                              require(period >= 1 && period <= longestPeriod, FG_ERROR_OUT_OF_RANGE);
                              require(period > select_.value(), FG_ERROR_OUT_OF_RANGE);
                          },
                      .apply = parameters::writesTo(design, ImageSelector_FG_IMG_SELECT_PERIOD_Divisor)})
-    , select_(FG_IMG_SELECT, 0,
+    , select_(dispatch, FG_IMG_SELECT, 0,
               {.check =
                    [this](std::uint32_t select) {
                        require(select < longestPeriod && select < selectPeriod_.value(), FG_ERROR_OUT_OF_RANGE);
                    },
                .apply = parameters::writesTo(design, ImageSelector_FG_IMG_SELECT_PHASE_Number)})
-    , format_(FG_FORMAT, FG_GRAY,
+    , format_(dispatch, FG_FORMAT, FG_GRAY,
               {.check = parameters::oneOf<std::int32_t>(enumerations::PixelFormat),
-               .apply = [this](auto...) { writeFormat(); }})
-    , bitAlignment_(FG_BITALIGNMENT, FG_LEFT_ALIGNED,
+               .apply = parameters::calls(this, &ImageOutput::writeFormat)})
+    , bitAlignment_(dispatch, FG_BITALIGNMENT, FG_LEFT_ALIGNED,
                     {.check = parameters::oneOf<std::int32_t>(enumerations::BitAlignment),
                      .apply = parameters::writesTo(design, OutputFormat_FG_BITALIGNMENT_Value)})
-    , pixelDepth_(FG_PIXELDEPTH, [] { return bitsPerPixel; }) {}
-
-void ImageOutput::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &noiseFilter_, &selectPeriod_, &select_, &format_, &bitAlignment_, &pixelDepth_}) {
-        dispatch.add(*parameter);
-    }
-}
+    , pixelDepth_(dispatch, FG_PIXELDEPTH, [] { return bitsPerPixel; }) {}
 
 void ImageOutput::writeFormat() {
     for (const FormatSource& source : formatSources) {
@@ -61,7 +54,7 @@ void ImageOutput::writeFormat() {
             return;
         }
     }
-    throw static_cast<int>(FG_ERROR_NO_TRANSLATION);
+    throw FG_ERROR_NO_TRANSLATION;
 }
 
 } // namespace qelm::features

@@ -60,67 +60,59 @@ void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uin
     }
 }
 
-LookupTable::Entry::Entry(LookupTable& table)
-    : Parameter(FG_LUT_VALUE, parameters::ValueType::lutEntry)
+LookupTable::Entry::Entry(parameters::Dispatch& dispatch, LookupTable& table)
+    : Parameter(dispatch, FG_LUT_VALUE, parameters::ValueType::lutEntry)
     , owner_(table) {}
 
-void LookupTable::Entry::get(void* value) {
-    auto entry = parameters::load<LutEntry>(value);
+parameters::Value LookupTable::Entry::get(const parameters::Value& request) {
+    auto entry = std::get<LutEntry>(request);
     require(entry.index < entryCount, FG_ERROR_UNKNOWN);
     entry.value = owner_.table_[entry.index];
-    parameters::store(entry, value);
+    return entry;
 }
 
-void LookupTable::Entry::set(const void* value, parameters::OnFailure onFailure) {
-    parameters::attempt(onFailure, [&] {
-        const auto entry = parameters::load<LutEntry>(value);
-        require(entry.index < entryCount && entry.value <= maxOut, FG_ERROR_OUT_OF_RANGE);
-        const std::uint32_t previous = std::exchange(owner_.table_[entry.index], entry.value);
-        try {
-            owner_.design_.write(LookupTable_LookupTable_LUTcontent, {.value = entry.value, .index = entry.index});
-        } catch (...) {
-            owner_.table_[entry.index] = previous;
-            throw;
-        }
-    });
+void LookupTable::Entry::set(const parameters::Value& value) {
+    const auto entry = std::get<LutEntry>(value);
+    require(entry.index < entryCount && entry.value <= maxOut, FG_ERROR_OUT_OF_RANGE);
+    const std::uint32_t previous = std::exchange(owner_.table_[entry.index], entry.value);
+    try {
+        owner_.design_.write(LookupTable_LookupTable_LUTcontent, {.value = entry.value, .index = entry.index});
+    } catch (...) {
+        owner_.table_[entry.index] = previous;
+        throw;
+    }
 }
 
-void LookupTable::Entry::assign(const void* value) {
-    const auto entry = parameters::load<LutEntry>(value);
+void LookupTable::Entry::store(const parameters::Value& value) {
+    const auto entry = std::get<LutEntry>(value);
     if (entry.index < entryCount) {
         owner_.table_[entry.index] = entry.value;
     }
 }
 
-LookupTable::LookupTable(parameters::DesignAccess& design, description::Information& information)
+LookupTable::LookupTable(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                         description::Information& information)
     : design_(design)
     , information_(information)
-    , type_(FG_LUT_TYPE, LUT_TYPE_PROCESSING,
+    , type_(dispatch, FG_LUT_TYPE, LUT_TYPE_PROCESSING,
             {.check = parameters::oneOf<std::int32_t>(enumerations::LutType),
-             .apply = [this](auto...) { fill(); },
-             .settled = [this] { updateAccess(); }})
-    , customFile_(FG_LUT_CUSTOM_FILE, "", {.apply = [this](auto...) { loadFile(); }})
-    , saveFile_(FG_LUT_SAVE_FILE, "", {.apply = [this](auto...) { saveFile(); }})
-    , offset_(FG_PROCESSING_OFFSET, 0.0,
-              {.check = parameters::inRange(-1.0, 1.0), .apply = [this](auto...) { process(); }})
-    , gain_(FG_PROCESSING_GAIN, 1.0,
-            {.check = parameters::inRange(0.0, 4096.0), .apply = [this](auto...) { process(); }})
-    , gamma_(FG_PROCESSING_GAMMA, 1.0,
-             {.check = parameters::inRange(-1000.0, 1000.0), .apply = [this](auto...) { process(); }})
-    , invert_(FG_PROCESSING_INVERT, FG_OFF,
-              {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff), .apply = [this](auto...) { process(); }})
-    , entry_(*this)
-    , implementation_(FG_LUT_IMPLEMENTATION_TYPE, [] { return std::int32_t{LUT_IMPLEMENTATION_FULL_LUT}; })
-    , inBits_(FG_LUT_IN_BITS, [] { return bits; })
-    , outBits_(FG_LUT_OUT_BITS, [] { return bits; }) {}
-
-void LookupTable::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter :
-         std::initializer_list<parameters::Parameter*>{&type_, &customFile_, &saveFile_, &offset_, &gain_, &gamma_,
-                                                       &invert_, &entry_, &implementation_, &inBits_, &outBits_}) {
-        dispatch.add(*parameter);
-    }
-}
+             .apply = parameters::calls(this, &LookupTable::fill),
+             .settled = parameters::calls(this, &LookupTable::updateAccess)})
+    , customFile_(dispatch, FG_LUT_CUSTOM_FILE, "", {.apply = parameters::calls(this, &LookupTable::loadFile)})
+    , saveFile_(dispatch, FG_LUT_SAVE_FILE, "", {.apply = parameters::calls(this, &LookupTable::saveFile)})
+    , offset_(dispatch, FG_PROCESSING_OFFSET, 0.0,
+              {.check = parameters::inRange(-1.0, 1.0), .apply = parameters::calls(this, &LookupTable::process)})
+    , gain_(dispatch, FG_PROCESSING_GAIN, 1.0,
+            {.check = parameters::inRange(0.0, 4096.0), .apply = parameters::calls(this, &LookupTable::process)})
+    , gamma_(dispatch, FG_PROCESSING_GAMMA, 1.0,
+             {.check = parameters::inRange(-1000.0, 1000.0), .apply = parameters::calls(this, &LookupTable::process)})
+    , invert_(dispatch, FG_PROCESSING_INVERT, FG_OFF,
+              {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
+               .apply = parameters::calls(this, &LookupTable::process)})
+    , entry_(dispatch, *this)
+    , implementation_(dispatch, FG_LUT_IMPLEMENTATION_TYPE, [] { return std::int32_t{LUT_IMPLEMENTATION_FULL_LUT}; })
+    , inBits_(dispatch, FG_LUT_IN_BITS, [] { return bits; })
+    , outBits_(dispatch, FG_LUT_OUT_BITS, [] { return bits; }) {}
 
 // Either of the two does nothing in the other's mode.
 void LookupTable::fill() {

@@ -29,18 +29,18 @@ class LookupTable {
   public:
     static constexpr std::size_t entryCount = 4096;
 
-    LookupTable(parameters::DesignAccess& design, description::Information& information);
-
-    void enroll(parameters::Dispatch& dispatch);
+    LookupTable(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                description::Information& information);
 
   private:
     /** FG_LUT_VALUE: an entry named by the index in the value itself. */
     class Entry final : public parameters::Parameter {
       public:
-        explicit Entry(LookupTable& table);
-        void get(void* value) override;
-        void set(const void* value, parameters::OnFailure onFailure) override;
-        void assign(const void* value) override;
+        Entry(parameters::Dispatch& dispatch, LookupTable& table);
+        /** @param request a LutEntry with the index */
+        parameters::Value get(const parameters::Value& request) override;
+        void set(const parameters::Value& value) override;
+        void store(const parameters::Value& value) override;
 
       private:
         LookupTable& owner_;
@@ -56,13 +56,13 @@ class LookupTable {
     parameters::DesignAccess& design_;
     description::Information& information_;
     std::array<std::uint32_t, entryCount> table_{}; ///< what the design was told last; entry i is the output for i
-    parameters::Remembered<std::int32_t> type_;
-    parameters::Remembered<std::string> customFile_;
-    parameters::Remembered<std::string> saveFile_;
-    parameters::Remembered<double> offset_;
-    parameters::Remembered<double> gain_;
-    parameters::Remembered<double> gamma_;
-    parameters::Remembered<std::int32_t> invert_;
+    parameters::Cached<std::int32_t> type_;
+    parameters::Cached<std::string> customFile_;
+    parameters::Cached<std::string> saveFile_;
+    parameters::Cached<double> offset_;
+    parameters::Cached<double> gain_;
+    parameters::Cached<double> gamma_;
+    parameters::Cached<std::int32_t> invert_;
     Entry entry_;
     parameters::ReadOnly<std::int32_t> implementation_;
     parameters::ReadOnly<std::uint32_t> inBits_;

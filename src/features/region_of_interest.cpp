@@ -5,6 +5,8 @@
 namespace qelm::features {
 namespace {
 
+using parameters::calls;
+using parameters::DesignParameter;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -14,75 +16,85 @@ constexpr std::uint32_t minimumHeight = 2;
 constexpr std::uint32_t shadingColumn = 4; // pixels per column unit of the shading buffers
 constexpr std::uint32_t update = 1;        // written to UpdateROI
 
-// Signed: a camera made smaller than the region leaves a negative rest, into which nothing fits.
-std::int64_t rest(std::uint32_t camera, std::uint32_t taken) {
-    return std::int64_t{camera} - std::int64_t{taken};
+constexpr RegionOfInterest::ShadingBuffer shadingBuffers[] = {
+    {Shading_ShadingBuffer_0_XOffset, Shading_ShadingBuffer_0_XLength, Shading_ShadingBuffer_0_YOffset,
+     Shading_ShadingBuffer_0_YLength, Shading_ShadingBuffer_0_UpdateROI},
+    {Shading_ShadingBuffer_1_XOffset, Shading_ShadingBuffer_1_XLength, Shading_ShadingBuffer_1_YOffset,
+     Shading_ShadingBuffer_1_YLength, Shading_ShadingBuffer_1_UpdateROI},
+};
+
+// Signed: a camera made smaller than the region leaves less than nothing, into which nothing fits.
+std::int64_t remaining(const RegionOfInterest::Pixels& camera, const RegionOfInterest::Pixels& taken) {
+    return std::int64_t{camera.value()} - std::int64_t{taken.value()};
+}
+
+void checkCameraWidth(std::uint32_t width) {
+    require(width >= alignment && width <= designLimit, FG_ERROR_OUT_OF_RANGE);
+    require(width % alignment == 0, FG_ERROR_ALIGNMENT);
 }
 
 } // namespace
 
-RegionOfInterest::RegionOfInterest(parameters::DesignAccess& design, description::Information& information)
+RegionOfInterest::RegionOfInterest(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                                   description::Information& information)
     : design_(design)
     , information_(information)
-    , width_(FG_WIDTH, 1024,
-             {.check =
-                  [this](std::uint32_t width) {
-                      require(width >= alignment, FG_ERROR_OUT_OF_RANGE);
-                      require(width <= rest(cameraWidth_.value(), xOffset_.value()), FG_ERROR_OUT_OF_RANGE);
-                      require(width % alignment == 0, FG_ERROR_ALIGNMENT);
-                  },
-              .apply = [this](auto...) { writeWidth(); },
-              .settled = [this] { information_.setMaximum(FG_XOFFSET, rest(cameraWidth_.value(), width_.value())); }})
-    , height_(
-          FG_HEIGHT, 1024,
-          {.check =
-               [this](std::uint32_t height) {
-                   require(height >= minimumHeight, FG_ERROR_OUT_OF_RANGE);
-                   require(height <= rest(cameraHeight_.value(), yOffset_.value()), FG_ERROR_OUT_OF_RANGE);
-               },
-           .apply = [this](auto...) { writeHeight(); },
-           .settled = [this] { information_.setMaximum(FG_YOFFSET, rest(cameraHeight_.value(), height_.value())); }})
-    , xOffset_(FG_XOFFSET, 0,
-               {.check =
-                    [this](std::uint32_t x) {
-                        require(x <= rest(cameraWidth_.value(), width_.value()), FG_ERROR_OUT_OF_RANGE);
-                        require(x % alignment == 0, FG_ERROR_ALIGNMENT);
-                    },
-                .apply = [this](auto...) { writeXOffset(); },
-                .settled = [this] { information_.setMaximum(FG_WIDTH, rest(cameraWidth_.value(), xOffset_.value())); }})
-    , yOffset_(
-          FG_YOFFSET, 0,
-          {.check =
-               [this](std::uint32_t y) {
-                   require(y <= rest(cameraHeight_.value(), height_.value()), FG_ERROR_OUT_OF_RANGE);
-               },
-           .apply = [this](auto...) { writeYOffset(); },
-           .settled = [this] { information_.setMaximum(FG_HEIGHT, rest(cameraHeight_.value(), yOffset_.value())); }})
-    , cameraWidth_(FG_CAMERA_WIDTH, 1024,
-                   {.check =
-                        [](std::uint32_t width) {
-                            require(width >= alignment && width <= designLimit, FG_ERROR_OUT_OF_RANGE);
-                            require(width % alignment == 0, FG_ERROR_ALIGNMENT);
-                        },
-                    .apply = [this](auto...) { writeCameraWidth(); },
-                    .settled =
-                        [this] {
-                            information_.setMaximum(FG_WIDTH, rest(cameraWidth_.value(), xOffset_.value()));
-                            information_.setMaximum(FG_XOFFSET, rest(cameraWidth_.value(), width_.value()));
-                        }})
-    , cameraHeight_(FG_CAMERA_HEIGHT, 1024,
+    , width_(dispatch, FG_WIDTH, 1024,
+             {.check = calls(this, &RegionOfInterest::checkWidth),
+              .apply = calls(this, &RegionOfInterest::writeWidth),
+              .settled = calls(this, &RegionOfInterest::limitXOffset)})
+    , height_(dispatch, FG_HEIGHT, 1024,
+              {.check = calls(this, &RegionOfInterest::checkHeight),
+               .apply = calls(this, &RegionOfInterest::writeHeight),
+               .settled = calls(this, &RegionOfInterest::limitYOffset)})
+    , xOffset_(dispatch, FG_XOFFSET, 0,
+               {.check = calls(this, &RegionOfInterest::checkXOffset),
+                .apply = calls(this, &RegionOfInterest::writeXOffset),
+                .settled = calls(this, &RegionOfInterest::limitWidth)})
+    , yOffset_(dispatch, FG_YOFFSET, 0,
+               {.check = calls(this, &RegionOfInterest::checkYOffset),
+                .apply = calls(this, &RegionOfInterest::writeYOffset),
+                .settled = calls(this, &RegionOfInterest::limitHeight)})
+    , cameraWidth_(dispatch, FG_CAMERA_WIDTH, 1024,
+                   {.check = checkCameraWidth,
+                    .apply = calls(this, &RegionOfInterest::writeCameraWidth),
+                    .settled = [this] { limitWidth(), limitXOffset(); }})
+    , cameraHeight_(dispatch, FG_CAMERA_HEIGHT, 1024,
                     {.check = parameters::inRange(minimumHeight, designLimit),
-                     .apply = [this](auto...) { writeCameraHeight(); },
-                     .settled =
-                         [this] {
-                             information_.setMaximum(FG_HEIGHT, rest(cameraHeight_.value(), yOffset_.value()));
-                             information_.setMaximum(FG_YOFFSET, rest(cameraHeight_.value(), height_.value()));
-                         }}) {}
+                     .apply = calls(this, &RegionOfInterest::writeCameraHeight),
+                     .settled = [this] { limitHeight(), limitYOffset(); }}) {}
 
-void RegionOfInterest::enroll(parameters::Dispatch& dispatch) {
-    for (Pixels* parameter : {&width_, &height_, &xOffset_, &yOffset_, &cameraWidth_, &cameraHeight_}) {
-        dispatch.add(*parameter);
-    }
+void RegionOfInterest::checkWidth(std::uint32_t width) const {
+    require(width >= alignment, FG_ERROR_OUT_OF_RANGE);
+    require(width <= remaining(cameraWidth_, xOffset_), FG_ERROR_OUT_OF_RANGE);
+    require(width % alignment == 0, FG_ERROR_ALIGNMENT);
+}
+
+void RegionOfInterest::checkHeight(std::uint32_t height) const {
+    require(height >= minimumHeight, FG_ERROR_OUT_OF_RANGE);
+    require(height <= remaining(cameraHeight_, yOffset_), FG_ERROR_OUT_OF_RANGE);
+}
+
+void RegionOfInterest::checkXOffset(std::uint32_t x) const {
+    require(x <= remaining(cameraWidth_, width_), FG_ERROR_OUT_OF_RANGE);
+    require(x % alignment == 0, FG_ERROR_ALIGNMENT);
+}
+
+void RegionOfInterest::checkYOffset(std::uint32_t y) const {
+    require(y <= remaining(cameraHeight_, height_), FG_ERROR_OUT_OF_RANGE);
+}
+
+void RegionOfInterest::limitWidth() {
+    information_.setMaximum(FG_WIDTH, remaining(cameraWidth_, xOffset_));
+}
+void RegionOfInterest::limitHeight() {
+    information_.setMaximum(FG_HEIGHT, remaining(cameraHeight_, yOffset_));
+}
+void RegionOfInterest::limitXOffset() {
+    information_.setMaximum(FG_XOFFSET, remaining(cameraWidth_, width_));
+}
+void RegionOfInterest::limitYOffset() {
+    information_.setMaximum(FG_YOFFSET, remaining(cameraHeight_, height_));
 }
 
 // The clipping against the design limit below guards the shading buffers; while the checks hold it changes nothing. A
@@ -96,47 +108,38 @@ std::uint32_t RegionOfInterest::shadingY() const {
     return std::min(yOffset_.value(), designLimit - minimumHeight);
 }
 
+void RegionOfInterest::writeShading(DesignParameter ShadingBuffer::*place, std::uint32_t value) {
+    for (const ShadingBuffer& buffer : shadingBuffers) {
+        design_.write(buffer.*place, value);
+        design_.write(buffer.update, update);
+    }
+}
+
 void RegionOfInterest::writeWidth() {
-    const std::uint32_t width = width_.value();
-    const std::uint32_t columns = std::min(width, designLimit - shadingX()) / shadingColumn;
-    design_.write(Buffer_0_ROI_X_Length, width);
-    design_.write(Shading_ShadingBuffer_0_XLength, columns);
-    design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
-    design_.write(Shading_ShadingBuffer_1_XLength, columns);
-    design_.write(Shading_ShadingBuffer_1_UpdateROI, update);
+    design_.write(Buffer_0_ROI_X_Length, width_.value());
+    writeShading(&ShadingBuffer::columns, std::min(width_.value(), designLimit - shadingX()) / shadingColumn);
 }
 
 void RegionOfInterest::writeHeight() {
-    const std::uint32_t height = height_.value();
-    const std::uint32_t lines = std::min(height, designLimit - shadingY());
-    design_.write(Buffer_0_ROI_Y_Length, height);
-    design_.write(Shading_ShadingBuffer_0_YLength, lines);
-    design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
-    design_.write(Shading_ShadingBuffer_1_YLength, lines);
-    design_.write(Shading_ShadingBuffer_1_UpdateROI, update);
+    design_.write(Buffer_0_ROI_Y_Length, height_.value());
+    writeShading(&ShadingBuffer::lines, std::min(height_.value(), designLimit - shadingY()));
 }
 
 // Leaves the shading lengths alone, unlike the y offset; callers rely on these writes as they are.
 void RegionOfInterest::writeXOffset() {
-    const std::uint32_t column = shadingX() / shadingColumn;
     design_.write(Buffer_0_ROI_X_Offset, xOffset_.value());
-    design_.write(Shading_ShadingBuffer_0_XOffset, column);
-    design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
-    design_.write(Shading_ShadingBuffer_1_XOffset, column);
-    design_.write(Shading_ShadingBuffer_1_UpdateROI, update);
+    writeShading(&ShadingBuffer::firstColumn, shadingX() / shadingColumn);
 }
 
 void RegionOfInterest::writeYOffset() {
     const std::uint32_t line = shadingY();
     design_.write(Buffer_0_ROI_Y_Offset, yOffset_.value());
     if (height_.value() + line > designLimit) {
-        design_.write(Shading_ShadingBuffer_0_YLength, designLimit - line);
-        design_.write(Shading_ShadingBuffer_1_YLength, designLimit - line);
+        for (const ShadingBuffer& buffer : shadingBuffers) {
+            design_.write(buffer.lines, designLimit - line);
+        }
     }
-    design_.write(Shading_ShadingBuffer_0_YOffset, line);
-    design_.write(Shading_ShadingBuffer_0_UpdateROI, update);
-    design_.write(Shading_ShadingBuffer_1_YOffset, line);
-    design_.write(Shading_ShadingBuffer_1_UpdateROI, update);
+    writeShading(&ShadingBuffer::firstLine, line);
 }
 
 void RegionOfInterest::writeCameraWidth() {

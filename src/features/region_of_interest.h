@@ -16,12 +16,28 @@ namespace qelm::features {
  */
 class RegionOfInterest {
   public:
-    RegionOfInterest(parameters::DesignAccess& design, description::Information& information);
+    RegionOfInterest(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                     description::Information& information);
 
-    void enroll(parameters::Dispatch& dispatch);
+    using Pixels = parameters::Cached<std::uint32_t>;
+
+    /** What a shading buffer has to know of the region. */
+    struct ShadingBuffer {
+        parameters::DesignParameter firstColumn, columns, firstLine, lines;
+        parameters::DesignParameter update; ///< puts the others into force
+    };
 
   private:
-    using Pixels = parameters::Remembered<std::uint32_t>;
+    void checkWidth(std::uint32_t width) const;
+    void checkHeight(std::uint32_t height) const;
+    void checkXOffset(std::uint32_t x) const;
+    void checkYOffset(std::uint32_t y) const;
+
+    /* Tell user interfaces how much fits. */
+    void limitWidth();
+    void limitHeight();
+    void limitXOffset();
+    void limitYOffset();
 
     std::uint32_t shadingX() const; ///< where the region begins in the shading buffers, in pixels
     std::uint32_t shadingY() const;
@@ -29,6 +45,7 @@ class RegionOfInterest {
     void writeHeight();
     void writeXOffset();
     void writeYOffset();
+    void writeShading(parameters::DesignParameter ShadingBuffer::*place, std::uint32_t value);
     void writeCameraWidth();
     void writeCameraHeight();
 

@@ -2,6 +2,7 @@
 
 #include "maker/nuvrod.h"
 #include "maker/qelm_hw.h"
+#include "parameters/caller_memory.h"
 #include "parameters/parameter.h"
 
 namespace qelm::parameters {
@@ -70,17 +71,18 @@ void DesignAccess::write(SimulatorRegister target, std::uint64_t value) {
 
 std::int32_t DesignAccess::setRuntimeParameter(std::int32_t id, const void* value, std::uint32_t port) {
     const auto set = (*functions_)[maker::runtime::Fg_setParameter];
-    return set == nullptr ? static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE) : set(runtimeHandle_, id, value, port);
+    return set == nullptr ? FG_ERROR_NOT_AVAILABLE : set(runtimeHandle_, id, value, port);
 }
 
 std::int32_t DesignAccess::getRuntimeParameter(std::int32_t id, void* value, std::uint32_t port) const {
     const auto get = (*functions_)[maker::runtime::Fg_getParameter];
-    return get == nullptr ? static_cast<std::int32_t>(FG_ERROR_NOT_AVAILABLE) : get(runtimeHandle_, id, value, port);
+    return get == nullptr ? FG_ERROR_NOT_AVAILABLE : get(runtimeHandle_, id, value, port);
 }
 
 std::int32_t DesignAccess::setDirectRegister(std::uint32_t address, const void* value) {
     const bool wide = getDesignRegisterWidth(designImage_, address) > 32;
-    return ::writeRegister(board_, address, wide ? load<std::uint64_t>(value) : load<std::uint32_t>(value), 0);
+    return ::writeRegister(board_, address, wide ? fromCaller<std::uint64_t>(value) : fromCaller<std::uint32_t>(value),
+                           0);
 }
 
 std::int32_t DesignAccess::getDirectRegister(std::uint32_t address, void* value) const {
@@ -89,9 +91,9 @@ std::int32_t DesignAccess::getDirectRegister(std::uint32_t address, void* value)
     const std::int32_t result = ::readRegister(board_, address, &content, 0);
     if (result == 0) {
         if (wide) {
-            store(content, value);
+            toCaller(content, value);
         } else {
-            store(static_cast<std::uint32_t>(content), value);
+            toCaller(static_cast<std::uint32_t>(content), value);
         }
     }
     return result;

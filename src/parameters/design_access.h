@@ -20,11 +20,6 @@ inline constexpr std::size_t designParameterCount = 0
 #include "parameters/design_parameters.inc"
     ;
 
-/** The member of a row of like design parameters that stand `step` apart in the table, e.g. of generator n. */
-constexpr DesignParameter offset(DesignParameter first, std::size_t steps) {
-    return static_cast<DesignParameter>(static_cast<std::size_t>(first) + steps);
-}
-
 /** The raw registers of the camera simulator, named as in the design. */
 enum class SimulatorRegister : std::uint8_t {
     AAGenEnable,
@@ -56,6 +51,8 @@ class DesignAccess {
     void write(DesignParameter parameter, FieldElement element);
     /** Writes part of a lookup-table content. */
     void write(DesignParameter parameter, const FieldAccess& field);
+    /** Has a command register issue one pulse. */
+    void pulse(DesignParameter command) { write(command, 2); }
     void writePath(DesignParameter parameter, const std::string& path);
     std::uint32_t read(DesignParameter parameter) const;
 

@@ -1,63 +1,71 @@
 #pragma once
 
+#include "zantor_obvelline_qx4_rk/applet.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <variant>
 
 namespace qelm::parameters {
 
-/** What a refused or failing set does after the roll-back: raise its code, or keep still (initial settings, load). */
-enum class OnFailure { raise, swallow };
+class Dispatch;
 
-/** How the untyped value pointer of a get or set is read. */
+/** What parameters take and give. */
+using Value = std::variant<std::uint32_t, std::int32_t, double, std::string, LutEntry>;
+
+/** What callers hand over and expect behind the pointer of a set or get. */
 enum class ValueType : std::uint8_t {
     unsigned32,
     signed32,
     float64,
-    text,     ///< zero-terminated characters
-    lutEntry, ///< a LutEntry
+    text,        ///< zero-terminated characters
+    lutEntry,    ///< a LutEntry; a get finds the index in it
+    description, ///< zero-terminated characters; a get finds a parameter's name there
 };
 
 /** Refuses a value with the given code unless the condition holds. */
-inline void require(bool condition, int code) {
+inline void require(bool condition, std::int32_t code) {
     if (!condition) {
         throw code;
     }
 }
 
-/** Value pointers come from callers in any alignment, so values are copied, never dereferenced. */
-template <typename T>
-T load(const void* value) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        return static_cast<const char*>(value);
-    } else {
-        T result;
-        std::memcpy(&result, value, sizeof result);
-        return result;
+/** Does what an action does until a code is thrown, which is dropped: a refusal there is no failure. */
+template <typename Action>
+void skipRefusal(Action&& action) {
+    try {
+        std::forward<Action>(action)();
+    } catch (std::int32_t) { // NOLINT(bugprone-empty-catch): what has not changed keeps its value
     }
 }
 
-/** A text is copied with its terminating zero; the room for it is the caller's care. */
+/** The value in a parameter's own type; 32-bit integers are taken for each other, bit by bit. */
 template <typename T>
-void store(const T& value, void* place) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        std::memcpy(place, value.c_str(), value.size() + 1);
-    } else {
-        std::memcpy(place, &value, sizeof value);
+T valueAs(const Value& value) {
+    if constexpr (std::is_same_v<T, std::uint32_t>) {
+        if (const auto* number = std::get_if<std::int32_t>(&value)) {
+            return static_cast<std::uint32_t>(*number);
+        }
+    } else if constexpr (std::is_same_v<T, std::int32_t>) {
+        if (const auto* number = std::get_if<std::uint32_t>(&value)) {
+            return static_cast<std::int32_t>(*number);
+        }
     }
+    return std::get<T>(value);
 }
 
 /**
- * One parameter as the dispatcher, the initial settings and the configuration see it. Failures are thrown as plain
- * integers that carry the error code.
+ * One parameter as the dispatch, the initial settings and the configuration see it. It answers for its identifier as
+ * soon as it exists. Failures are thrown as plain integers that carry the error code.
  */
 class Parameter {
   public:
-    Parameter(std::int32_t id, ValueType type) : id_(id), type_(type) {}
+    /** Registers itself; its owner keeps it alive as long as the dispatch is asked. */
+    Parameter(Dispatch& dispatch, std::int32_t id, ValueType type);
     Parameter(const Parameter&) = delete;
     Parameter& operator=(const Parameter&) = delete;
     virtual ~Parameter() = default;
@@ -65,12 +73,12 @@ class Parameter {
     std::int32_t id() const { return id_; }
     ValueType type() const { return type_; }
 
-    /** Copies the value to the place given, in the parameter's type. */
-    virtual void get(void* value) = 0;
-    /** Checks the value, applies it and keeps it; a failure leaves the kept value as it was. */
-    virtual void set(const void* value, OnFailure onFailure) = 0;
-    /** Keeps the value without a check and without a design write: the raw pass of a configuration load. */
-    virtual void assign(const void* value) = 0;
+    /** @param request what a parameter with several answers is asked for; the others do not look at it */
+    virtual Value get(const Value& request) = 0;
+    /** Checks the value, caches it and writes the design; a failure leaves the cached value as it was. */
+    virtual void set(const Value& value) = 0;
+    /** Caches the value without a check and without a design write: the first pass of a configuration load. */
+    virtual void store(const Value& value) = 0;
 
   private:
     std::int32_t id_;

@@ -4,7 +4,6 @@
 #include "parameters/enumerations.h"
 #include "parameters/parameter.h"
 
-#include <cstring>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -26,72 +25,49 @@ constexpr ValueType valueTypeOf() {
     }
 }
 
-/** Runs an action; a code that it throws is passed on or dropped as the flag says. */
-template <typename Action>
-void attempt(OnFailure onFailure, Action&& action) {
-    try {
-        std::forward<Action>(action)();
-    } catch (int) {
-        if (onFailure == OnFailure::raise) {
-            throw;
-        }
-    }
-}
-
-/** What a set of a read-only parameter comes to. */
-inline void refuseReadOnly(OnFailure onFailure) {
-    if (onFailure == OnFailure::raise) {
-        throw static_cast<int>(FG_ERROR_NOT_AVAILABLE);
-    }
-}
-
 /**
- * The shape of every settable parameter: check the value, remember it, write the design, update dependants; when a
+ * The shape of every settable parameter: check the value, cache it, write the design, update dependants; when a
  * write fails the old value comes back. Design writes already made stay.
  */
 template <typename T>
-class Remembered final : public Parameter {
+class Cached final : public Parameter {
   public:
     struct Rules {
         std::function<void(const T& value)> check{}; ///< throws the refusal; nothing has changed then
-        std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is remembered
+        std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is cached
         std::function<void()> settled{};                                ///< updates dependants, after every write
-        std::function<T()> read{}; ///< what a get answers; without it the remembered value
+        std::function<T()> read{}; ///< what a get answers; without it the cached value
     };
 
-    Remembered(std::int32_t id, T initial, Rules rules)
-        : Parameter(id, valueTypeOf<T>())
+    Cached(Dispatch& dispatch, std::int32_t id, T initial, Rules rules)
+        : Parameter(dispatch, id, valueTypeOf<T>())
         , value_(std::move(initial))
         , rules_(std::move(rules)) {}
 
     const T& value() const { return value_; }
 
-    void change(T value, OnFailure onFailure = OnFailure::raise) {
-        attempt(onFailure, [&] {
-            if (rules_.check) {
-                rules_.check(value);
+    void set(T value) {
+        if (rules_.check) {
+            rules_.check(value);
+        }
+        std::swap(value_, value); // `value` is now the previous one
+        if (rules_.apply) {
+            try {
+                rules_.apply(value_, value);
+            } catch (...) {
+                value_ = std::move(value);
+                throw;
             }
-            std::swap(value_, value); // `value` is now the previous one
-            if (rules_.apply) {
-                try {
-                    rules_.apply(value_, value);
-                } catch (...) {
-                    value_ = std::move(value);
-                    throw;
-                }
-            }
-            if (rules_.settled) {
-                rules_.settled();
-            }
-        });
+        }
+        if (rules_.settled) {
+            rules_.settled();
+        }
     }
+    void store(T value) { value_ = std::move(value); }
 
-    /** Keeps a value without check or write. */
-    void keep(T value) { value_ = std::move(value); }
-
-    void get(void* value) override { store(rules_.read ? rules_.read() : value_, value); }
-    void set(const void* value, OnFailure onFailure) override { change(load<T>(value), onFailure); }
-    void assign(const void* value) override { keep(load<T>(value)); }
+    Value get(const Value& /*request*/) override { return rules_.read ? rules_.read() : value_; }
+    void set(const Value& value) override { set(valueAs<T>(value)); }
+    void store(const Value& value) override { store(valueAs<T>(value)); }
 
   private:
     T value_;
@@ -102,17 +78,27 @@ class Remembered final : public Parameter {
 template <typename T>
 class ReadOnly final : public Parameter {
   public:
-    ReadOnly(std::int32_t id, std::function<T()> read) : Parameter(id, valueTypeOf<T>()), read_(std::move(read)) {}
+    ReadOnly(Dispatch& dispatch, std::int32_t id, std::function<T()> read)
+        : Parameter(dispatch, id, valueTypeOf<T>())
+        , read_(std::move(read)) {}
 
-    T value() const { return read_(); }
-
-    void get(void* value) override { store(read_(), value); }
-    void set(const void* /*value*/, OnFailure onFailure) override { refuseReadOnly(onFailure); }
-    void assign(const void* /*value*/) override {}
+    Value get(const Value& /*request*/) override { return read_(); }
+    void set(const Value& /*value*/) override { throw FG_ERROR_NOT_AVAILABLE; }
+    void store(const Value& /*value*/) override {}
 
   private:
     std::function<T()> read_;
 };
+
+/** Rule: calls a member function of the feature with as many of the rule's arguments as it takes. */
+template <typename Feature, typename Result, typename... Arguments>
+auto calls(Feature* feature, Result (Feature::*function)(Arguments...)) {
+    return [feature, function](Arguments... arguments, const auto&...) { return (feature->*function)(arguments...); };
+}
+template <typename Feature, typename Result, typename... Arguments>
+auto calls(const Feature* feature, Result (Feature::*function)(Arguments...) const) {
+    return [feature, function](Arguments... arguments, const auto&...) { return (feature->*function)(arguments...); };
+}
 
 /** Apply: the value goes into one design parameter, or one register, as it is. */
 template <typename Target>
@@ -120,6 +106,11 @@ auto writesTo(DesignAccess& design, Target target) {
     return [&design, target](const auto& value, const auto& /*previous*/) {
         design.write(target, static_cast<std::uint32_t>(value));
     };
+}
+
+/** Read: what a design parameter holds. */
+inline auto reads(const DesignAccess& design, DesignParameter parameter) {
+    return [&design, parameter] { return design.read(parameter); };
 }
 
 /** Check: minimum <= value <= maximum. Written so that a double that is not a number is out of range. */

@@ -1,66 +1,54 @@
 #include "persistence/configuration.h"
 
-#include "parameters/parameter_kinds.h"
+#include "parameters/parameter.h"
 #include "persistence/configuration_keys.h"
 #include "zantor_obvelline_qx4_rk/enumerations.h"
 
 #include <algorithm>
 #include <string>
+#include <variant>
 
 namespace qelm::persistence {
 namespace {
 
-using parameters::OnFailure;
 using parameters::Parameter;
+using parameters::Value;
 
-void write(Fg_ConfigFileParser& parser, const ConfigurationKey& key, Parameter& parameter) {
+void write(Fg_ConfigFileParser& parser, const ConfigurationKey& key, const Value& value) {
     switch (key.type) {
-    case KeyType::integer: {
-        std::int32_t value = 0;
-        parameter.get(&value);
-        parser.writeConfigFileIntKey(key.name, value);
+    case KeyType::integer:
+        parser.writeConfigFileIntKey(key.name, parameters::valueAs<std::int32_t>(value));
         break;
-    }
-    case KeyType::number: {
-        double value = 0.0;
-        parameter.get(&value);
-        parser.wrtiteConfigFileDoubleKey(key.name, value);
+    case KeyType::number:
+        parser.wrtiteConfigFileDoubleKey(key.name, std::get<double>(value));
         break;
-    }
     case KeyType::text:
-        // Not through the getter, which copies out more than any room would be sure to hold.
-        parser.writeConfigFile(key.name, dynamic_cast<parameters::Remembered<std::string>&>(parameter).value().c_str());
+        parser.writeConfigFile(key.name, std::get<std::string>(value).c_str());
         break;
     }
 }
 
-/** Reads a key and hands the value over as parameters take it. @return false when it is missing */
+/** Reads a key and hands its value over. @return false when it is missing */
 template <typename Use>
 bool read(Fg_ConfigFileParser& parser, const ConfigurationKey& key, Use use) {
     const auto value = readKey(parser, key);
-    if (!value) {
-        return false;
+    if (value) {
+        use(std::visit([](const auto& typed) -> Value { return typed; }, *value));
     }
-    if (const auto* text = std::get_if<std::string>(&*value)) {
-        use(text->c_str());
-    } else if (const auto* number = std::get_if<double>(&*value)) {
-        use(number);
-    } else {
-        use(&std::get<std::int32_t>(*value));
-    }
-    return true;
+    return value.has_value();
 }
 
-bool keep(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
+bool store(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
     return std::ranges::all_of(configurationKeys, [&](const ConfigurationKey& key) {
-        const auto assign = [&](const void* value) { parameterOf(key.id).assign(value); };
-        return key.loading == KeyLoading::applyOnly || read(parser, key, assign);
+        const auto storeValue = [&](const Value& value) { parameterOf(key.id).store(value); };
+        return key.loading == KeyLoading::applyOnly || read(parser, key, storeValue);
     });
 }
 
 bool apply(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
     return forEachAppliedKey([&](const ConfigurationKey& key) {
-        const auto set = [&](const void* value) { parameterOf(key.id).set(value, OnFailure::swallow); };
+        Parameter& parameter = parameterOf(key.id);
+        const auto set = [&](const Value& value) { parameters::skipRefusal([&] { parameter.set(value); }); };
         return read(parser, key, set);
     });
 }
@@ -71,7 +59,7 @@ void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf
     parser.writePortSection(configurationPort);
     for (const ConfigurationKey& key : configurationKeys) {
         try {
-            write(parser, key, parameterOf(key.id));
+            write(parser, key, parameterOf(key.id).get({}));
         } catch (...) { // NOLINT(bugprone-empty-catch): the other keys are worth saving all the same
         }
     }
@@ -79,11 +67,10 @@ void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf
 
 bool applyParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
     try {
-        if (!keep(parser, parameterOf) || !apply(parser, parameterOf)) {
+        if (!store(parser, parameterOf) || !apply(parser, parameterOf)) {
             return false;
         }
-        const std::int32_t applySettings = FG_APPLY;
-        parameterOf(FG_SHADING_APPLY_SETTINGS).set(&applySettings, OnFailure::swallow);
+        parameters::skipRefusal([&] { parameterOf(FG_SHADING_APPLY_SETTINGS).set(std::int32_t{FG_APPLY}); });
         return true;
     } catch (...) {
         return false;

@@ -63,37 +63,31 @@ platform::TemporaryFile loadPlane(parameters::DesignAccess& design, shading::Pla
 
 } // namespace
 
-Shading::Shading(parameters::DesignAccess& design, description::Information& information)
+Shading::Shading(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                 description::Information& information)
     : design_(design)
     , information_(information)
-    , offsetEnable_(FG_SHADING_OFFSET_ENABLE, FG_OFF,
+    , offsetEnable_(dispatch, FG_SHADING_OFFSET_ENABLE, FG_OFF,
                     {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
                      .apply = parameters::writesTo(design, Shading_EnableOffset_Enable_Value)})
-    , gainEnable_(FG_SHADING_GAIN_ENABLE, FG_OFF,
+    , gainEnable_(dispatch, FG_SHADING_GAIN_ENABLE, FG_OFF,
                   {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
                    .apply = parameters::writesTo(design, Shading_EnableGain_Enable_Value)})
-    , deadPixelEnable_(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, FG_OFF,
+    , deadPixelEnable_(dispatch, FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, FG_OFF,
                        {.check = parameters::oneOf<std::uint32_t>(enumerations::OnOff),
                         .apply = parameters::writesTo(design, NoiseFilter_EnableDeadPixelReplacement_Value)})
-    , deadPixelThreshold_(FG_SHADING_DEAD_PIXEL_INTERPOLATION_THRESHOLD, 0,
+    , deadPixelThreshold_(dispatch, FG_SHADING_DEAD_PIXEL_INTERPOLATION_THRESHOLD, 0,
                           {.check = parameters::inRange(std::uint32_t{0}, largestThreshold)})
-    , blackFile_(FG_SHADING_BLACK_FILENAME, "", {})
-    , grayFile_(FG_SHADING_GRAY_FILENAME, "", {})
-    , gainMode_(FG_SHADING_GAIN_CORRECTION_MODE, FG_MAX_VALUE,
+    , blackFile_(dispatch, FG_SHADING_BLACK_FILENAME, "", {})
+    , grayFile_(dispatch, FG_SHADING_GRAY_FILENAME, "", {})
+    , gainMode_(dispatch, FG_SHADING_GAIN_CORRECTION_MODE, FG_MAX_VALUE,
                 {.check = parameters::oneOf<std::uint32_t>(enumerations::GainCorrectionMode),
-                 .apply = [this](auto...) { followMode(); }})
-    , normalization_(FG_SHADING_GAIN_NORMALIZATION_VALUE, largestGray, {.check = parameters::inRange(0.0, largestGray)})
-    , apply_(FG_SHADING_APPLY_SETTINGS, FG_APPLY,
+                 .apply = parameters::calls(this, &Shading::followMode)})
+    , normalization_(dispatch, FG_SHADING_GAIN_NORMALIZATION_VALUE, largestGray,
+                     {.check = parameters::inRange(0.0, largestGray)})
+    , apply_(dispatch, FG_SHADING_APPLY_SETTINGS, FG_APPLY,
              {.check = parameters::oneOf<std::int32_t>(enumerations::Apply),
-              .apply = [this](auto...) { computeCoefficients(); }}) {}
-
-void Shading::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &offsetEnable_, &gainEnable_, &deadPixelEnable_, &deadPixelThreshold_, &blackFile_, &grayFile_, &gainMode_,
-             &normalization_, &apply_}) {
-        dispatch.add(*parameter);
-    }
-}
+              .apply = parameters::calls(this, &Shading::computeCoefficients)}) {}
 
 void Shading::prepare() {
     information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE,
@@ -105,7 +99,7 @@ void Shading::prepare() {
 void Shading::followMode() {
     const bool custom = gainMode_.value() == FG_CUSTOM_VALUE;
     if (!custom) {
-        normalization_.change(gainMode_.value() == FG_MAX_RANGE ? largestGray : 0.0);
+        normalization_.set(gainMode_.value() == FG_MAX_RANGE ? largestGray : 0.0);
     }
     information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE,
                            custom ? description::access::readWrite : description::access::readOnly);
@@ -148,9 +142,9 @@ void Shading::computeCoefficients() {
                                    gainMode_.value() == FG_CUSTOM_VALUE;
         try {
             if (resultIsShown) {
-                normalization_.change(target * largestGray);
+                normalization_.set(target * largestGray);
             }
-        } catch (int) {
+        } catch (std::int32_t) {
             // The planes then hold what was known: offsets, and gains of 1.
             shading::computeCoefficients(gray, black, settings, planes_.offsets(), planes_.gains());
             throw;
@@ -176,12 +170,12 @@ ShadingAccess* Shading::allocateAccess() {
             try {
                 loadCoefficients();
                 return 0;
-            } catch (int code) {
+            } catch (std::int32_t code) {
                 return code;
             }
         }));
         return accesses_.back().get();
-    } catch (int) {
+    } catch (std::int32_t) {
         return nullptr;
     }
 }

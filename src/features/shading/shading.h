@@ -17,9 +17,8 @@ namespace qelm::features {
 /** Shading correction: the coefficients of the design, computed from reference images or written line by line. */
 class Shading {
   public:
-    Shading(parameters::DesignAccess& design, description::Information& information);
+    Shading(parameters::Dispatch& dispatch, parameters::DesignAccess& design, description::Information& information);
 
-    void enroll(parameters::Dispatch& dispatch);
     /** Brings the design into its first state: a gain of 1 where no coefficients are used. */
     void prepare();
 
@@ -38,15 +37,15 @@ class Shading {
     description::Information& information_;
     shading::Planes planes_;
     std::vector<std::unique_ptr<ShadingAccess>> accesses_;
-    parameters::Remembered<std::int32_t> offsetEnable_;
-    parameters::Remembered<std::int32_t> gainEnable_;
-    parameters::Remembered<std::uint32_t> deadPixelEnable_;
-    parameters::Remembered<std::uint32_t> deadPixelThreshold_;
-    parameters::Remembered<std::string> blackFile_;
-    parameters::Remembered<std::string> grayFile_;
-    parameters::Remembered<std::uint32_t> gainMode_;
-    parameters::Remembered<double> normalization_; ///< the target level in 12-bit grey values
-    parameters::Remembered<std::int32_t> apply_;
+    parameters::Cached<std::int32_t> offsetEnable_;
+    parameters::Cached<std::int32_t> gainEnable_;
+    parameters::Cached<std::uint32_t> deadPixelEnable_;
+    parameters::Cached<std::uint32_t> deadPixelThreshold_;
+    parameters::Cached<std::string> blackFile_;
+    parameters::Cached<std::string> grayFile_;
+    parameters::Cached<std::uint32_t> gainMode_;
+    parameters::Cached<double> normalization_; ///< the target level in 12-bit grey values
+    parameters::Cached<std::int32_t> apply_;
 };
 
 } // namespace qelm::features

@@ -58,7 +58,7 @@ std::int32_t ShadingAccess::setDefective(std::int32_t x, std::int32_t channel, b
 }
 
 std::int32_t ShadingAccess::lineCount() const {
-    return active_ ? maxLine_ : static_cast<std::int32_t>(FG_ERROR_UNKNOWN);
+    return active_ ? maxLine_ : FG_ERROR_UNKNOWN;
 }
 
 std::int32_t ShadingAccess::activate() {

@@ -1,12 +1,14 @@
 #include "features/trigger/legacy_trigger.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace qelm::features {
 namespace {
 
 namespace enumerations = parameters::enumerations;
-using parameters::OnFailure;
+using parameters::inRange;
+using parameters::oneOf;
 using parameters::require;
 
 constexpr std::uint32_t shortestExposure = 10;    // µs
@@ -53,42 +55,45 @@ constexpr ModeTranslation modeTranslations[] = {
 };
 // clang-format on
 
+struct CameraControlLine {
+    std::int32_t id;
+    std::uint32_t initial;
+};
+constexpr CameraControlLine cameraControlLines[] = {
+    {FG_CCSEL0, CC_EXSYNC}, {FG_CCSEL1, CC_VCC}, {FG_CCSEL2, CC_VCC}, {FG_CCSEL3, CC_VCC}};
+
+void checkExposure(std::uint32_t exposure) {
+    require(exposure >= shortestExposure && exposure <= longestExposure, FG_ERROR_OUT_OF_RANGE);
+    require(exposure % exposureStep == 0, FG_ERROR_ALIGNMENT);
+}
+
 } // namespace
 
-LegacyTrigger::LegacyTrigger(TriggerSets& sets, TriggerRooms rooms)
+LegacyTrigger::LegacyTrigger(parameters::Dispatch& dispatch, TriggerSets& sets, TriggerParts parts)
     : sets_(sets)
-    , rooms_(rooms)
-    , triggerMode_(
-          FG_TRIGGERMODE, FREE_RUN,
-          driving(parameters::oneOf<std::uint32_t>(enumerations::LegacyTriggerMode), [this] { applyTriggerMode(); }))
-    , exsyncOn_(onOff(FG_EXSYNCON, &LegacyTrigger::applyExsyncOutput))
-    , exsyncPolarity_(polarity(FG_EXSYNCPOLARITY, &LegacyTrigger::applyExsyncOutput))
-    , flashOn_(onOff(FG_FLASHON, &LegacyTrigger::applyStrobeOutput))
-    , flashPolarity_(polarity(FG_FLASH_POLARITY, &LegacyTrigger::applyStrobeOutput))
-    , exposure_(FG_EXPOSURE, initialExposure,
-                driving(
-                    [](std::uint32_t exposure) {
-                        require(exposure >= shortestExposure && exposure <= longestExposure, FG_ERROR_OUT_OF_RANGE);
-                        require(exposure % exposureStep == 0, FG_ERROR_ALIGNMENT);
-                    },
-                    [this] { applyExposure(); }))
-    , exsyncDelay_(delay(FG_EXSYNCDELAY, exsyncGenerator))
-    , strobeDelay_(delay(FG_STROBEPULSEDELAY, strobeGenerator))
-    , prescaler_(FG_PRESCALER, initialPrescaler,
-                 {.check = sets.legacy(parameters::inRange(smallestPrescaler, largestPrescaler))})
-    , lines_{{lineSelection(0, CC_EXSYNC), lineSelection(1, CC_VCC), lineSelection(2, CC_VCC),
-              lineSelection(3, CC_VCC)}}
-    , digitalOutputs_(FG_DIGIO_OUTPUT, allDigitalOutputs,
-                      driving(parameters::inRange(0U, allDigitalOutputs), [this] { applyDigitalOutputs(); })) {}
-
-void LegacyTrigger::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &triggerMode_, &exsyncOn_, &exsyncPolarity_, &flashOn_, &flashPolarity_, &exposure_, &exsyncDelay_,
-             &strobeDelay_, &prescaler_, &digitalOutputs_}) {
-        dispatch.add(*parameter);
-    }
-    for (Unsigned& line : lines_) {
-        dispatch.add(line);
+    , parts_(parts)
+    , triggerMode_(dispatch, FG_TRIGGERMODE, FREE_RUN,
+                   driving(oneOf<std::uint32_t>(enumerations::LegacyTriggerMode), &LegacyTrigger::applyTriggerMode))
+    , exsyncOn_(dispatch, FG_EXSYNCON, FG_OFF,
+                driving(oneOf<std::uint32_t>(enumerations::OnOff), &LegacyTrigger::applyExsync))
+    , exsyncPolarity_(dispatch, FG_EXSYNCPOLARITY, FG_LOW,
+                      driving(oneOf<std::uint32_t>(enumerations::LegacyPolarity), &LegacyTrigger::applyExsync))
+    , flashOn_(dispatch, FG_FLASHON, FG_OFF,
+               driving(oneOf<std::uint32_t>(enumerations::OnOff), &LegacyTrigger::applyStrobe))
+    , flashPolarity_(dispatch, FG_FLASH_POLARITY, FG_LOW,
+                     driving(oneOf<std::uint32_t>(enumerations::LegacyPolarity), &LegacyTrigger::applyStrobe))
+    , exposure_(dispatch, FG_EXPOSURE, initialExposure, driving(checkExposure, &LegacyTrigger::applyExposure))
+    , exsyncDelay_(dispatch, FG_EXSYNCDELAY, 0.0, drivingDelay(exsyncGenerator))
+    , strobeDelay_(dispatch, FG_STROBEPULSEDELAY, 0.0, drivingDelay(strobeGenerator))
+    , prescaler_(dispatch, FG_PRESCALER, initialPrescaler,
+                 {.check = sets.legacy(inRange(smallestPrescaler, largestPrescaler))})
+    , digitalOutputs_(dispatch, FG_DIGIO_OUTPUT, allDigitalOutputs,
+                      driving(inRange(0U, allDigitalOutputs), &LegacyTrigger::applyDigitalOutputs)) {
+    for (const auto& [id, initial] : cameraControlLines) {
+        const std::size_t line = lines_.size();
+        lines_.emplace_back(
+            dispatch, id, initial,
+            driving(oneOf<std::uint32_t>(enumerations::LegacyCameraControl), [this, line] { applyLine(line); }));
     }
 }
 
@@ -96,49 +101,30 @@ template <typename Check, typename Action>
 LegacyTrigger::Unsigned::Rules LegacyTrigger::driving(Check check, Action action) {
     return {.check = sets_.legacy(std::move(check)), .apply = [this, action = std::move(action)](auto...) {
                 const TriggerSets::Applying applying(sets_);
-                action();
+                if constexpr (std::is_member_function_pointer_v<Action>) {
+                    (this->*action)();
+                } else {
+                    action();
+                }
             }};
 }
 
-LegacyTrigger::Unsigned LegacyTrigger::onOff(std::int32_t id, void (LegacyTrigger::*applyOutput)()) {
-    return Unsigned(id, FG_OFF, driving(parameters::oneOf<std::uint32_t>(enumerations::OnOff), [this, applyOutput] {
-                        applyLines();
-                        (this->*applyOutput)();
-                    }));
-}
-
-LegacyTrigger::Unsigned LegacyTrigger::polarity(std::int32_t id, void (LegacyTrigger::*applyOutput)()) {
-    return Unsigned(id, FG_LOW,
-                    driving(parameters::oneOf<std::uint32_t>(enumerations::LegacyPolarity), [this, applyOutput] {
-                        applyLines();
-                        (this->*applyOutput)();
-                    }));
-}
-
-LegacyTrigger::Double LegacyTrigger::delay(std::int32_t id, std::size_t generator) {
-    return Double(
-        id, 0.0,
-        {.check = sets_.legacy(parameters::inRange(0.0, longestDelay)), .apply = [this, generator](double time, auto) {
-             const TriggerSets::Applying applying(sets_);
-             rooms_.timing.generator(generator).delay().change(time);
-         }});
-}
-
-LegacyTrigger::Unsigned LegacyTrigger::lineSelection(std::size_t line, std::uint32_t initial) {
-    return Unsigned(FG_CCSEL0 + static_cast<std::int32_t>(line), initial,
-                    driving(parameters::oneOf<std::uint32_t>(enumerations::LegacyCameraControl),
-                            [this, line] { applyLine(line); }));
+LegacyTrigger::Double::Rules LegacyTrigger::drivingDelay(std::size_t generator) {
+    return {.check = sets_.legacy(inRange(0.0, longestDelay)), .apply = [this, generator](double time, auto) {
+                const TriggerSets::Applying applying(sets_);
+                parts_.timing.generator(generator).delay().set(time);
+            }};
 }
 
 void LegacyTrigger::applyTriggerMode() {
     if (triggerMode_.value() == FREE_RUN) {
-        rooms_.state.state().change(TS_ASYNC_STOP);
+        parts_.state.state().set(TS_ASYNC_STOP);
     }
     for (const ModeTranslation& translation : modeTranslations) {
         if (translation.legacy == triggerMode_.value()) {
-            rooms_.state.mode().change(translation.current);
-            rooms_.queue.mode().change(FG_OFF);
-            rooms_.state.state().change(TS_ACTIVE);
+            parts_.state.mode().set(translation.current);
+            parts_.queue.mode().set(FG_OFF);
+            parts_.state.state().set(TS_ACTIVE);
         }
     }
     applyLines();
@@ -149,16 +135,16 @@ void LegacyTrigger::applyTriggerMode() {
 
 void LegacyTrigger::applyExposure() {
     for (std::size_t i = 0; i < TriggerTiming::generatorCount; ++i) {
-        rooms_.timing.generator(i).width().change(exposure_.value());
+        parts_.timing.generator(i).width().set(exposure_.value());
     }
 }
 
 void LegacyTrigger::applyLine(std::size_t line) {
-    rooms_.crossbar.cameraControl(line).change(translate(lines_[line].value()));
+    parts_.crossbar.cameraControl(line).set(translate(lines_[line].value()));
 }
 
 void LegacyTrigger::applyLines() {
-    for (std::size_t line = 0; line < lineCount; ++line) {
+    for (std::size_t line = 0; line < lines_.size(); ++line) {
         applyLine(line);
     }
 }
@@ -166,17 +152,27 @@ void LegacyTrigger::applyLines() {
 // Outputs take the same selections as camera-control lines, under names of their own.
 
 void LegacyTrigger::applyExsyncOutput() {
-    rooms_.crossbar.output(exsyncOutput).change(translate(CC_EXSYNC));
+    parts_.crossbar.output(exsyncOutput).set(translate(CC_EXSYNC));
 }
 
 void LegacyTrigger::applyStrobeOutput() {
-    rooms_.crossbar.output(strobeOutput).change(translate(CC_STROBEPULSE));
+    parts_.crossbar.output(strobeOutput).set(translate(CC_STROBEPULSE));
+}
+
+void LegacyTrigger::applyExsync() {
+    applyLines();
+    applyExsyncOutput();
+}
+
+void LegacyTrigger::applyStrobe() {
+    applyLines();
+    applyStrobeOutput();
 }
 
 void LegacyTrigger::applyDigitalOutputs() {
     for (std::size_t bit = 0; bit < std::size(digitalOutput); ++bit) {
         const bool high = (digitalOutputs_.value() >> bit & 1) != 0;
-        rooms_.crossbar.output(digitalOutput[bit]).change(high ? VCC : GND);
+        parts_.crossbar.output(digitalOutput[bit]).set(high ? VCC : GND);
     }
 }
 
@@ -192,25 +188,25 @@ std::uint32_t LegacyTrigger::translate(std::uint32_t selection) const {
             return high ? row.offHigh : row.offLow;
         }
     }
-    throw static_cast<int>(FG_ERROR_NO_TRANSLATION);
+    throw FG_ERROR_NO_TRANSLATION;
 }
 
 void LegacyTrigger::switchSet(std::int32_t mode, std::int32_t previous) {
     if (mode == previous) {
         return;
     }
-    sets_.mode().keep(FG_OFF); // the defaults of the current set have to be accepted
+    sets_.mode().store(FG_OFF); // the defaults of the current set have to be accepted
     applyDefaults();
     resetFields();
-    sets_.mode().keep(mode);
+    sets_.mode().store(mode);
 }
 
 // What is refused or fails keeps its value; the others follow all the same.
 void LegacyTrigger::applyDefaults() {
-    const auto set = []<typename T>(parameters::Remembered<T>& parameter, auto value) {
-        parameter.change(static_cast<T>(value), OnFailure::swallow);
+    const auto set = []<typename T>(parameters::Cached<T>& parameter, auto value) {
+        parameters::skipRefusal([&] { parameter.set(static_cast<T>(value)); });
     };
-    auto& [input, timing, crossbar, state, queue, statistics] = rooms_;
+    auto& [input, timing, crossbar, state, queue, statistics] = parts_;
     set(state.mode(), ATM_GENERATOR);
     set(state.state(), TS_SYNC_STOP);
     set(timing.rate(), 8.0);
@@ -245,20 +241,19 @@ void LegacyTrigger::applyDefaults() {
 }
 
 void LegacyTrigger::resetFields() {
-    triggerMode_.keep(FREE_RUN);
-    exsyncOn_.keep(FG_OFF);
-    exsyncPolarity_.keep(FG_LOW);
-    flashOn_.keep(FG_OFF);
-    flashPolarity_.keep(FG_LOW);
-    exposure_.keep(initialExposure);
-    exsyncDelay_.keep(0.0);
-    strobeDelay_.keep(0.0);
-    prescaler_.keep(initialPrescaler);
-    lines_[0].keep(CC_EXSYNC);
-    for (std::size_t line = 1; line < lineCount; ++line) {
-        lines_[line].keep(CC_VCC);
+    triggerMode_.store(FREE_RUN);
+    exsyncOn_.store(FG_OFF);
+    exsyncPolarity_.store(FG_LOW);
+    flashOn_.store(FG_OFF);
+    flashPolarity_.store(FG_LOW);
+    exposure_.store(initialExposure);
+    exsyncDelay_.store(0.0);
+    strobeDelay_.store(0.0);
+    prescaler_.store(initialPrescaler);
+    for (std::size_t line = 0; line < lines_.size(); ++line) {
+        lines_[line].store(cameraControlLines[line].initial);
     }
-    digitalOutputs_.keep(allDigitalOutputs);
+    digitalOutputs_.store(allDigitalOutputs);
 }
 
 } // namespace qelm::features

@@ -10,15 +10,15 @@
 #include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 
 namespace qelm::features {
 
 /** What the legacy set drives. */
-struct TriggerRooms {
+struct TriggerParts {
     TriggerInput& input;
     TriggerTiming& timing;
     TriggerCrossbar& crossbar;
@@ -33,12 +33,10 @@ struct TriggerRooms {
  */
 class LegacyTrigger {
   public:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
-    using Double = parameters::Remembered<double>;
+    using Unsigned = parameters::Cached<std::uint32_t>;
+    using Double = parameters::Cached<double>;
 
-    LegacyTrigger(TriggerSets& sets, TriggerRooms rooms);
-
-    void enroll(parameters::Dispatch& dispatch);
+    LegacyTrigger(parameters::Dispatch& dispatch, TriggerSets& sets, TriggerParts parts);
 
     /** Whether the rate sets the generator's period while the legacy set is in force. */
     bool isGrabberControlled() const { return triggerMode_.value() == GRABBER_CONTROLLED; }
@@ -46,20 +44,17 @@ class LegacyTrigger {
     void switchSet(std::int32_t mode, std::int32_t previous);
 
   private:
-    static constexpr std::size_t lineCount = TriggerCrossbar::cameraControlCount;
-
     /** A check that needs the legacy set, and an action that may set current parameters. */
     template <typename Check, typename Action>
     typename Unsigned::Rules driving(Check check, Action action);
-    Unsigned onOff(std::int32_t id, void (LegacyTrigger::*applyOutput)());
-    Unsigned polarity(std::int32_t id, void (LegacyTrigger::*applyOutput)());
-    Double delay(std::int32_t id, std::size_t generator);
-    Unsigned lineSelection(std::size_t line, std::uint32_t initial);
+    Double::Rules drivingDelay(std::size_t generator);
 
     void applyTriggerMode();
     void applyExposure();
     void applyLine(std::size_t line);
     void applyLines();
+    void applyExsync();
+    void applyStrobe();
     void applyExsyncOutput();
     void applyStrobeOutput();
     void applyDigitalOutputs();
@@ -68,14 +63,14 @@ class LegacyTrigger {
     void resetFields();
 
     TriggerSets& sets_;
-    TriggerRooms rooms_;
+    TriggerParts parts_;
     Unsigned triggerMode_;
     Unsigned exsyncOn_, exsyncPolarity_;
     Unsigned flashOn_, flashPolarity_;
     Unsigned exposure_;                ///< µs
     Double exsyncDelay_, strobeDelay_; ///< µs
     Double prescaler_;                 ///< µs; kept for older programs, times are told in µs here
-    std::array<Unsigned, lineCount> lines_;
+    std::deque<Unsigned> lines_;       // a deque keeps addresses
     Unsigned digitalOutputs_;
 };
 

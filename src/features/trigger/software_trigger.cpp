@@ -8,15 +8,14 @@ namespace {
 using parameters::require;
 using enum parameters::DesignParameter;
 
-constexpr std::uint32_t pulse = 2; // issues one pulse of a command register
-
 // Shorter than what the delay resolves: the pulses follow each other back to back, and users count on it.
 constexpr platform::Duration pulseDistance{.seconds = 0, .nanoseconds = 160};
 
 } // namespace
 
-SoftwareTrigger::SoftwareTrigger(parameters::DesignAccess& design, const TriggerState& state, const TriggerQueue& queue)
-    : send_(FG_SENDSOFTWARETRIGGER, 0,
+SoftwareTrigger::SoftwareTrigger(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                                 const TriggerState& state, const TriggerQueue& queue)
+    : send_(dispatch, FG_SENDSOFTWARETRIGGER, 0,
             {.check =
                  [&state, &queue](std::uint32_t pulses) {
                      require(pulses >= 1 && pulses <= queue.burstLimit(), FG_ERROR_OUT_OF_RANGE);
@@ -27,10 +26,10 @@ SoftwareTrigger::SoftwareTrigger(parameters::DesignAccess& design, const Trigger
              .apply =
                  [&design](std::uint32_t pulses, auto) {
                      for (std::uint32_t i = 0; i < pulses; ++i) {
-                         design.write(TriggerMode_SoftwareTrigger_Mode, pulse);
+                         design.pulse(TriggerMode_SoftwareTrigger_Mode);
                          platform::waitPrecise(pulseDistance);
                      }
                  },
-             .read = [&design] { return design.read(TriggerMode_SoftwareTrigger_Mode); }}) {}
+             .read = parameters::reads(design, TriggerMode_SoftwareTrigger_Mode)}) {}
 
 } // namespace qelm::features

@@ -13,12 +13,11 @@ namespace qelm::features {
 /** Trigger pulses that the application sends; the value set is their number. */
 class SoftwareTrigger {
   public:
-    SoftwareTrigger(parameters::DesignAccess& design, const TriggerState& state, const TriggerQueue& queue);
-
-    void enroll(parameters::Dispatch& dispatch) { dispatch.add(send_); }
+    SoftwareTrigger(parameters::Dispatch& dispatch, parameters::DesignAccess& design, const TriggerState& state,
+                    const TriggerQueue& queue);
 
   private:
-    parameters::Remembered<std::uint32_t> send_;
+    parameters::Cached<std::uint32_t> send_;
 };
 
 } // namespace qelm::features

@@ -5,7 +5,6 @@
 namespace qelm::features {
 namespace {
 
-using parameters::DesignParameter;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -33,83 +32,65 @@ constexpr Route routes[] = {
     {4, 1},           // NOT_INPUT_BYPASS
 };
 
-constexpr std::int32_t outputIds[] = {FG_TRIGGEROUT_SELECT0, FG_TRIGGEROUT_SELECT1, FG_TRIGGEROUT_SELECT2,
-                                      FG_TRIGGEROUT_SELECT3, FG_TRIGGEROUT_SELECT4, FG_TRIGGEROUT_SELECT5,
-                                      FG_TRIGGEROUT_SELECT6, FG_TRIGGEROUT_SELECT7};
-
-constexpr DesignParameter cameraControlSelect(std::size_t line) {
-    return parameters::offset(CameraControl_Select0_Select_Select, line);
-}
-constexpr DesignParameter cameraControlPolarity(std::size_t line) {
-    return parameters::offset(CameraControl_Select0_Polarity_Invert, line);
-}
-constexpr DesignParameter outputSelect(std::size_t line) {
-    return parameters::offset(TriggerOutput_Select0_Select_Select, line);
-}
-constexpr DesignParameter outputPolarity(std::size_t line) {
-    return parameters::offset(TriggerOutput_Select0_Polarity_Invert, line);
-}
+constexpr TriggerCrossbar::Line cameraControlLines[TriggerCrossbar::cameraControlCount] = {
+    {FG_TRIGGERCC_SELECT0, CC_NOT_PULSEGEN0, CameraControl_Select0_Select_Select,
+     CameraControl_Select0_Polarity_Invert},
+    {FG_TRIGGERCC_SELECT1, CC_VCC, CameraControl_Select1_Select_Select, CameraControl_Select1_Polarity_Invert},
+    {FG_TRIGGERCC_SELECT2, CC_VCC, CameraControl_Select2_Select_Select, CameraControl_Select2_Polarity_Invert},
+    {FG_TRIGGERCC_SELECT3, CC_VCC, CameraControl_Select3_Select_Select, CameraControl_Select3_Polarity_Invert},
+};
+constexpr TriggerCrossbar::Line outputLines[TriggerCrossbar::outputCount] = {
+    {FG_TRIGGEROUT_SELECT0, NOT_PULSEGEN0, TriggerOutput_Select0_Select_Select, TriggerOutput_Select0_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT1, NOT_PULSEGEN1, TriggerOutput_Select1_Select_Select, TriggerOutput_Select1_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT2, VCC, TriggerOutput_Select2_Select_Select, TriggerOutput_Select2_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT3, VCC, TriggerOutput_Select3_Select_Select, TriggerOutput_Select3_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT4, VCC, TriggerOutput_Select4_Select_Select, TriggerOutput_Select4_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT5, VCC, TriggerOutput_Select5_Select_Select, TriggerOutput_Select5_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT6, VCC, TriggerOutput_Select6_Select_Select, TriggerOutput_Select6_Polarity_Invert},
+    {FG_TRIGGEROUT_SELECT7, VCC, TriggerOutput_Select7_Select_Select, TriggerOutput_Select7_Polarity_Invert},
+};
 
 } // namespace
 
-TriggerCrossbar::TriggerCrossbar(parameters::DesignAccess& design, const TriggerSets& sets)
-    : design_(design)
-    , cameraControl_{{cameraControlSelection(sets, 0, CC_NOT_PULSEGEN0), cameraControlSelection(sets, 1, CC_VCC),
-                      cameraControlSelection(sets, 2, CC_VCC), cameraControlSelection(sets, 3, CC_VCC)}}
-    , outputs_{{outputSelection(sets, 0, NOT_PULSEGEN0), outputSelection(sets, 1, NOT_PULSEGEN1),
-                outputSelection(sets, 2, VCC), outputSelection(sets, 3, VCC), outputSelection(sets, 4, VCC),
-                outputSelection(sets, 5, VCC), outputSelection(sets, 6, VCC), outputSelection(sets, 7, VCC)}} {}
-
-TriggerCrossbar::Selection TriggerCrossbar::cameraControlSelection(const TriggerSets& sets, std::size_t line,
-                                                                   std::uint32_t initial) {
-    return selection(sets, FG_TRIGGERCC_SELECT0 + static_cast<std::int32_t>(line), initial, cameraControlSelect(line),
-                     cameraControlPolarity(line));
-}
-
-TriggerCrossbar::Selection TriggerCrossbar::outputSelection(const TriggerSets& sets, std::size_t line,
-                                                            std::uint32_t initial) {
-    return selection(sets, outputIds[line], initial, outputSelect(line), outputPolarity(line));
-}
-
-TriggerCrossbar::Selection TriggerCrossbar::selection(const TriggerSets& sets, std::int32_t id, std::uint32_t initial,
-                                                      DesignParameter select, DesignParameter polarity) {
-    return Selection(
-        id, initial,
-        {.check = sets.current([](std::uint32_t value) { require(value < std::size(routes), FG_ERROR_OUT_OF_RANGE); }),
-         .apply = [this, select, polarity](std::uint32_t value, auto) { write(select, polarity, value); }});
-}
-
-void TriggerCrossbar::enroll(parameters::Dispatch& dispatch) {
-    for (Selection& selection : cameraControl_) {
-        dispatch.add(selection);
+TriggerCrossbar::TriggerCrossbar(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                                 const TriggerSets& sets)
+    : design_(design) {
+    for (const Line& line : cameraControlLines) {
+        cameraControl_.emplace_back(dispatch, line.id, line.initial, rules(line, sets));
     }
-    for (Selection& selection : outputs_) {
-        dispatch.add(selection);
+    for (const Line& line : outputLines) {
+        outputs_.emplace_back(dispatch, line.id, line.initial, rules(line, sets));
     }
+}
+
+TriggerCrossbar::Selection::Rules TriggerCrossbar::rules(const Line& line, const TriggerSets& sets) {
+    return {.check =
+                sets.current([](std::uint32_t value) { require(value < std::size(routes), FG_ERROR_OUT_OF_RANGE); }),
+            .apply = [this, &line](std::uint32_t value, auto) { write(line, value); }};
 }
 
 void TriggerCrossbar::off() {
-    for (std::size_t line = 0; line < cameraControlCount; ++line) {
-        design_.write(cameraControlSelect(line), constantLow);
+    for (const Line& line : cameraControlLines) {
+        design_.write(line.select, constantLow);
     }
-    for (std::size_t line = 0; line < outputCount; ++line) {
-        design_.write(outputSelect(line), constantLow);
+    for (const Line& line : outputLines) {
+        design_.write(line.select, constantLow);
     }
 }
 
 void TriggerCrossbar::on() {
     for (std::size_t line = 0; line < cameraControlCount; ++line) {
-        write(cameraControlSelect(line), cameraControlPolarity(line), cameraControl_[line].value());
+        write(cameraControlLines[line], cameraControl_[line].value());
     }
     for (std::size_t line = 0; line < outputCount; ++line) {
-        write(outputSelect(line), outputPolarity(line), outputs_[line].value());
+        write(outputLines[line], outputs_[line].value());
     }
 }
 
-void TriggerCrossbar::write(DesignParameter select, DesignParameter polarity, std::uint32_t value) {
+void TriggerCrossbar::write(const Line& line, std::uint32_t value) {
     require(value < std::size(routes), FG_ERROR_OUT_OF_RANGE); // a configuration may have brought in anything
-    design_.write(select, routes[value].select);
-    design_.write(polarity, routes[value].invert);
+    design_.write(line.select, routes[value].select);
+    design_.write(line.polarity, routes[value].invert);
 }
 
 } // namespace qelm::features

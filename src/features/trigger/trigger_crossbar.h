@@ -5,9 +5,9 @@
 #include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 
 namespace qelm::features {
 
@@ -16,11 +16,9 @@ class TriggerCrossbar {
   public:
     static constexpr std::size_t cameraControlCount = 4;
     static constexpr std::size_t outputCount = 8;
-    using Selection = parameters::Remembered<std::uint32_t>;
+    using Selection = parameters::Cached<std::uint32_t>;
 
-    TriggerCrossbar(parameters::DesignAccess& design, const TriggerSets& sets);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerCrossbar(parameters::Dispatch& dispatch, parameters::DesignAccess& design, const TriggerSets& sets);
 
     Selection& cameraControl(std::size_t line) { return cameraControl_[line]; }
     Selection& output(std::size_t line) { return outputs_[line]; }
@@ -30,16 +28,20 @@ class TriggerCrossbar {
     /** Applies the selections of all lines again. */
     void on();
 
+    /** A line of the crossbar: its parameter, and what routes it in the design. */
+    struct Line {
+        std::int32_t id;
+        std::uint32_t initial;
+        parameters::DesignParameter select, polarity;
+    };
+
   private:
-    Selection selection(const TriggerSets& sets, std::int32_t id, std::uint32_t initial,
-                        parameters::DesignParameter select, parameters::DesignParameter polarity);
-    Selection cameraControlSelection(const TriggerSets& sets, std::size_t line, std::uint32_t initial);
-    Selection outputSelection(const TriggerSets& sets, std::size_t line, std::uint32_t initial);
-    void write(parameters::DesignParameter select, parameters::DesignParameter polarity, std::uint32_t value);
+    Selection::Rules rules(const Line& line, const TriggerSets& sets);
+    void write(const Line& line, std::uint32_t value);
 
     parameters::DesignAccess& design_;
-    std::array<Selection, cameraControlCount> cameraControl_;
-    std::array<Selection, outputCount> outputs_;
+    std::deque<Selection> cameraControl_; // a deque keeps addresses
+    std::deque<Selection> outputs_;
 };
 
 } // namespace qelm::features

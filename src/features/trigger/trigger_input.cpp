@@ -15,24 +15,24 @@ constexpr double initialDebounce = 1.0;    // µs
 
 } // namespace
 
-TriggerInput::TriggerInput(parameters::DesignAccess& design, description::Information& information,
-                           const TriggerSets& sets)
-    : source_(FG_TRIGGERIN_SRC, TRGINSRC_0,
+TriggerInput::TriggerInput(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                           description::Information& information, const TriggerSets& sets)
+    : source_(dispatch, FG_TRIGGERIN_SRC, TRGINSRC_0,
               {.check = parameters::oneOf<std::uint32_t>(enumerations::TriggerInputSource),
                .apply = parameters::writesTo(design, InputSelect_Select_Select)})
-    , polarity_(FG_TRIGGERIN_POLARITY, HIGH_ACTIVE,
+    , polarity_(dispatch, FG_TRIGGERIN_POLARITY, HIGH_ACTIVE,
                 {.check = parameters::oneOf<std::int32_t>(enumerations::TriggerInputPolarity),
                  .apply = parameters::writesTo(design, InputSelect_Polarity_Invert)})
-    , bypassSource_(FG_TRIGGERIN_BYPASS_SRC, TRGINSRC_0,
+    , bypassSource_(dispatch, FG_TRIGGERIN_BYPASS_SRC, TRGINSRC_0,
                     {.check = sets.current(parameters::oneOf<std::int32_t>(enumerations::TriggerInputSource)),
                      .apply = parameters::writesTo(design, InputSelect_BypassSelect_Select)})
     , debounce_(
-          FG_TRIGGERIN_DEBOUNCE, initialDebounce,
+          dispatch, FG_TRIGGERIN_DEBOUNCE, initialDebounce,
           {.check = sets.current(parameters::inRange(shortestDebounce, longestDebounce)),
            .apply = [&design](double time,
                               auto) { design.write(TriggerInput_Debounce8_Prescale_Period, debounceOfTime(time)); },
            .read = [&design] { return timeOfDebounce(design.read(TriggerInput_Debounce8_Prescale_Period)); }})
-    , downscale_(FG_TRIGGERIN_DOWNSCALE, 1,
+    , downscale_(dispatch, FG_TRIGGERIN_DOWNSCALE, 1,
                  {.check = sets.current(
                       [this](std::uint32_t downscale) { require(downscale > phase_.value(), FG_ERROR_OUT_OF_RANGE); }),
                   .apply = parameters::writesTo(design, Downscale_Downscale_Downscale),
@@ -40,17 +40,10 @@ TriggerInput::TriggerInput(parameters::DesignAccess& design, description::Inform
                       [this, &information] {
                           information.setMaximum(FG_TRIGGERIN_DOWNSCALE_PHASE, std::int64_t{downscale_.value()} - 1);
                       }})
-    , phase_(FG_TRIGGERIN_DOWNSCALE_PHASE, 0,
+    , phase_(dispatch, FG_TRIGGERIN_DOWNSCALE_PHASE, 0,
              {.check = sets.current(
                   [this](std::uint32_t phase) { require(phase < downscale_.value(), FG_ERROR_OUT_OF_RANGE); }),
               .apply = parameters::writesTo(design, Downscale_Downscale_SelectedPulse)})
-    , levels_(FG_DIGIO_INPUT, [&design] { return design.read(TriggerInput_InputStatus_Status); }) {}
-
-void TriggerInput::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &source_, &polarity_, &bypassSource_, &debounce_, &downscale_, &phase_, &levels_}) {
-        dispatch.add(*parameter);
-    }
-}
+    , levels_(dispatch, FG_DIGIO_INPUT, parameters::reads(design, TriggerInput_InputStatus_Status)) {}
 
 } // namespace qelm::features

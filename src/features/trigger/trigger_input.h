@@ -13,18 +13,17 @@ namespace qelm::features {
 /** The trigger's input stage: eight debounced pins, of which one triggers and one may bypass the unit. */
 class TriggerInput {
   public:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
-    using Signed = parameters::Remembered<std::int32_t>;
+    using Unsigned = parameters::Cached<std::uint32_t>;
+    using Signed = parameters::Cached<std::int32_t>;
 
-    TriggerInput(parameters::DesignAccess& design, description::Information& information, const TriggerSets& sets);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerInput(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                 description::Information& information, const TriggerSets& sets);
 
     /* For the defaults of a switched parameter set. */
     Unsigned& source() { return source_; }
     Signed& polarity() { return polarity_; }
     Signed& bypassSource() { return bypassSource_; }
-    parameters::Remembered<double>& debounce() { return debounce_; }
+    parameters::Cached<double>& debounce() { return debounce_; }
     Unsigned& downscale() { return downscale_; }
     Unsigned& phase() { return phase_; }
 
@@ -32,7 +31,7 @@ class TriggerInput {
     Unsigned source_;
     Signed polarity_;
     Signed bypassSource_;
-    parameters::Remembered<double> debounce_;
+    parameters::Cached<double> debounce_;
     Unsigned downscale_; ///< of so many pulses one passes
     Unsigned phase_;     ///< the one that passes, from 0
     parameters::ReadOnly<std::uint32_t> levels_;

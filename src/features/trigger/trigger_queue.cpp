@@ -14,41 +14,33 @@ constexpr std::uint32_t mostMultiplied = 65535;
 constexpr std::uint32_t lowestThreshold = 2;
 constexpr std::uint32_t highestThreshold = 2047;
 constexpr std::uint32_t fullBit = 2; // of the queue status
-constexpr std::uint32_t pulse = 2;   // issues one pulse of a command register
 
 } // namespace
 
-TriggerQueue::TriggerQueue(parameters::DesignAccess& design, description::Information& information,
-                           const TriggerSets& sets, TriggerTiming& timing, const TriggerState& state)
+TriggerQueue::TriggerQueue(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                           description::Information& information, const TriggerSets& sets, TriggerTiming& timing,
+                           const TriggerState& state)
     : design_(design)
     , information_(information)
     , timing_(timing)
     , state_(state)
-    , multiplyPulses_(
-          FG_TRIGGER_MULTIPLY_PULSES, 1,
-          {.check = sets.current(parameters::inRange(1U, mostMultiplied)),
-           .apply = [this](std::uint32_t pulses, std::uint32_t previous) { writeMultiplyPulses(pulses, previous); }})
-    , mode_(FG_TRIGGERQUEUE_MODE, FG_ON, // until start-up switches it off
+    , multiplyPulses_(dispatch, FG_TRIGGER_MULTIPLY_PULSES, 1,
+                      {.check = sets.current(parameters::inRange(1U, mostMultiplied)),
+                       .apply = parameters::calls(this, &TriggerQueue::writeMultiplyPulses)})
+    , mode_(dispatch, FG_TRIGGERQUEUE_MODE, FG_ON, // until start-up switches it off
             {.check = sets.current(parameters::oneOf<std::int32_t>(enumerations::OnOff)),
-             .apply = [this](auto...) { writeMode(); },
-             .settled = [this] { describeLimits(); }})
-    , onThreshold_(FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD, highestThreshold,
+             .apply = parameters::calls(this, &TriggerQueue::writeMode),
+             .settled = parameters::calls(this, &TriggerQueue::describeLimits)})
+    , onThreshold_(dispatch, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD, highestThreshold,
                    {.check = sets.current(parameters::inRange(lowestThreshold, highestThreshold)),
                     .apply = parameters::writesTo(design, Hysteresis_OnLevel_Number)})
-    , offThreshold_(FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_OFF_THRESHOLD, lowestThreshold,
+    , offThreshold_(dispatch, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_OFF_THRESHOLD, lowestThreshold,
                     {.check = sets.current(parameters::inRange(lowestThreshold, highestThreshold)),
                      .apply = parameters::writesTo(design, Hysteresis_OffLevel_Number)})
-    , fillLevel_(FG_TRIGGERQUEUE_FILLLEVEL, [this] { return is(ATM_EXTERNAL) ? level() : 0; })
-    , busy_(FG_SOFTWARETRIGGER_IS_BUSY, [this] { return std::uint32_t{isBusy() ? IS_BUSY : IS_NOT_BUSY}; })
-    , softwareFillLevel_(FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL,
+    , fillLevel_(dispatch, FG_TRIGGERQUEUE_FILLLEVEL, [this] { return is(ATM_EXTERNAL) ? level() : 0; })
+    , busy_(dispatch, FG_SOFTWARETRIGGER_IS_BUSY, [this] { return std::uint32_t{isBusy() ? IS_BUSY : IS_NOT_BUSY}; })
+    , softwareFillLevel_(dispatch, FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL,
                          [this] { return is(ATM_SOFTWARE) ? level() * multiplyPulses_.value() : 0; }) {}
-
-void TriggerQueue::enroll(parameters::Dispatch& dispatch) {
-    for (parameters::Parameter* parameter : std::initializer_list<parameters::Parameter*>{
-             &multiplyPulses_, &mode_, &onThreshold_, &offThreshold_, &fillLevel_, &busy_, &softwareFillLevel_}) {
-        dispatch.add(*parameter);
-    }
-}
 
 std::uint32_t TriggerQueue::burstLimit() const {
     return isOn() ? queueLength : noQueue;
@@ -68,7 +60,7 @@ void TriggerQueue::writeMultiplyPulses(std::uint32_t pulses, std::uint32_t previ
     const bool grows = pulses > previous;
     design_.write(grows ? Generators_Sequence_Downscale : Generators_Sequence_SelectedPulse, pulses);
     design_.write(grows ? Generators_Sequence_SelectedPulse : Generators_Sequence_Downscale, pulses);
-    design_.write(Generators_ClearDownscale_Mode, pulse);
+    design_.pulse(Generators_ClearDownscale_Mode);
 }
 
 void TriggerQueue::writeMode() {

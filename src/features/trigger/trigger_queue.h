@@ -15,13 +15,12 @@ namespace qelm::features {
 /** Multiplies trigger pulses and queues them until the generator has time for them. */
 class TriggerQueue {
   public:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
-    using Signed = parameters::Remembered<std::int32_t>;
+    using Unsigned = parameters::Cached<std::uint32_t>;
+    using Signed = parameters::Cached<std::int32_t>;
 
-    TriggerQueue(parameters::DesignAccess& design, description::Information& information, const TriggerSets& sets,
-                 TriggerTiming& timing, const TriggerState& state);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerQueue(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                 description::Information& information, const TriggerSets& sets, TriggerTiming& timing,
+                 const TriggerState& state);
 
     Unsigned& multiplyPulses() { return multiplyPulses_; }
     Signed& mode() { return mode_; }

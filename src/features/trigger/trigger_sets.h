@@ -16,13 +16,13 @@ namespace qelm::features {
  */
 class TriggerSets {
   public:
-    using Mode = parameters::Remembered<std::int32_t>;
+    using Mode = parameters::Cached<std::int32_t>;
 
     /** @param switchSet  called with the new and the previous mode */
-    TriggerSets(description::Information& information,
+    TriggerSets(parameters::Dispatch& dispatch, description::Information& information,
                 std::function<void(const std::int32_t& mode, const std::int32_t& previous)> switchSet)
         : information_(information)
-        , mode_(FG_TRIGGER_LEGACY_MODE, FG_OFF,
+        , mode_(dispatch, FG_TRIGGER_LEGACY_MODE, FG_OFF,
                 {.check = parameters::oneOf<std::int32_t>(parameters::enumerations::OnOff),
                  .apply = std::move(switchSet),
                  .settled = [this] { switchAccess(); }}) {}

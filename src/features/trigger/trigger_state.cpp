@@ -6,27 +6,15 @@ namespace {
 namespace enumerations = parameters::enumerations;
 using enum parameters::DesignParameter;
 
-constexpr std::uint32_t pulse = 2; // issues one pulse of a command register
 constexpr std::uint32_t on = 1;
 constexpr std::uint32_t off = 0;
 
-enum Action : std::uint8_t {
-    none,
-    R,  // reset counters
-    O0, // outputs off
-    O1, // outputs on
-    G0, // generator off
-    G1, // generator on
-    Q,  // queue restart
-    Di, // clear the input's downscale
-    Ds, // clear the sequencer
-    X0, // external input deselected
-    X1, // external input selected
-};
+using Step = TriggerState::Step;
+using enum Step;
 
 struct Transition {
     std::uint32_t mode, state, newMode, newState;
-    Action actions[7]; // in this order
+    Step steps[7]; // in this order
 };
 
 // A pair that is missing writes nothing: a mode that is chosen while the unit is stopped takes effect when it is
@@ -34,60 +22,67 @@ struct Transition {
 // once.
 // clang-format off
 constexpr Transition transitions[] = {
-    {ATM_GENERATOR, TS_SYNC_STOP,  ATM_GENERATOR, TS_ACTIVE,     {R, G1}},
-    {ATM_GENERATOR, TS_SYNC_STOP,  ATM_GENERATOR, TS_ASYNC_STOP, {O0}},
-    {ATM_GENERATOR, TS_ASYNC_STOP, ATM_GENERATOR, TS_ACTIVE,     {R, O1, G1}},
-    {ATM_GENERATOR, TS_ACTIVE,     ATM_EXTERNAL, TS_ACTIVE,      {O0, Di, Q, Ds, R, O1, X1}},
-    {ATM_GENERATOR, TS_ACTIVE,     ATM_SOFTWARE, TS_ACTIVE,      {O0, Di, Q, Ds, R, O1}},
-    {ATM_GENERATOR, TS_ACTIVE,     ATM_GENERATOR, TS_ASYNC_STOP, {O0, G0}},
-    {ATM_GENERATOR, TS_ACTIVE,     ATM_GENERATOR, TS_SYNC_STOP,  {G0}},
+    {ATM_GENERATOR, TS_SYNC_STOP, ATM_GENERATOR, TS_ACTIVE,     {resetCounters, restartGenerator}},
+    {ATM_GENERATOR, TS_SYNC_STOP, ATM_GENERATOR, TS_ASYNC_STOP, {outputsOff}},
+    {ATM_GENERATOR, TS_ASYNC_STOP, ATM_GENERATOR, TS_ACTIVE,    {resetCounters, outputsOn, restartGenerator}},
+    {ATM_GENERATOR, TS_ACTIVE, ATM_EXTERNAL, TS_ACTIVE,
+        {outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn, selectExternal}},
+    {ATM_GENERATOR, TS_ACTIVE, ATM_SOFTWARE, TS_ACTIVE,
+        {outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn}},
+    {ATM_GENERATOR, TS_ACTIVE, ATM_GENERATOR, TS_ASYNC_STOP,    {outputsOff, generatorOff}},
+    {ATM_GENERATOR, TS_ACTIVE, ATM_GENERATOR, TS_SYNC_STOP,     {generatorOff}},
 
-    {ATM_SOFTWARE, TS_SYNC_STOP,   ATM_GENERATOR, TS_SYNC_STOP,  {G0}},
-    {ATM_SOFTWARE, TS_SYNC_STOP,   ATM_SOFTWARE, TS_ACTIVE,      {O0, Di, Q, Ds, R, O1}},
-    {ATM_SOFTWARE, TS_SYNC_STOP,   ATM_SOFTWARE, TS_ASYNC_STOP,  {O0}},
-    {ATM_SOFTWARE, TS_ASYNC_STOP,  ATM_GENERATOR, TS_ASYNC_STOP, {G0}},
-    {ATM_SOFTWARE, TS_ASYNC_STOP,  ATM_SOFTWARE, TS_ACTIVE,      {Di, Q, Ds, R, O1}},
-    {ATM_SOFTWARE, TS_ACTIVE,      ATM_GENERATOR, TS_ACTIVE,     {O0, R, O1, G1}},
-    {ATM_SOFTWARE, TS_ACTIVE,      ATM_EXTERNAL, TS_ACTIVE,      {O0, Di, Q, Ds, R, O1, X1}},
-    {ATM_SOFTWARE, TS_ACTIVE,      ATM_SOFTWARE, TS_ASYNC_STOP,  {O0}},
+    {ATM_SOFTWARE, TS_SYNC_STOP, ATM_GENERATOR, TS_SYNC_STOP,   {generatorOff}},
+    {ATM_SOFTWARE, TS_SYNC_STOP, ATM_SOFTWARE, TS_ACTIVE,
+        {outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn}},
+    {ATM_SOFTWARE, TS_SYNC_STOP, ATM_SOFTWARE, TS_ASYNC_STOP,   {outputsOff}},
+    {ATM_SOFTWARE, TS_ASYNC_STOP, ATM_GENERATOR, TS_ASYNC_STOP, {generatorOff}},
+    {ATM_SOFTWARE, TS_ASYNC_STOP, ATM_SOFTWARE, TS_ACTIVE,
+        {clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn}},
+    {ATM_SOFTWARE, TS_ACTIVE, ATM_GENERATOR, TS_ACTIVE,
+        {outputsOff, resetCounters, outputsOn, restartGenerator}},
+    {ATM_SOFTWARE, TS_ACTIVE, ATM_EXTERNAL, TS_ACTIVE,
+        {outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn, selectExternal}},
+    {ATM_SOFTWARE, TS_ACTIVE, ATM_SOFTWARE, TS_ASYNC_STOP,      {outputsOff}},
 
-    {ATM_EXTERNAL, TS_SYNC_STOP,   ATM_GENERATOR, TS_SYNC_STOP,  {G0}},
-    {ATM_EXTERNAL, TS_SYNC_STOP,   ATM_EXTERNAL, TS_ACTIVE,      {O0, Di, Q, Ds, R, O1, X1}},
-    {ATM_EXTERNAL, TS_SYNC_STOP,   ATM_EXTERNAL, TS_ASYNC_STOP,  {O0}},
-    {ATM_EXTERNAL, TS_ASYNC_STOP,  ATM_GENERATOR, TS_ASYNC_STOP, {G0}},
-    {ATM_EXTERNAL, TS_ASYNC_STOP,  ATM_EXTERNAL, TS_ACTIVE,      {Di, Q, Ds, R, O1, X1}},
-    {ATM_EXTERNAL, TS_ACTIVE,      ATM_GENERATOR, TS_ACTIVE,     {X0, O0, R, O1, G1}},
-    {ATM_EXTERNAL, TS_ACTIVE,      ATM_SOFTWARE, TS_ACTIVE,      {X0, O0, Di, Q, Ds, R, O1}},
-    {ATM_EXTERNAL, TS_ACTIVE,      ATM_EXTERNAL, TS_ASYNC_STOP,  {O0, X0}},
-    {ATM_EXTERNAL, TS_ACTIVE,      ATM_EXTERNAL, TS_SYNC_STOP,   {X0}},
+    {ATM_EXTERNAL, TS_SYNC_STOP, ATM_GENERATOR, TS_SYNC_STOP,   {generatorOff}},
+    {ATM_EXTERNAL, TS_SYNC_STOP, ATM_EXTERNAL, TS_ACTIVE,
+        {outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn, selectExternal}},
+    {ATM_EXTERNAL, TS_SYNC_STOP, ATM_EXTERNAL, TS_ASYNC_STOP,   {outputsOff}},
+    {ATM_EXTERNAL, TS_ASYNC_STOP, ATM_GENERATOR, TS_ASYNC_STOP, {generatorOff}},
+    {ATM_EXTERNAL, TS_ASYNC_STOP, ATM_EXTERNAL, TS_ACTIVE,
+        {clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn, selectExternal}},
+    {ATM_EXTERNAL, TS_ACTIVE, ATM_GENERATOR, TS_ACTIVE,
+        {deselectExternal, outputsOff, resetCounters, outputsOn, restartGenerator}},
+    {ATM_EXTERNAL, TS_ACTIVE, ATM_SOFTWARE, TS_ACTIVE,
+        {deselectExternal, outputsOff, clearInputDownscale, restartQueue, clearSequencer, resetCounters, outputsOn}},
+    {ATM_EXTERNAL, TS_ACTIVE, ATM_EXTERNAL, TS_ASYNC_STOP,      {outputsOff, deselectExternal}},
+    {ATM_EXTERNAL, TS_ACTIVE, ATM_EXTERNAL, TS_SYNC_STOP,       {deselectExternal}},
 };
 // clang-format on
 
 } // namespace
 
-TriggerState::TriggerState(parameters::DesignAccess& design, TriggerSets& sets, TriggerTiming& timing,
-                           TriggerCrossbar& crossbar)
+TriggerState::TriggerState(parameters::Dispatch& dispatch, parameters::DesignAccess& design, TriggerSets& sets,
+                           TriggerTiming& timing, TriggerCrossbar& crossbar)
     : design_(design)
     , timing_(timing)
     , crossbar_(crossbar)
-    , mode_(FG_AREATRIGGERMODE, ATM_GENERATOR,
+    , mode_(dispatch, FG_AREATRIGGERMODE, ATM_GENERATOR,
             {.check = sets.current(parameters::oneOf<std::uint32_t>(enumerations::AreaTriggerMode)),
-             .apply =
-                 [this](std::uint32_t mode, std::uint32_t previous) {
-                     change({previous, state_.value()}, {mode, state_.value()});
-                 },
+             .apply = parameters::calls(this, &TriggerState::changeMode),
              .settled = [this, &sets] { sets.refreshAccess(mode_.value()); }})
-    , state_(FG_TRIGGERSTATE, TS_SYNC_STOP,
+    , state_(dispatch, FG_TRIGGERSTATE, TS_SYNC_STOP,
              {.check = sets.current(parameters::oneOf<std::uint32_t>(enumerations::TriggerState)),
-              .apply =
-                  [this](std::uint32_t state, std::uint32_t previous) {
-                      change({mode_.value(), previous}, {mode_.value(), state});
-                  },
+              .apply = parameters::calls(this, &TriggerState::changeState),
               .settled = [this, &sets] { sets.refreshAccess(mode_.value()); }}) {}
 
-void TriggerState::enroll(parameters::Dispatch& dispatch) {
-    dispatch.add(mode_);
-    dispatch.add(state_);
+void TriggerState::changeMode(std::uint32_t mode, std::uint32_t previous) {
+    change({previous, state_.value()}, {mode, state_.value()});
+}
+
+void TriggerState::changeState(std::uint32_t state, std::uint32_t previous) {
+    change({mode_.value(), previous}, {mode_.value(), state});
 }
 
 void TriggerState::change(Pair from, Pair to) {
@@ -95,58 +90,56 @@ void TriggerState::change(Pair from, Pair to) {
         if (row.mode != from.mode || row.state != from.state || row.newMode != to.mode || row.newState != to.state) {
             continue;
         }
-        for (const Action action : row.actions) {
-            switch (action) {
-            case none:
-                break;
-            case R:
-                resetCounters();
-                break;
-            case O0:
-                crossbar_.off();
-                break;
-            case O1:
-                crossbar_.on();
-                break;
-            case G0:
-                generatorOff();
-                break;
-            case G1:
-                restartGenerator(false);
-                break;
-            case Q:
-                restartGenerator(true);
-                break;
-            case Di:
-                design_.write(Downscale_Clear_Mode, pulse);
-                break;
-            case Ds:
-                design_.write(Generators_ClearDownscale_Mode, pulse);
-                break;
-            case X0:
-                design_.write(TriggerMode_SelectExternal_Select, off);
-                break;
-            case X1:
-                design_.write(TriggerMode_SelectExternal_Select, on);
-                break;
-            }
+        for (const Step step : row.steps) {
+            take(step);
         }
         return;
     }
 }
 
-void TriggerState::resetCounters() {
-    design_.write(Monitoring_CheckForMissingFrame_Cam0_ResetMissing_Mode, pulse);
-    for (std::size_t i = 0; i < TriggerTiming::generatorCount; ++i) {
-        design_.write(parameters::offset(PulseFormGenerators_PulseFormGenerator0_ClearDownscale_Mode, i), pulse);
+void TriggerState::take(Step step) {
+    switch (step) {
+    case none:
+        break;
+    case resetCounters:
+        design_.pulse(Monitoring_CheckForMissingFrame_Cam0_ResetMissing_Mode);
+        timing_.clearDownscales();
+        break;
+    case outputsOff:
+        crossbar_.off();
+        break;
+    case outputsOn:
+        crossbar_.on();
+        break;
+    case generatorOff:
+        stopGenerator();
+        break;
+    case restartGenerator:
+        startGenerator(false);
+        break;
+    case restartQueue:
+        startGenerator(true);
+        break;
+    case clearInputDownscale:
+        design_.pulse(Downscale_Clear_Mode);
+        break;
+    case clearSequencer:
+        design_.pulse(Generators_ClearDownscale_Mode);
+        break;
+    case deselectExternal:
+        design_.write(TriggerMode_SelectExternal_Select, off);
+        break;
+    case selectExternal:
+        design_.write(TriggerMode_SelectExternal_Select, on);
+        break;
     }
 }
 
-void TriggerState::generatorOff() {
+void TriggerState::stopGenerator() {
     design_.write(Generators_ClearQueuePulse_Mode, on);
 }
 
-void TriggerState::restartGenerator(bool withQueue) {
+void TriggerState::startGenerator(bool withQueue) {
     design_.write(Generators_ClearQueuePulse_Mode, on);
     design_.write(Generators_EnableQueue_Select, withQueue ? on : off);
     timing_.writeRate();

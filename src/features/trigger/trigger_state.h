@@ -17,11 +17,10 @@ namespace qelm::features {
  */
 class TriggerState {
   public:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
+    using Unsigned = parameters::Cached<std::uint32_t>;
 
-    TriggerState(parameters::DesignAccess& design, TriggerSets& sets, TriggerTiming& timing, TriggerCrossbar& crossbar);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerState(parameters::Dispatch& dispatch, parameters::DesignAccess& design, TriggerSets& sets,
+                 TriggerTiming& timing, TriggerCrossbar& crossbar);
 
     Unsigned& mode() { return mode_; }
     const Unsigned& mode() const { return mode_; }
@@ -29,7 +28,22 @@ class TriggerState {
     const Unsigned& state() const { return state_; }
 
     /** Stops the generator and empties the queue. */
-    void generatorOff();
+    void stopGenerator();
+
+    /** What transitions are made of. */
+    enum class Step : std::uint8_t {
+        none,
+        resetCounters,
+        outputsOff,
+        outputsOn,
+        generatorOff,
+        restartGenerator,
+        restartQueue,
+        clearInputDownscale,
+        clearSequencer,
+        deselectExternal,
+        selectExternal,
+    };
 
   private:
     struct Pair {
@@ -38,8 +52,10 @@ class TriggerState {
     };
 
     void change(Pair from, Pair to);
-    void resetCounters();
-    void restartGenerator(bool withQueue);
+    void changeMode(std::uint32_t mode, std::uint32_t previous);
+    void changeState(std::uint32_t state, std::uint32_t previous);
+    void take(Step step);
+    void startGenerator(bool withQueue);
 
     parameters::DesignAccess& design_;
     TriggerTiming& timing_;

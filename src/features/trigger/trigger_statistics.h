@@ -14,11 +14,10 @@ namespace qelm::features {
  */
 class TriggerStatistics {
   public:
-    using Signed = parameters::Remembered<std::int32_t>;
+    using Signed = parameters::Cached<std::int32_t>;
 
-    TriggerStatistics(parameters::DesignAccess& design, const TriggerSets& sets, const TriggerState& state);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerStatistics(parameters::Dispatch& dispatch, parameters::DesignAccess& design, const TriggerSets& sets,
+                      const TriggerState& state);
 
     Signed& outputSource() { return outputSource_; }
     Signed& outputEventSource() { return outputEventSource_; }
@@ -30,7 +29,7 @@ class TriggerStatistics {
     Count inputPulses_;
     Signed clearInputPulses_;
     Frequency frequency_, lowestFrequency_, highestFrequency_;
-    parameters::Remembered<std::uint32_t> clearFrequencies_;
+    parameters::Cached<std::uint32_t> clearFrequencies_;
     Signed outputSource_;
     Count outputPulses_;
     Signed clearOutputPulses_;

@@ -7,6 +7,7 @@
 namespace qelm::features {
 namespace {
 
+using parameters::calls;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -19,15 +20,28 @@ constexpr double initialExsyncWidth = 4000.0; // µs; of generator 0, which make
 constexpr double initialWidth = 4.0;          // µs
 constexpr std::uint32_t largestDownscale = 7;
 
-// Of each generator: downscale, phase (selected pulse), delay, width.
-constexpr std::size_t valuesPerGenerator = 4;
-
-constexpr std::int32_t idOf(std::int32_t first, std::size_t index) {
-    return first + static_cast<std::int32_t>(valuesPerGenerator * index);
-}
-constexpr parameters::DesignParameter targetOf(parameters::DesignParameter first, std::size_t index) {
-    return parameters::offset(first, valuesPerGenerator * index);
-}
+constexpr PulseFormGenerator::Names generatorNames[TriggerTiming::generatorCount] = {
+    {FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN0_DELAY,
+     FG_TRIGGER_PULSEFORMGEN0_WIDTH, PulseFormGenerators_PulseFormGenerator0_Downscale_Downscale,
+     PulseFormGenerators_PulseFormGenerator0_Downscale_SelectedPulse,
+     PulseFormGenerators_PulseFormGenerator0_Delay_Delay, PulseFormGenerators_PulseFormGenerator0_Width_Width,
+     PulseFormGenerators_PulseFormGenerator0_ClearDownscale_Mode},
+    {FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN1_DELAY,
+     FG_TRIGGER_PULSEFORMGEN1_WIDTH, PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale,
+     PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse,
+     PulseFormGenerators_PulseFormGenerator1_Delay_Delay, PulseFormGenerators_PulseFormGenerator1_Width_Width,
+     PulseFormGenerators_PulseFormGenerator1_ClearDownscale_Mode},
+    {FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN2_DELAY,
+     FG_TRIGGER_PULSEFORMGEN2_WIDTH, PulseFormGenerators_PulseFormGenerator2_Downscale_Downscale,
+     PulseFormGenerators_PulseFormGenerator2_Downscale_SelectedPulse,
+     PulseFormGenerators_PulseFormGenerator2_Delay_Delay, PulseFormGenerators_PulseFormGenerator2_Width_Width,
+     PulseFormGenerators_PulseFormGenerator2_ClearDownscale_Mode},
+    {FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN3_DELAY,
+     FG_TRIGGER_PULSEFORMGEN3_WIDTH, PulseFormGenerators_PulseFormGenerator3_Downscale_Downscale,
+     PulseFormGenerators_PulseFormGenerator3_Downscale_SelectedPulse,
+     PulseFormGenerators_PulseFormGenerator3_Delay_Delay, PulseFormGenerators_PulseFormGenerator3_Width_Width,
+     PulseFormGenerators_PulseFormGenerator3_ClearDownscale_Mode},
+};
 
 // Not so when the downscale is 0, which a configuration may have brought in: nothing fits then.
 bool keepsUp(double period, double time, std::uint32_t downscale) {
@@ -36,62 +50,40 @@ bool keepsUp(double period, double time, std::uint32_t downscale) {
 
 } // namespace
 
-PulseFormGenerator::PulseFormGenerator(parameters::DesignAccess& design, description::Information& information,
-                                       const TriggerSets& sets, const TriggerTiming& timing, std::size_t index)
+PulseFormGenerator::PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                                       description::Information& information, const TriggerSets& sets,
+                                       const TriggerTiming& timing, const Names& names, double initialWidth)
     : design_(design)
-    , sets_(sets)
     , timing_(timing)
-    , delayTarget_(targetOf(PulseFormGenerators_PulseFormGenerator0_Delay_Delay, index))
-    , widthTarget_(targetOf(PulseFormGenerators_PulseFormGenerator0_Width_Width, index))
+    , names_(names)
     , downscale_(
-          idOf(FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, index), 1,
-          {.check = sets.current([this](std::uint32_t downscale) { checkDownscale(downscale); }),
-           .apply = parameters::writesTo(design,
-                                         targetOf(PulseFormGenerators_PulseFormGenerator0_Downscale_Downscale, index)),
+          dispatch, names.downscaleId, 1,
+          {.check = sets.current(calls(this, &PulseFormGenerator::checkDownscale)),
+           .apply = parameters::writesTo(design, names.downscale),
            .settled = [this,
                        &information] { information.setMaximum(phase_.id(), std::int64_t{downscale_.value()} - 1); }})
-    , phase_(idOf(FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE_PHASE, index), 0,
-             {.check = sets.current(
-                  [this](std::uint32_t phase) { require(phase < downscale_.value(), FG_ERROR_OUT_OF_RANGE); }),
-              .apply = parameters::writesTo(
-                  design, targetOf(PulseFormGenerators_PulseFormGenerator0_Downscale_SelectedPulse, index))})
-    , delay_(time(idOf(FG_TRIGGER_PULSEFORMGEN0_DELAY, index), 0.0, longestDelay, 0.0, delayTarget_,
-                  &PulseFormGenerator::readWidth))
-    , width_(time(idOf(FG_TRIGGER_PULSEFORMGEN0_WIDTH, index), shortestWidth, longestWidth,
-                  index == 0 ? initialExsyncWidth : initialWidth, widthTarget_, &PulseFormGenerator::readDelay)) {}
-
-PulseFormGenerator::Time PulseFormGenerator::time(std::int32_t id, double minimum, double maximum, double initial,
-                                                  parameters::DesignParameter target,
-                                                  double (PulseFormGenerator::*other)() const) {
-    return Time(id, initial,
-                {.check = sets_.current([this, minimum, maximum, other](double time) {
-                     require(time >= minimum && time <= maximum, FG_ERROR_OUT_OF_RANGE);
-                     const double period = timing_.period();
-                     const std::uint32_t downscale = downscale_.value();
-                     require(keepsUp(period, time, downscale) && keepsUp(period, (this->*other)(), downscale),
-                             FG_ERROR_TRIGGER_TIMING);
-                 }),
-                 .apply = [this, target](double time, auto) { design_.write(target, ticksOfTime(time)); },
-                 .read = [this, target] { return timeOfTicks(design_.read(target)); }});
-}
-
-void PulseFormGenerator::enroll(parameters::Dispatch& dispatch) {
-    dispatch.add(downscale_);
-    dispatch.add(phase_);
-    dispatch.add(delay_);
-    dispatch.add(width_);
-}
+    , phase_(dispatch, names.phaseId, 0,
+             {.check = sets.current(calls(this, &PulseFormGenerator::checkPhase)),
+              .apply = parameters::writesTo(design, names.phase)})
+    , delay_(dispatch, names.delayId, 0.0,
+             {.check = sets.current(calls(this, &PulseFormGenerator::checkDelay)),
+              .apply = calls(this, &PulseFormGenerator::writeDelay),
+              .read = calls(this, &PulseFormGenerator::readDelay)})
+    , width_(dispatch, names.widthId, initialWidth,
+             {.check = sets.current(calls(this, &PulseFormGenerator::checkWidth)),
+              .apply = calls(this, &PulseFormGenerator::writeWidth),
+              .read = calls(this, &PulseFormGenerator::readWidth)}) {}
 
 bool PulseFormGenerator::fits(double period) const {
     return keepsUp(period, readDelay(), downscale_.value()) && keepsUp(period, readWidth(), downscale_.value());
 }
 
-double PulseFormGenerator::readDelay() const {
-    return timeOfTicks(design_.read(delayTarget_));
+double PulseFormGenerator::readTime(parameters::DesignParameter target) const {
+    return timeOfTicks(design_.read(target));
 }
 
-double PulseFormGenerator::readWidth() const {
-    return timeOfTicks(design_.read(widthTarget_));
+void PulseFormGenerator::writeTime(parameters::DesignParameter target, double time) {
+    design_.write(target, ticksOfTime(time));
 }
 
 void PulseFormGenerator::checkDownscale(std::uint32_t downscale) const {
@@ -101,23 +93,40 @@ void PulseFormGenerator::checkDownscale(std::uint32_t downscale) const {
             FG_ERROR_DOWNSCALE_TIMING);
 }
 
-TriggerTiming::TriggerTiming(parameters::DesignAccess& design, description::Information& information,
-                             const TriggerSets& sets, std::function<bool()> rateCounts)
+void PulseFormGenerator::checkPhase(std::uint32_t phase) const {
+    require(phase < downscale_.value(), FG_ERROR_OUT_OF_RANGE);
+}
+
+void PulseFormGenerator::checkDelay(double delay) const {
+    require(delay >= 0.0 && delay <= longestDelay, FG_ERROR_OUT_OF_RANGE);
+    checkTime(delay, names_.width);
+}
+
+void PulseFormGenerator::checkWidth(double width) const {
+    require(width >= shortestWidth && width <= longestWidth, FG_ERROR_OUT_OF_RANGE);
+    checkTime(width, names_.delay);
+}
+
+// The other one is read only when this one fits.
+void PulseFormGenerator::checkTime(double time, parameters::DesignParameter other) const {
+    const double period = timing_.period();
+    const std::uint32_t downscale = downscale_.value();
+    require(keepsUp(period, time, downscale) && keepsUp(period, readTime(other), downscale), FG_ERROR_TRIGGER_TIMING);
+}
+
+TriggerTiming::TriggerTiming(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                             description::Information& information, const TriggerSets& sets,
+                             std::function<bool()> rateCounts)
     : design_(design)
     , rateCounts_(std::move(rateCounts))
-    , rate_(FG_TRIGGER_FRAMESPERSECOND, initialRate,
-            {.check = [this](double rate) { checkRate(rate); },
-             .apply = [this](auto...) { writeRate(); },
-             .read = [this] { return rateAsTold(rate_.value()); }})
-    , generators_{{{design, information, sets, *this, 0},
-                   {design, information, sets, *this, 1},
-                   {design, information, sets, *this, 2},
-                   {design, information, sets, *this, 3}}} {}
-
-void TriggerTiming::enroll(parameters::Dispatch& dispatch) {
-    dispatch.add(rate_);
-    for (PulseFormGenerator& generator : generators_) {
-        generator.enroll(dispatch);
+    , rate_(dispatch, FG_TRIGGER_FRAMESPERSECOND, initialRate,
+            {.check = calls(this, &TriggerTiming::checkRate),
+             .apply = calls(this, &TriggerTiming::writeRate),
+             .read = [this] { return rateAsTold(rate_.value()); }}) {
+    for (const PulseFormGenerator::Names& names : generatorNames) {
+        const bool makesExsync = generators_.empty();
+        generators_.emplace_back(dispatch, design, information, sets, *this, names,
+                                 makesExsync ? initialExsyncWidth : initialWidth);
     }
 }
 
@@ -135,6 +144,12 @@ void TriggerTiming::writeRate() {
 
 void TriggerTiming::writeShortestPeriod() {
     design_.write(Generators_Generator_MinimumPeriod_Number, shortestPeriod);
+}
+
+void TriggerTiming::clearDownscales() {
+    for (PulseFormGenerator& generator : generators_) {
+        generator.clearDownscale();
+    }
 }
 
 void TriggerTiming::checkRate(double rate) const {

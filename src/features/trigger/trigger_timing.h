@@ -6,9 +6,9 @@
 #include "parameters/dispatch.h"
 #include "parameters/parameter_kinds.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 
 namespace qelm::features {
@@ -18,14 +18,19 @@ class TriggerTiming;
 /** Forms pulses: of so many it lets one pass, and gives that one a delay and a width. */
 class PulseFormGenerator {
   public:
-    using Unsigned = parameters::Remembered<std::uint32_t>;
-    using Time = parameters::Remembered<double>; ///< µs; reads are what the design holds
+    using Unsigned = parameters::Cached<std::uint32_t>;
+    using Time = parameters::Cached<double>; ///< µs; reads are what the design holds
+
+    /** What one of the generators is called. */
+    struct Names {
+        std::int32_t downscaleId, phaseId, delayId, widthId;
+        parameters::DesignParameter downscale, phase, delay, width, clearDownscale;
+    };
 
     /** @param timing  holds the rate that the generator has to keep up with */
-    PulseFormGenerator(parameters::DesignAccess& design, description::Information& information, const TriggerSets& sets,
-                       const TriggerTiming& timing, std::size_t index);
-
-    void enroll(parameters::Dispatch& dispatch);
+    PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                       description::Information& information, const TriggerSets& sets, const TriggerTiming& timing,
+                       const Names& names, double initialWidth);
 
     Unsigned& downscale() { return downscale_; }
     Unsigned& phase() { return phase_; }
@@ -34,18 +39,24 @@ class PulseFormGenerator {
 
     /** Whether pulses with that period (µs) find the generator ready, as its delay and width stand in the design. */
     bool fits(double period) const;
+    void clearDownscale() { design_.pulse(names_.clearDownscale); }
 
   private:
-    double readDelay() const;
-    double readWidth() const;
+    double readDelay() const { return readTime(names_.delay); }
+    double readWidth() const { return readTime(names_.width); }
+    double readTime(parameters::DesignParameter target) const;
+    void writeDelay(double time) { writeTime(names_.delay, time); }
+    void writeWidth(double time) { writeTime(names_.width, time); }
+    void writeTime(parameters::DesignParameter target, double time);
     void checkDownscale(std::uint32_t downscale) const;
-    Time time(std::int32_t id, double minimum, double maximum, double initial, parameters::DesignParameter target,
-              double (PulseFormGenerator::*other)() const);
+    void checkPhase(std::uint32_t phase) const;
+    void checkDelay(double delay) const;
+    void checkWidth(double width) const;
+    void checkTime(double time, parameters::DesignParameter other) const;
 
     parameters::DesignAccess& design_;
-    const TriggerSets& sets_;
     const TriggerTiming& timing_;
-    parameters::DesignParameter delayTarget_, widthTarget_;
+    const Names& names_;
     Unsigned downscale_;
     Unsigned phase_; ///< the pulse that passes, from 0
     Time delay_, width_;
@@ -57,27 +68,27 @@ class TriggerTiming {
     static constexpr std::size_t generatorCount = 4;
 
     /** @param rateCounts  whether the rate sets the generator's period; otherwise the period is as short as can be */
-    TriggerTiming(parameters::DesignAccess& design, description::Information& information, const TriggerSets& sets,
-                  std::function<bool()> rateCounts);
+    TriggerTiming(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                  description::Information& information, const TriggerSets& sets, std::function<bool()> rateCounts);
 
-    void enroll(parameters::Dispatch& dispatch);
-
-    parameters::Remembered<double>& rate() { return rate_; }
+    parameters::Cached<double>& rate() { return rate_; }
     PulseFormGenerator& generator(std::size_t index) { return generators_[index]; }
 
     /** The period of the rate in µs. */
     double period() const;
-    /** Writes the period of the remembered rate; it has been checked when it was set. */
+    /** Writes the period of the cached rate; it has been checked when it was set. */
     void writeRate();
     void writeShortestPeriod();
+    /** Has every generator start counting from 0. */
+    void clearDownscales();
 
   private:
     void checkRate(double rate) const;
 
     parameters::DesignAccess& design_;
     std::function<bool()> rateCounts_;
-    parameters::Remembered<double> rate_; ///< Hz
-    std::array<PulseFormGenerator, generatorCount> generators_;
+    parameters::Cached<double> rate_;           ///< Hz
+    std::deque<PulseFormGenerator> generators_; // a deque keeps addresses
 };
 
 } // namespace qelm::features

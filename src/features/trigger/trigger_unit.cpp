@@ -2,32 +2,23 @@
 
 namespace qelm::features {
 
-TriggerUnit::TriggerUnit(parameters::DesignAccess& design, description::Information& information)
-    : sets_(information, [this](std::int32_t mode, std::int32_t previous) { legacy_.switchSet(mode, previous); })
-    , input_(design, information, sets_)
-    , timing_(design, information, sets_, [this] { return !sets_.isLegacy() || legacy_.isGrabberControlled(); })
-    , crossbar_(design, sets_)
-    , state_(design, sets_, timing_, crossbar_)
-    , queue_(design, information, sets_, timing_, state_)
-    , softwareTrigger_(design, state_, queue_)
-    , statistics_(design, sets_, state_)
-    , legacy_(sets_, {input_, timing_, crossbar_, state_, queue_, statistics_}) {}
-
-void TriggerUnit::enroll(parameters::Dispatch& dispatch) {
-    dispatch.add(sets_.mode());
-    input_.enroll(dispatch);
-    timing_.enroll(dispatch);
-    crossbar_.enroll(dispatch);
-    state_.enroll(dispatch);
-    queue_.enroll(dispatch);
-    softwareTrigger_.enroll(dispatch);
-    statistics_.enroll(dispatch);
-    legacy_.enroll(dispatch);
-}
+TriggerUnit::TriggerUnit(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                         description::Information& information)
+    : sets_(dispatch, information,
+            [this](std::int32_t mode, std::int32_t previous) { legacy_.switchSet(mode, previous); })
+    , input_(dispatch, design, information, sets_)
+    , timing_(dispatch, design, information, sets_,
+              [this] { return !sets_.isLegacy() || legacy_.isGrabberControlled(); })
+    , crossbar_(dispatch, design, sets_)
+    , state_(dispatch, design, sets_, timing_, crossbar_)
+    , queue_(dispatch, design, information, sets_, timing_, state_)
+    , softwareTrigger_(dispatch, design, state_, queue_)
+    , statistics_(dispatch, design, sets_, state_)
+    , legacy_(dispatch, sets_, {input_, timing_, crossbar_, state_, queue_, statistics_}) {}
 
 void TriggerUnit::prepare() {
     crossbar_.off();
-    state_.generatorOff();
+    state_.stopGenerator();
     crossbar_.on();
 }
 

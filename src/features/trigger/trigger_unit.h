@@ -24,9 +24,8 @@ namespace qelm::features {
  */
 class TriggerUnit {
   public:
-    TriggerUnit(parameters::DesignAccess& design, description::Information& information);
-
-    void enroll(parameters::Dispatch& dispatch);
+    TriggerUnit(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
+                description::Information& information);
 
     /** Brings a freshly bound design to rest. */
     void prepare();
