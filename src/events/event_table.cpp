@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 namespace qelm::events {
@@ -28,31 +29,36 @@ bool isNamed(const DesignEvent* event, const char* name) {
     return event != nullptr && event->name != nullptr && std::strcmp(event->name, name) == 0;
 }
 
+/** A copy: the loader may use a record again for the next event. */
+struct Event {
+    std::optional<std::string> name;
+    std::int32_t kind;
+};
+
 } // namespace
 
 void EventTable::build(const ReadEvent& readEvent) {
-    std::vector<const DesignEvent*> list;
+    std::vector<Event> list;
     for (std::uint32_t position = 0; position <= lastPosition; ++position) {
         const DesignEvent* event = readEvent(position);
         if (event == nullptr) {
             break;
         }
-        list.push_back(event);
+        list.push_back({event->name == nullptr ? std::nullopt : std::optional<std::string>(event->name), event->kind});
     }
-    const auto publish = [this](std::uint32_t position, const char* name) {
+    const auto publish = [this](std::uint32_t position, const std::string& name) {
         if (const std::uint64_t mask = maskAt(position)) {
             maskByName_[name] = mask;
             nameByMask_[mask] = name;
         }
     };
     for (std::uint32_t position = 0; position < list.size(); ++position) {
-        if (list[position]->kind == published && list[position]->name != nullptr) {
-            publish(position, list[position]->name);
+        if (list[position].kind == published && list[position].name) {
+            publish(position, *list[position].name);
         }
     }
     for (const Alias& alias : aliases) {
-        const auto found = std::find_if(list.begin(), list.end(),
-                                        [&](const DesignEvent* event) { return isNamed(event, alias.designEvent); });
+        const auto found = std::ranges::find(list, alias.designEvent, &Event::name);
         if (found != list.end()) {
             publish(static_cast<std::uint32_t>(found - list.begin()), alias.name);
         }

@@ -65,6 +65,21 @@ TEST(EventTable, TheLastBitIsBit63AndTheListIsNotReadBeyondPosition64) {
     EXPECT_THAT(table.name(1), StrEq("Event0"));
 }
 
+TEST(EventTable, KeepsCopiesSinceALoaderMayUseARecordAgain) {
+    std::string name;
+    DesignEvent record{};
+    EventTable table;
+    table.build([&](std::uint32_t position) -> const DesignEvent* {
+        name = position == 1 ? overflow : "Event" + std::to_string(position);
+        record = {name.c_str(), position == 1 ? 0 : 1};
+        return position < 3 ? &record : nullptr;
+    });
+    EXPECT_EQ(table.mask("Event0"), 1u);
+    EXPECT_EQ(table.mask("FG_OVERFLOW_CAM0"), 2u);
+    EXPECT_EQ(table.mask(overflow), 0u);
+    EXPECT_EQ(table.mask("Event2"), 4u);
+}
+
 TEST(EventTable, AnEmptyListKnowsNothing) {
     EventTable table;
     table.build(listOf({}));
