@@ -78,7 +78,10 @@ int32_t Fg_stopAcquireEx(BoardStructure*, uint32_t dmaIndex, void* memory, int32
 int64_t Fg_getLastPicNumberEx(BoardStructure*, uint32_t dmaIndex, void* memory);
 int64_t Fg_getLastPicNumberBlockingEx(BoardStructure*, int64_t picture, uint32_t dmaIndex, int32_t timeout,
                                       void* memory);
-/** @return a readable description of the parameter, valid until the next call for this board; null when unknown */
+/**
+ * @return a readable description of the parameter as it is now, lines of "Key: value"; null when it is unknown. The
+ * text stays as it is until Fg_FreeGrabber, also when later calls answer other texts
+ */
 const char* Fg_getParameterInfo(BoardStructure*, int32_t id);
 /** Hands the board back to the runtime and destroys the applet; the board structure's applet becomes null. */
 int32_t Fg_FreeGrabber(BoardStructure*);

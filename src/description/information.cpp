@@ -5,7 +5,7 @@
 #include "parameters/registry.h"
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace qelm::description {
 namespace {
@@ -149,26 +149,13 @@ void Information::setAccess(std::int32_t id, std::int32_t access) {
 }
 
 const char* Information::describe(std::int32_t id) {
-    // A bound on the memory; so many threads at a time are not expected to hold texts about one parameter.
-    constexpr std::size_t mostReaders = 64;
     const ParameterNode* node = find(id);
     if (node == nullptr) {
         return nullptr;
     }
     std::string text = informationText(*node);
     const templates::platform::CriticalSectionGuard guard(&toldLock_);
-    std::deque<Told>& told = told_[id];
-    const auto mine = std::ranges::find(told, std::this_thread::get_id(), &Told::reader);
-    if (mine != told.end()) {
-        if (mine->text != text) { // else what was handed out before stays valid
-            mine->text = std::move(text);
-        }
-        return mine->text.c_str();
-    }
-    if (told.size() == mostReaders) {
-        told.pop_front();
-    }
-    return told.emplace_back(Told{std::this_thread::get_id(), std::move(text)}).text.c_str();
+    return told_.insert(std::move(text)).first->c_str();
 }
 
 } // namespace qelm::description

@@ -8,9 +8,9 @@
 #include <deque>
 #include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace qelm::description {
@@ -128,18 +128,11 @@ class Information {
 
     /**
      * All that is known about one parameter, a line "Key: value" for each fact; null when it has no node. Any number of
-     * threads may ask. The text stays as it is until the same thread asks for the same parameter again and
-     * gets another one.
+     * threads may ask. A text stays as it is as long as this object, whatever is told later: readers hold no lock.
      */
     const char* describe(std::int32_t id);
 
   private:
-    /** A text about a parameter that a thread holds. */
-    struct Told {
-        std::thread::id reader;
-        std::string text;
-    };
-
     ParameterNode& add(ParameterNode::Kind kind, CategoryNode& category, std::string_view displayName,
                        std::string_view name, std::int32_t access, std::int32_t level, std::string_view unit,
                        std::int32_t id);
@@ -151,7 +144,7 @@ class Information {
     std::deque<ParameterNode> parameters_;
     std::map<std::int32_t, ParameterNode*> byId_;
     templates::platform::CriticalSection toldLock_;
-    std::map<std::int32_t, std::deque<Told>> told_; // by identifier; guarded by toldLock_
+    std::set<std::string> told_; // guarded by toldLock_
 };
 
 } // namespace qelm::description

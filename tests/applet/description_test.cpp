@@ -155,7 +155,7 @@ TEST_F(Description, AnyNumberOfThreadsMayAskWhileLimitsMove) {
             do {
                 const char* width = applet_->Fg_getParameterInfo(board_, FG_WIDTH);
                 EXPECT_THAT(information(board_, FG_XOFFSET), HasSubstr("Name: FG_XOFFSET\n"));
-                EXPECT_THAT(std::string(width), HasSubstr("Name: FG_WIDTH\n")) << "stays until it is asked for again";
+                EXPECT_THAT(std::string(width), HasSubstr("Name: FG_WIDTH\n")) << "stays";
                 EXPECT_THAT(host::readDescriptionXml(board_), testing::EndsWith("</RegisterDescription>\n"));
             } while (!done);
         });
@@ -167,6 +167,17 @@ TEST_F(Description, AnyNumberOfThreadsMayAskWhileLimitsMove) {
     for (std::thread& reader : readers) {
         reader.join();
     }
+}
+
+TEST_F(Description, TextsStayWhoeverAsksAfterwards) {
+    const char* first = applet_->Fg_getParameterInfo(board_, FG_XOFFSET);
+    const std::string copy = first;
+    for (uint32_t width = 16; width < 1024; width += 16) {
+        ASSERT_EQ(board_.set(FG_WIDTH, width), 0);
+        std::thread([&] { EXPECT_NE(applet_->Fg_getParameterInfo(board_, FG_XOFFSET), first); }).join();
+    }
+    EXPECT_NE(information(board_, FG_XOFFSET), copy) << "told anew each time";
+    EXPECT_EQ(first, copy);
 }
 
 TEST(DirectAccess, DocumentHoldsTogetherWhateverIsSwitchedOn) {
