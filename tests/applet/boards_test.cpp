@@ -9,6 +9,12 @@
 #include <random>
 #include <thread>
 
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 namespace qelm::test {
 namespace {
 
@@ -82,6 +88,33 @@ TEST(Boards, ServeThreadsOneAtATimeAndEachOtherAtOnce) {
     applet.virtualBoard()->getDesignValue(shared.virtualBoard(), "Device1_Process0_Buffer_0_ROI_X_Length", 0, &length);
     EXPECT_EQ(length, shared.get<uint32_t>(FG_WIDTH));
 }
+
+#ifndef _WIN32
+TEST(BoardsDeathTest, FreedWhileASetIsRunningTellTheCaller) {
+    const TemporaryFolder folder;
+    const std::string pipe = folder.file("pipe.lut");
+    ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    // In a process of its own: the set that still runs comes back to a board that is gone.
+    const auto freeWhileSetting = [&] {
+        const Applet applet;
+        Board board(applet);
+        board.change(FG_LUT_CUSTOM_FILE, pipe);
+        std::thread([&] { board.set(FG_LUT_TYPE, uint32_t{LUT_TYPE_CUSTOM}); }).detach();
+        while (open(pipe.c_str(), O_WRONLY | O_NONBLOCK) < 0) { // until the set waits for what the pipe brings
+            std::this_thread::yield();
+        }
+        BoardStructure* structure = board;
+        try {
+            applet->Fg_FreeGrabber(structure);
+        } catch (const std::logic_error& error) {
+            std::fprintf(stderr, "%s\n", error.what());
+            _exit(structure->applet == nullptr ? 0 : 1);
+        }
+        _exit(2);
+    };
+    EXPECT_EXIT(freeWhileSetting(), testing::ExitedWithCode(0), "GenericLock object destroyed with lock still held");
+}
+#endif
 
 /** Numbers from 0 to the one before the argument. */
 class Random {
