@@ -75,6 +75,8 @@ class Parameter {
 
     /** @param request what a parameter with several answers is asked for; the others do not look at it */
     virtual Value get(const Value& request) = 0;
+    /** The value set last, also where get asks the design. */
+    virtual Value cached() { return get({}); }
     /** Checks the value, caches it and writes the design; a failure leaves the cached value as it was. */
     virtual void set(const Value& value) = 0;
     /** Caches the value without a check and without a design write: the first pass of a configuration load. */

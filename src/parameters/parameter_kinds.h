@@ -68,6 +68,7 @@ class Cached final : public Parameter {
     Value get(const Value& /*request*/) override { return rules_.read ? rules_.read() : value_; }
     void set(const Value& value) override { set(valueAs<T>(value)); }
     void store(const Value& value) override { store(valueAs<T>(value)); }
+    Value cached() override { return value_; }
 
   private:
     T value_;

@@ -14,6 +14,15 @@ namespace {
 using parameters::Parameter;
 using parameters::Value;
 
+/** What a get answers, or what was set last where the design does not tell: a load needs every key. */
+Value valueOf(Parameter& parameter) {
+    try {
+        return parameter.get({});
+    } catch (std::int32_t) {
+        return parameter.cached();
+    }
+}
+
 void write(Fg_ConfigFileParser& parser, const ConfigurationKey& key, const Value& value) {
     switch (key.type) {
     case KeyType::integer:
@@ -58,10 +67,7 @@ bool apply(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
 void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
     parser.writePortSection(configurationPort);
     for (const ConfigurationKey& key : configurationKeys) {
-        try {
-            write(parser, key, parameterOf(key.id).get({}));
-        } catch (...) { // NOLINT(bugprone-empty-catch): the other keys are worth saving all the same
-        }
+        write(parser, key, valueOf(parameterOf(key.id)));
     }
 }
 

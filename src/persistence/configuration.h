@@ -15,7 +15,7 @@ namespace qelm::persistence {
 /** Answers the parameter of an identifier; throws when there is none. */
 using ParameterOf = std::function<parameters::Parameter&(std::int32_t id)>;
 
-/** Writes every key with the value that the parameter's getter answers; one that cannot be written is left out. */
+/** Writes every key with the value that the parameter's getter answers, or the remembered one when it fails. */
 void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf);
 
 /**

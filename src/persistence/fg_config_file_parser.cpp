@@ -71,7 +71,9 @@ Fg_ConfigFileParser::Fg_ConfigFileParser(platform::DllLog* log, const char* file
 
 Fg_ConfigFileParser::~Fg_ConfigFileParser() {
     report("Fg_ConfigFileParser::~Fg_ConfigFileParser");
-    close();
+    if (!saved_ && file_ != nullptr) { // a saved file that was not closed is not wanted
+        std::fclose(file_);
+    }
 }
 
 void Fg_ConfigFileParser::report(const char* method) {
@@ -100,18 +102,26 @@ bool Fg_ConfigFileParser::setSaveFile(const char* path) {
     if (checkFileType(path)) {
         close();
         complete_ = true;
-        file_ = std::fopen(path, "w");
+        file_ = saved_.emplace(path, "w").stream();
+        if (file_ != nullptr) {
+            return true;
+        }
+        saved_.reset();
         failure = "Config File: fopen failed";
     }
-    if (file_ == nullptr && log_ != nullptr) {
+    if (log_ != nullptr) {
         log_->error(failure);
     }
-    return file_ != nullptr;
+    return false;
 }
 
 bool Fg_ConfigFileParser::close() {
     contents_.reset();
-    if (std::FILE* file = std::exchange(file_, nullptr)) {
+    std::FILE* file = std::exchange(file_, nullptr);
+    if (saved_) {
+        complete_ = complete_ && saved_->finish();
+        saved_.reset();
+    } else if (file != nullptr) {
         complete_ = std::fclose(file) == 0 && complete_;
     }
     return complete_;

@@ -2,6 +2,7 @@
 
 #include "persistence/configuration_text.h"
 #include "platform/dll_log.h"
+#include "platform/whole_file.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -48,9 +49,13 @@ class Fg_ConfigFileParser {
     bool checkFileType(const char* path);
     /** Whether the file can be opened for reading; false for null. */
     bool checkFileExist(const char* path);
-    /** Creates the file, or empties it. @return false when its type is wrong or it cannot be opened */
+    /**
+     * Begins a new file, which takes the place of an older one when it is closed; a parser that goes without closing
+     * it leaves the older one. @return false when its type is wrong or it cannot be begun
+     */
     bool setSaveFile(const char* path);
-    /** Flushes and closes the file. @return whether all that was written has reached it */
+    /** Flushes and closes the file. @return whether all that was written has reached it; else a saved file is dropped
+     */
     bool close();
 
     void writeConfigFileHeader();
@@ -93,7 +98,8 @@ class Fg_ConfigFileParser {
     /** The value for a numeric destination, unless it is missing or holds "Error". */
     std::optional<std::string_view> numberText(std::string_view section, std::string_view key);
 
-    std::FILE* file_ = nullptr;
+    std::FILE* file_ = nullptr; // of its own, or of the file being saved
+    std::optional<platform::FileReplacement> saved_;
     platform::DllLog* log_;
     std::optional<ConfigurationText> contents_; // read at the first look-up, again after a write
     bool complete_ = true;                      // every write has succeeded so far

@@ -36,8 +36,26 @@ std::tm localTime(std::time_t time);
 
 /** The folder for temporary files with a separator at its end; nothing when the system does not tell. */
 std::optional<std::string> temporaryFolder();
-/** Creates an empty file that the owner may read and write. @return false when it exists or cannot be created */
-bool createFileExclusively(const std::string& path);
+/** Who may read and write a new file. */
+enum class FileAccess {
+    owner,
+    others, ///< as the process gives others access to its files
+};
+/** Creates an empty file. @return false when it exists or cannot be created */
+bool createFileExclusively(const std::string& path, FileAccess access);
+/**
+ * The file that a write to `path` would change, symbolic links followed; it need not exist yet. Its folder, if the
+ * result tells one, ends at the last path separator. Nothing for what no
+ * file can take the place of: devices, pipes, folders.
+ */
+std::optional<std::string> replaceableFile(const std::string& path);
+/**
+ * Puts a complete and closed file in the place of another one in the same folder, whose permissions it takes when that
+ * exists. Whatever happens meanwhile, a reader finds the older content or the newer one.
+ *
+ * @return false when it cannot be done, as with a file that may not be written; both files are then as they were
+ */
+bool replaceFile(const std::string& file, const std::string& by);
 /** Milliseconds since some moment, as the system counts them. */
 std::uint64_t millisecondTicks();
 

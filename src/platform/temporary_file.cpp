@@ -40,7 +40,7 @@ std::optional<TemporaryFile> TemporaryFile::create() {
         for (std::size_t i = 0; i < variableLength; ++i, rest /= digits.size()) {
             path[folder->size() + variablePart + i] = digits[rest % digits.size()];
         }
-        if (createFileExclusively(path)) {
+        if (createFileExclusively(path, FileAccess::owner)) {
             return TemporaryFile(std::move(path));
         }
     }

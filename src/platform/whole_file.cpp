@@ -1,8 +1,11 @@
 #include "platform/whole_file.h"
 
+#include "platform/operating_system.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace qelm::platform {
 namespace {
@@ -34,6 +37,49 @@ ReadOutcome readWholeFile(const std::string& path, std::size_t limit, std::strin
         return ReadOutcome::cannotOpen;
     }
     return readRest(file.get(), limit, content) ? ReadOutcome::done : ReadOutcome::cannotRead;
+}
+
+FileReplacement::FileReplacement(const std::string& path, const char* mode) : target_(replaceableFile(path)) {
+    if (!target_) {
+        stream_ = std::fopen(path.c_str(), mode);
+        return;
+    }
+    // A name that stays of a process that was ended says what it was; the next one is free.
+    constexpr int attempts = 1000;
+    const std::string folder = target_->substr(0, target_->rfind(pathSeparator) + 1);
+    for (int attempt = 0; attempt < attempts && stream_ == nullptr; ++attempt) {
+        std::string beside = folder + "unfinished-save-" + std::to_string(attempt) + ".tmp";
+        if (createFileExclusively(beside, FileAccess::others)) {
+            written_ = std::move(beside);
+            stream_ = std::fopen(written_.c_str(), mode);
+            return;
+        }
+    }
+}
+
+FileReplacement::~FileReplacement() {
+    close();
+    if (!written_.empty()) {
+        std::remove(written_.c_str());
+    }
+}
+
+bool FileReplacement::close() {
+    const bool good = stream_ != nullptr && std::ferror(stream_) == 0;
+    return stream_ != nullptr && std::fclose(std::exchange(stream_, nullptr)) == 0 && good;
+}
+
+bool FileReplacement::finish() {
+    const bool complete = close();
+    if (written_.empty()) {
+        return complete;
+    }
+    const std::string written = std::exchange(written_, {});
+    if (complete && replaceFile(*target_, written)) {
+        return true;
+    }
+    std::remove(written.c_str());
+    return false;
 }
 
 bool writeWholeFile(const std::string& path, std::string_view content) {

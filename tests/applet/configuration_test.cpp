@@ -9,6 +9,11 @@
 #include <functional>
 #include <map>
 
+#ifndef _WIN32
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
 namespace qelm::test {
 namespace {
 
@@ -76,6 +81,31 @@ class ConfigurationTest : public BoardTest {
         EXPECT_EQ(lastError(board), 0);
         return readText(path("saved.kcf"));
     }
+    /** What the design holds of everything that the applet drives, but for what changes by itself. */
+    std::map<std::string, uint32_t> designOf(const Board& board) const {
+        std::map<std::string, uint32_t> values;
+        for (const char* name : {
+#define DESIGN_PARAMETER(symbol, target) target,
+#include "parameters/design_parameters.inc"
+             }) {
+            uint32_t value = 0;
+            if (!std::string(name).ends_with("_Status") &&
+                control().getDesignValue(board.virtualBoard(), name, 0, &value) == 0) {
+                values[name] = value;
+            }
+        }
+        return values;
+    }
+    static std::vector<std::string> changes(const std::map<std::string, uint32_t>& from,
+                                            const std::map<std::string, uint32_t>& to) {
+        std::vector<std::string> texts;
+        for (const auto& [name, value] : from) {
+            if (to.at(name) != value) {
+                texts.push_back(name + ": " + std::to_string(value) + " became " + std::to_string(to.at(name)));
+            }
+        }
+        return texts;
+    }
     /** Loads a file of exactly these bytes. */
     int32_t loadText(const Board& board, const std::string& bytes) {
         folder_.write("setup.kcf", bytes);
@@ -98,36 +128,59 @@ TEST_F(ConfigurationTest, SavesExactBytes) {
 TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
     folder_.write("table.lut", "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n"
                                "0,7;\n1,8;\n");
-    std::vector<std::function<void(Board&)>> modes;
+    struct Mode {
+        std::function<void(Board&)> make;
+        std::vector<std::string> changes{}; ///< of the design by the load
+    };
+    std::vector<Mode> modes;
+    const std::string unit = "Device1_Process1_Trigger_TriggerCam0_";
+    const std::string period = unit + "Generators_Generator_MinimumPeriod_Number: ";
     for (const uint32_t mode : {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE}) {
         for (const uint32_t state : {TS_ACTIVE, TS_ASYNC_STOP, TS_SYNC_STOP}) {
-            modes.push_back([=](Board& board) {
-                change(board, {{FG_AREATRIGGERMODE, mode}, {FG_TRIGGERSTATE, state}, {FG_TRIGGERQUEUE_MODE, FG_ON}});
-                EXPECT_EQ(board.set(FG_TRIGGER_FRAMESPERSECOND, 123.456), 0);
-                EXPECT_EQ(board.set(FG_TRIGGER_PULSEFORMGEN2_WIDTH, 17.3), 0);
-                EXPECT_EQ(board.set(FG_TRIGGERIN_DEBOUNCE, 2.5), 0);
-            });
+            for (const int32_t queue : {FG_ON, FG_OFF}) {
+                std::vector<std::string> changes;
+                if (state == TS_ASYNC_STOP) { // selections come behind the state and connect what it cut off
+                    changes = {unit + "CameraControl_Select0_Select_Select: 5 became 0",
+                               unit + "TriggerOutput_Select0_Select_Select: 5 became 0",
+                               unit + "TriggerOutput_Select1_Select_Select: 5 became 1"};
+                }
+                if (queue == FG_OFF) { // it comes behind the rate and has the last word
+                    changes.insert(state == TS_ASYNC_STOP ? changes.begin() + 1 : changes.end(),
+                                   period + "506244 became 10");
+                }
+                modes.push_back({[=](Board& board) {
+                                     change(board, {{FG_AREATRIGGERMODE, mode},
+                                                    {FG_TRIGGERSTATE, state},
+                                                    {FG_TRIGGERQUEUE_MODE, static_cast<uint32_t>(queue)}});
+                                     EXPECT_EQ(board.set(FG_TRIGGER_FRAMESPERSECOND, 123.456), 0);
+                                     EXPECT_EQ(board.set(FG_TRIGGER_PULSEFORMGEN2_WIDTH, 17.3), 0);
+                                     EXPECT_EQ(board.set(FG_TRIGGERIN_DEBOUNCE, 2.5), 0);
+                                 },
+                                 changes});
+            }
         }
     }
     for (const uint32_t mode : {FREE_RUN, GRABBER_CONTROLLED, ASYNC_TRIGGER, ASYNC_SOFTWARE_TRIGGER}) {
-        modes.push_back([=](Board& board) {
-            change(board, {{FG_TRIGGER_LEGACY_MODE, FG_ON},
-                           {FG_EXPOSURE, 2500},
-                           {FG_EXSYNCON, FG_ON},
-                           {FG_CCSEL1, CC_NOT_STROBEPULSE},
-                           {FG_TRIGGERMODE, mode}});
-        });
+        modes.push_back(
+            {[=](Board& board) {
+                 change(board, {{FG_TRIGGER_LEGACY_MODE, FG_ON},
+                                {FG_EXPOSURE, 2500},
+                                {FG_EXSYNCON, FG_ON},
+                                {FG_CCSEL1, CC_NOT_STROBEPULSE},
+                                {FG_TRIGGERMODE, mode}});
+             },
+             mode == GRABBER_CONTROLLED ? std::vector{period + "7812490 became 10"} : std::vector<std::string>{}});
     }
-    modes.push_back([](Board& board) {
+    modes.push_back({[](Board& board) {
         EXPECT_EQ(board.set(FG_PROCESSING_GAMMA, 2.2), 0);
         EXPECT_EQ(board.set(FG_PROCESSING_OFFSET, -1.0 / 3.0), 0);
         change(board, {{FG_PROCESSING_INVERT, FG_ON}});
-    });
-    modes.push_back([this](Board& board) {
+    }});
+    modes.push_back({[this](Board& board) {
         EXPECT_EQ(board.set(FG_LUT_CUSTOM_FILE, path("table.lut")), 0);
         change(board, {{FG_LUT_TYPE, LUT_TYPE_CUSTOM}});
-    });
-    modes.push_back([](Board& board) {
+    }});
+    modes.push_back({[](Board& board) {
         change(board, {{FG_CAMERA_WIDTH, 2048},
                        {FG_WIDTH, 2032},
                        {FG_XOFFSET, 16},
@@ -136,18 +189,21 @@ TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
                        {FG_DEVICETAPGEOMETRY, 0xE4C0}});
         EXPECT_EQ(board.set(FG_GEN_FREQ, 62.5), 0);
         EXPECT_EQ(board.set(FG_SHADING_GAIN_NORMALIZATION_VALUE, 1234.5), 0);
-    });
+    }});
     for (size_t mode = 0; mode < modes.size(); ++mode) {
         SCOPED_TRACE(mode);
         Board board(applet_);
-        modes[mode](board);
+        modes[mode].make(board);
         const std::string first = saved(board);
+        const auto design = designOf(board);
         EXPECT_NE(first, freshConfiguration());
         EXPECT_EQ(loadText(board, first), 0);
         EXPECT_EQ(saved(board), first) << "on the same board";
+        EXPECT_EQ(changes(design, designOf(board)), modes[mode].changes) << "on the same board";
         Board other(applet_);
         EXPECT_EQ(loadText(other, first), 0);
         EXPECT_EQ(saved(other), first) << "on another board";
+        EXPECT_EQ(changes(design, designOf(other)), modes[mode].changes) << "on another board";
     }
 }
 
@@ -445,11 +501,19 @@ TEST_F(ConfigurationTest, SavesThatFailSaySo) {
     EXPECT_FALSE(std::filesystem::exists(untyped));
     EXPECT_EQ(save(board_, path("no_folder/setup.kcf")), FG_ERROR_FILE_ACCESS);
     EXPECT_EQ(lastError(board_), FG_ERROR_FILE_ACCESS);
-    // A value that cannot be had is left out, and the save succeeds.
-    control().fail(board_.virtualBoard(), "Fg_getParameterWithType",
-                   "Device1_Process1_Trigger_TriggerInput_Debounce8_Prescale_Period", 0, 1, injected);
-    EXPECT_EQ(saved(board_), without(freshConfiguration(), "FG_TRIGGERIN_DEBOUNCE"));
+    // What the design does not tell is saved as it was set.
+    board_.change(FG_TRIGGER_PULSEFORMGEN2_WIDTH, 17.3);
+    control().fail(board_.virtualBoard(), "Fg_getParameterWithType", nullptr, 0, 1000, injected);
+    const std::string remembered = saved(board_);
     control().clearFaults();
+    std::string expected = with(freshConfiguration(), "FG_TRIGGERIN_DEBOUNCE", "1");
+    for (const auto& [key, value] :
+         {std::pair{"0_WIDTH", "4000"}, {"1_WIDTH", "4"}, {"2_WIDTH", "17.3"}, {"3_WIDTH", "4"}}) {
+        expected = with(expected, std::string("FG_TRIGGER_PULSEFORMGEN") + key, value);
+    }
+    EXPECT_EQ(remembered, expected);
+    EXPECT_EQ(loadText(board_, remembered), 0);
+    EXPECT_EQ(loadText(board_, freshConfiguration()), 0);
     // An older file is written over.
     folder_.write("setup.kcf", std::string(100000, 'x'));
     EXPECT_EQ(save(board_, path()), 0);
@@ -458,8 +522,62 @@ TEST_F(ConfigurationTest, SavesThatFailSaySo) {
     std::filesystem::create_symlink("/dev/full", path("full.kcf"));
     EXPECT_EQ(save(board_, path("full.kcf")), FG_ERROR_FILE_ACCESS);
     EXPECT_EQ(lastError(board_), FG_ERROR_FILE_ACCESS);
+    EXPECT_EQ(folder_.files(), (std::vector<std::string>{"full.kcf", "saved.kcf", "setup.kcf"}));
 #endif
 }
+
+TEST_F(ConfigurationTest, TheOlderFileSurvivesASaveThatFails) {
+    folder_.write("setup.kcf", "the last good one");
+#ifdef _WIN32
+    std::filesystem::permissions(path(), std::filesystem::perms::owner_write, std::filesystem::perm_options::remove);
+    EXPECT_EQ(save(board_, path()), FG_ERROR_FILE_ACCESS);
+    std::filesystem::permissions(path(), std::filesystem::perms::owner_write, std::filesystem::perm_options::add);
+#else
+    const auto ignored = std::signal(SIGXFSZ, SIG_IGN); // the signal of a file that grows too large
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    for (const rlim_t room : {size_t{0}, size_t{1}, size_t{1000}, freshConfiguration().size() - 1}) {
+        const rlimit limit{room, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        const int32_t code = save(board_, path());
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+        EXPECT_EQ(code, FG_ERROR_FILE_ACCESS) << room;
+    }
+    std::signal(SIGXFSZ, ignored);
+#endif
+    EXPECT_EQ(lastError(board_), FG_ERROR_FILE_ACCESS);
+    EXPECT_EQ(folder_.read("setup.kcf"), "the last good one");
+    EXPECT_EQ(folder_.files(), (std::vector<std::string>{"setup.kcf"}));
+    EXPECT_EQ(save(board_, path()), 0);
+    EXPECT_EQ(readText(path()), freshConfiguration());
+    EXPECT_EQ(folder_.files(), (std::vector<std::string>{"setup.kcf"}));
+}
+
+#ifndef _WIN32
+TEST_F(ConfigurationTest, ASaveKeepsPermissionsAndFollowsLinks) {
+    using std::filesystem::perms;
+    const auto permissions = [&](const std::string& name) { return std::filesystem::status(path(name)).permissions(); };
+    folder_.write("setup.kcf", "older");
+    const perms fresh = permissions("setup.kcf");
+    constexpr perms own = perms::owner_read | perms::owner_write | perms::group_read;
+    std::filesystem::permissions(path(), own);
+    std::filesystem::create_directory(path("elsewhere"));
+    std::filesystem::create_symlink("../setup.kcf", path("elsewhere/link.kcf"));
+    EXPECT_EQ(save(board_, path("elsewhere/link.kcf")), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("elsewhere/link.kcf")));
+    EXPECT_FALSE(std::filesystem::is_symlink(path()));
+    EXPECT_EQ(readText(path()), freshConfiguration());
+    EXPECT_EQ(permissions("setup.kcf"), own);
+    // New files have what the process gives new files, also behind a link that led nowhere.
+    std::filesystem::create_symlink("../new.kcf", path("elsewhere/first.kcf"));
+    EXPECT_EQ(save(board_, path("elsewhere/first.kcf")), 0);
+    EXPECT_EQ(save(board_, path("second.kcf")), 0);
+    EXPECT_EQ(readText(path("new.kcf")), freshConfiguration());
+    EXPECT_EQ(permissions("new.kcf"), fresh);
+    EXPECT_EQ(permissions("second.kcf"), fresh);
+    EXPECT_EQ(folder_.files(), (std::vector<std::string>{"new.kcf", "second.kcf", "setup.kcf"}));
+}
+#endif
 
 } // namespace
 } // namespace qelm::test

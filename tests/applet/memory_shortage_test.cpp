@@ -95,6 +95,7 @@ TEST_F(MemoryShortage, IsAnsweredAsAFailureOfItsKindAndTheBoardWorksOn) {
     } exports[] = {
         {"Fg_getParameterInfo", 1, [&] { return f.Fg_getParameterInfo(board_, FG_WIDTH) == nullptr; }, -1},
         {"Fg_getParameterInfoXML", -1, [&] { return f.Fg_getParameterInfoXML(board_, 0, nullptr, &size); }},
+        {"Fg_saveConfig", -5001, [&] { return f.Fg_saveConfig(board_, file.c_str()); }},
         {"Fg_loadConfig", -5000, [&] { return f.Fg_loadConfig(board_, file.c_str()); }},
         {"Fg_setParameterWithType", -1, [&] { return board_.set(FG_LUT_CUSTOM_FILE, table.c_str()); }},
         {"Fg_getParameterWithType", -1,

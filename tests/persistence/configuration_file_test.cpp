@@ -32,7 +32,7 @@ TEST_F(ConfigurationFileTest, WritesExactBytesAndReadsThemBack) {
     Fg_ConfigFileParser writer(nullptr, nullptr, false);
     ASSERT_TRUE(writer.setSaveFile(file_.c_str()));
     writer.writeConfigFileHeader();
-    EXPECT_EQ(test::readText(file_), "[Kamerasektion]\n\nConfigFileVersion=2.0;\n"); // flushed
+    EXPECT_FALSE(std::filesystem::exists(file_)) << "it is put in place as a whole";
     writer.writeConfigFile("Typ", "it's; a=b");
     writer.writeConfigFileIntKey("AktivePort", -7);
     writer.writePortSection(0);
@@ -244,6 +244,23 @@ TEST_F(ConfigurationFileTest, FailuresToSaveAreLogged) {
     EXPECT_FALSE(std::filesystem::exists(folder_.file("setup.txt")));
     parser.writeConfigFileHeader(); // without a file: nothing
     EXPECT_TRUE(parser.setSaveFile(file_.c_str()));
+    EXPECT_FALSE(parser.setSaveFile(folder_.file("setup.txt").c_str())) << "open already, and still no name for one";
+    EXPECT_FALSE(parser.setSaveFile(nullptr));
+    parser.writeConfigFileIntKey("K", 1);
+    EXPECT_TRUE(parser.close());
+    EXPECT_EQ(test::readText(file_), "K=1;\n") << "the file that was open stayed so";
+}
+
+TEST_F(ConfigurationFileTest, AFileThatIsNotClosedLeavesTheOlderOneAndNothingBesideIt) {
+    folder_.write("setup.kcf", "older");
+    {
+        Fg_ConfigFileParser parser(nullptr, nullptr, false);
+        ASSERT_TRUE(parser.setSaveFile(file_.c_str()));
+        parser.writeConfigFileHeader();
+        EXPECT_EQ(folder_.read("setup.kcf"), "older");
+    }
+    EXPECT_EQ(folder_.read("setup.kcf"), "older");
+    EXPECT_EQ(folder_.files(), (std::vector<std::string>{"setup.kcf"}));
 }
 
 TEST_F(ConfigurationFileTest, AFileOpenToBeChangedShowsWhatWasWritten) {

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace qelm::test {
 
@@ -39,6 +41,17 @@ class TemporaryFolder {
     std::ptrdiff_t leftOver() const {
         const std::filesystem::directory_iterator files(path_ / "system");
         return std::distance(begin(files), end(files));
+    }
+    /** The names of the files in the folder itself, in order. */
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+            if (!entry.is_directory()) {
+                names.push_back(entry.path().filename().string());
+            }
+        }
+        std::sort(names.begin(), names.end());
+        return names;
     }
     static void useForSystem(const std::filesystem::path& folder) {
         for (const char* name : variables) {

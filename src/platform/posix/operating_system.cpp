@@ -1,11 +1,13 @@
 #include "platform/operating_system.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +15,18 @@ namespace qelm::platform {
 namespace {
 
 constexpr std::uint64_t nanosecondsPerSecond = 1000000000;
+
+/** The path of what exists, from the root on and without symbolic links. */
+std::optional<std::string> fullPath(const std::string& path) {
+    struct FreeText {
+        void operator()(char* text) const { std::free(text); }
+    };
+    const std::unique_ptr<char, FreeText> full(realpath(path.c_str(), nullptr));
+    return full == nullptr ? std::nullopt : std::optional<std::string>(full.get());
+}
+
+// What relative paths meant to the loader; the process may leave the folder afterwards.
+const std::optional<std::string> folderAtLoad = fullPath(".");
 
 } // namespace
 
@@ -46,7 +60,11 @@ std::optional<std::string> ownLibraryPath() {
     if (dladdr(reinterpret_cast<const void*>(&ownLibraryPath), &info) == 0 || info.dli_fname == nullptr) {
         return std::nullopt;
     }
-    return info.dli_fname;
+    const std::string path = info.dli_fname; // as the library was asked for
+    if (path.front() == pathSeparator) {
+        return path;
+    }
+    return folderAtLoad ? std::optional(*folderAtLoad + pathSeparator + path) : std::nullopt;
 }
 
 std::optional<std::string> environmentVariable(const char* name) {
@@ -87,9 +105,45 @@ std::optional<std::string> temporaryFolder() {
     return folder;
 }
 
-bool createFileExclusively(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+bool createFileExclusively(const std::string& path, FileAccess access) {
+    constexpr mode_t owner = S_IRUSR | S_IWUSR;
+    constexpr mode_t others = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH; // less what the process masks
+    const int descriptor =
+        open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, access == FileAccess::owner ? owner : owner | others);
     return descriptor >= 0 && close(descriptor) == 0;
+}
+
+std::optional<std::string> replaceableFile(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return errno == ENOENT ? std::optional(path) : std::nullopt;
+    }
+    const std::optional<std::string> target = fullPath(path);
+    const bool regular = target && stat(target->c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return regular ? target : std::nullopt;
+}
+
+bool replaceFile(const std::string& file, const std::string& by) {
+    struct stat older {};
+    if (stat(file.c_str(), &older) == 0) {
+        if (access(file.c_str(), W_OK) != 0) {
+            return false;
+        }
+        // The owner before the mode, which a change of owner may cut. Where only the superuser can give files away,
+        // what others save is theirs, in the same group if they are in it.
+        static_cast<void>(chown(by.c_str(), older.st_uid, older.st_gid) == 0 ||
+                          chown(by.c_str(), static_cast<uid_t>(-1), older.st_gid) == 0);
+        if (chmod(by.c_str(), older.st_mode & 07777) != 0) {
+            return false;
+        }
+    }
+    // Without the flush a computer that fails may have the new name and no content behind it.
+    const int descriptor = open(by.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool flushed = descriptor >= 0 && fsync(descriptor) == 0;
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    return flushed && rename(by.c_str(), file.c_str()) == 0;
 }
 
 std::uint64_t millisecondTicks() {

@@ -8,6 +8,45 @@
 
 namespace qelm::platform {
 
+namespace {
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/** Closes what it holds. */
+class Handle {
+  public:
+    explicit Handle(HANDLE handle) : handle_(handle) {}
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle() {
+        if (handle_ != INVALID_HANDLE_VALUE) {
+            CloseHandle(handle_);
+        }
+    }
+    HANDLE get() const { return handle_; }
+
+  private:
+    HANDLE handle_;
+};
+
+/** The text that a function of the system writes: it answers the length, or the room needed with the terminator. */
+template <typename Write>
+std::optional<std::string> textOf(Write write) {
+    std::string text(write(nullptr, 0), '\0');
+    const DWORD length = write(text.data(), static_cast<DWORD>(text.size()));
+    if (length == 0 || length >= text.size()) {
+        return std::nullopt;
+    }
+    text.resize(length);
+    return text;
+}
+
+std::optional<std::string> fullPath(const std::string& path) {
+    return textOf([&](char* text, DWORD size) { return GetFullPathNameA(path.c_str(), size, text, nullptr); });
+}
+
+} // namespace
+
 const char pathSeparator = '\\';
 
 std::string sharedLibraryFileName(const std::string& name) {
@@ -91,9 +130,52 @@ std::optional<std::string> temporaryFolder() {
     return std::string(folder.data(), length);
 }
 
-bool createFileExclusively(const std::string& path) {
+bool createFileExclusively(const std::string& path, FileAccess /*access*/) { // the folder says who may
     const int descriptor = _open(path.c_str(), _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
     return descriptor >= 0 && _close(descriptor) == 0;
+}
+
+std::optional<std::string> replaceableFile(const std::string& path) {
+    const Handle file(CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES, shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE) { // a folder, too
+        const DWORD error = GetLastError();
+        const bool missing =
+            error == ERROR_FILE_NOT_FOUND && GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+        return missing ? fullPath(path) : std::nullopt;
+    }
+    if (GetFileType(file.get()) != FILE_TYPE_DISK) {
+        return std::nullopt;
+    }
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+        return fullPath(path); // not every version of the system replaces files of relative paths
+    }
+    return textOf([&](char* text, DWORD size) {
+        return GetFinalPathNameByHandleA(file.get(), text, size, FILE_NAME_NORMALIZED);
+    });
+}
+
+bool replaceFile(const std::string& file, const std::string& by) {
+    {
+        // Without the flush a computer that fails may have the new name and no content behind it.
+        const Handle content(CreateFileA(by.c_str(), GENERIC_WRITE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+        if (content.get() == INVALID_HANDLE_VALUE || FlushFileBuffers(content.get()) == FALSE) {
+            return false;
+        }
+    }
+    if (GetFileAttributesA(file.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        return MoveFileExA(by.c_str(), file.c_str(), MOVEFILE_WRITE_THROUGH) != FALSE;
+    }
+    {
+        // A file that is read-only, or in use. Asked first, since a replacement refused may leave its traces.
+        const Handle older(
+            CreateFileA(file.c_str(), GENERIC_WRITE | DELETE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+        if (older.get() == INVALID_HANDLE_VALUE) {
+            return false;
+        }
+    }
+    // This keeps the older file's permissions, which moving would not.
+    return ReplaceFileA(file.c_str(), by.c_str(), nullptr, 0, nullptr, nullptr) != FALSE;
 }
 
 std::uint64_t millisecondTicks() {
