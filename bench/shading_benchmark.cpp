@@ -120,7 +120,7 @@ constexpr auto sse2 = InstructionSet::baseline;
 constexpr auto avx2 = InstructionSet::avx2;
 
 // A plane as the coefficient image that the design loads, beside the same bytes written plainly. Both go to the
-// system's temporary folder, over the file that is there.
+// system's temporary directory, over the file that is there.
 const std::string planeFile = (std::filesystem::temp_directory_path() / "qelm_shading_benchmark.tiff").string();
 
 void coefficientImage(benchmark::State& state) {

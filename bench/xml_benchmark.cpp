@@ -1,5 +1,5 @@
 // The GenApi document of all fixed parameters, beside what else could write the same bytes: a document tree that is
-// built and serialised (pugixml), and the least that any writer must do, plain appends of the finished pieces.
+// built and serialised (pugixml).
 
 #include "description/information.h"
 #include "description/parameter_info_builder_xml.h"
@@ -28,8 +28,6 @@ const description::Information& information() {
     return built;
 }
 
-// -- The applet's builder --------------------------------------------------------------------------------------------
-
 void builder(benchmark::State& state) {
     for (auto _ : state) {
         description::ParameterInfoBuilderXML xml(information(), modelName);
@@ -37,49 +35,6 @@ void builder(benchmark::State& state) {
     }
 }
 BENCHMARK(builder);
-
-// -- Plain appends ---------------------------------------------------------------------------------------------------
-
-/**
- * The document as fixed texts and, between them, names, numbers and descriptions: as few pieces as a writer can have.
- */
-std::vector<std::string> pieces(std::string_view document) {
-    std::vector<std::string> cut;
-    const auto cutOff = [&](std::size_t length) {
-        cut.emplace_back(document.substr(0, length));
-        document.remove_prefix(cut.back().size());
-    };
-    while (!document.empty()) {
-        std::size_t content = 0; // of an element or an attribute
-        do {
-            content = std::min(document.find_first_of(">'\"", content), document.size() - 1) + 1;
-        } while (content < document.size() && document[content] == '\n');
-        cutOff(content);
-        cutOff(std::min(document.find_first_of("<'\""), document.size()));
-    }
-    return cut;
-}
-
-void appends(benchmark::State& state) {
-    description::ParameterInfoBuilderXML xml(information(), modelName);
-    const std::string_view expected = xml.build();
-    const std::vector<std::string> all = pieces(expected);
-    std::string document;
-    for (auto _ : state) {
-        document = std::string();
-        document.reserve(expected.size());
-        for (const std::string& piece : all) {
-            document += piece;
-        }
-        benchmark::DoNotOptimize(document.data());
-    }
-    if (document != expected) {
-        state.SkipWithError("the pieces do not make up the document");
-    }
-}
-BENCHMARK(appends);
-
-// -- A document tree -------------------------------------------------------------------------------------------------
 
 class TreeBuilder {
   public:

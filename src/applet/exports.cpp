@@ -84,48 +84,50 @@ constexpr std::int32_t signed64 = 4;
 
 extern "C" {
 
-int32_t Fg_setParameterWithType(BoardStructure* board, int32_t id, const void* value, uint32_t port, int32_t type) {
-    return forward(board, &FgZeWrapper::setParameterWithType, id, value, static_cast<int32_t>(port), type);
+std::int32_t Fg_setParameterWithType(BoardStructure* board, std::int32_t id, const void* value, std::uint32_t port,
+                                     std::int32_t type) {
+    return forward(board, &FgZeWrapper::setParameterWithType, id, value, static_cast<std::int32_t>(port), type);
 }
 
-int32_t Fg_getParameterWithType(BoardStructure* board, int32_t id, void* value, uint32_t port, int32_t type) {
+std::int32_t Fg_getParameterWithType(BoardStructure* board, std::int32_t id, void* value, std::uint32_t port,
+                                     std::int32_t type) {
     if (appletOf(board) != nullptr && value != nullptr && (type == unsigned64 || type == signed64)) {
         std::memset(value, 0, sizeof(std::uint64_t));
     }
-    return forward(board, &FgZeWrapper::getParameterWithType, id, value, static_cast<int32_t>(port), type);
+    return forward(board, &FgZeWrapper::getParameterWithType, id, value, static_cast<std::int32_t>(port), type);
 }
 
-int32_t Fg_getParameterIdByName(BoardStructure* board, const char* name) {
+std::int32_t Fg_getParameterIdByName(BoardStructure* board, const char* name) {
     return forward(board, &FgZeWrapper::getParameterIdByName, name);
 }
 
-const char* Fg_getParameterName(BoardStructure* board, int32_t index) {
+const char* Fg_getParameterName(BoardStructure* board, std::int32_t index) {
     return forward(board, &FgZeWrapper::getParameterName, index);
 }
 
-int32_t Fg_getParameterId(BoardStructure* board, int32_t index) {
+std::int32_t Fg_getParameterId(BoardStructure* board, std::int32_t index) {
     return forward(board, &FgZeWrapper::getParameterId, index);
 }
 
-int32_t Fg_getNrOfParameter(BoardStructure* board) {
+std::int32_t Fg_getNrOfParameter(BoardStructure* board) {
     return forward(board, &FgZeWrapper::getNrOfParameter);
 }
 
-int32_t Fg_saveConfig(BoardStructure* board, const char* fileName) {
+std::int32_t Fg_saveConfig(BoardStructure* board, const char* fileName) {
     return withApplet(board,
                       [=](FgZeWrapper& applet) { return applet.saveConfig(applet.getRuntimeHandle(), fileName); });
 }
 
-int32_t Fg_loadConfig(BoardStructure* board, const char* fileName) {
+std::int32_t Fg_loadConfig(BoardStructure* board, const char* fileName) {
     return withApplet(board,
                       [=](FgZeWrapper& applet) { return applet.loadConfig(applet.getRuntimeHandle(), fileName); });
 }
 
-int32_t Fg_getParameterInfoXML(BoardStructure* board, int32_t port, char* buffer, size_t* bufferSize) {
+std::int32_t Fg_getParameterInfoXML(BoardStructure* board, std::int32_t port, char* buffer, std::size_t* bufferSize) {
     return forward(board, &FgZeWrapper::getParameterInfoXML, board, port, buffer, bufferSize);
 }
 
-ShadingAccess* Fg_AllocShading(BoardStructure* board, int32_t set, int32_t port) {
+ShadingAccess* Fg_AllocShading(BoardStructure* board, std::int32_t set, std::int32_t port) {
     return withApplet(board, [=](FgZeWrapper& applet) {
         ShadingAccess* shading = applet.allocShading(set, port);
         applet.setLastError(shading == nullptr ? FG_ERROR_SYSTEM : 0);
@@ -133,77 +135,81 @@ ShadingAccess* Fg_AllocShading(BoardStructure* board, int32_t set, int32_t port)
     });
 }
 
-int32_t Fg_FreeShading(BoardStructure* board, ShadingAccess* shading) {
+std::int32_t Fg_FreeShading(BoardStructure* board, ShadingAccess* shading) {
     return forwardShading(board, &FgZeWrapper::freeShading, shading);
 }
 
-int32_t Shad_SetSubValueLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel, float value) {
+std::int32_t Shad_SetSubValueLine(BoardStructure* board, ShadingAccess* shading, std::int32_t x, std::int32_t channel,
+                                  float value) {
     return forwardShading(board, &FgZeWrapper::setSubValueLine, shading, x, channel, value);
 }
 
-int32_t Shad_SetMultValueLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel, float value) {
+std::int32_t Shad_SetMultValueLine(BoardStructure* board, ShadingAccess* shading, std::int32_t x, std::int32_t channel,
+                                   float value) {
     return forwardShading(board, &FgZeWrapper::setMultValueLine, shading, x, channel, value);
 }
 
-int32_t Shad_SetFixedPatternNoiseLine(BoardStructure* board, ShadingAccess* shading, int32_t x, int32_t channel,
-                                      int32_t on) {
+std::int32_t Shad_SetFixedPatternNoiseLine(BoardStructure* board, ShadingAccess* shading, std::int32_t x,
+                                           std::int32_t channel, std::int32_t on) {
     return forwardShading(board, &FgZeWrapper::setFixedPatternNoiseLine, shading, x, channel, on);
 }
 
-int32_t Shad_GetMaxLine(BoardStructure* board, ShadingAccess* shading) {
+std::int32_t Shad_GetMaxLine(BoardStructure* board, ShadingAccess* shading) {
     return forwardShading(board, &FgZeWrapper::getMaxLine, shading);
 }
 
-int32_t Shad_GetAccess(BoardStructure* board, ShadingAccess* shading) {
+std::int32_t Shad_GetAccess(BoardStructure* board, ShadingAccess* shading) {
     return forwardShading(board, &FgZeWrapper::getAccess, shading);
 }
 
-int32_t Shad_FreeAccess(BoardStructure* board, ShadingAccess* shading) {
+std::int32_t Shad_FreeAccess(BoardStructure* board, ShadingAccess* shading) {
     return forwardShading(board, &FgZeWrapper::freeAccess, shading);
 }
 
-int32_t Shad_WriteActLine(BoardStructure* board, ShadingAccess* shading, int32_t line) {
+std::int32_t Shad_WriteActLine(BoardStructure* board, ShadingAccess* shading, std::int32_t line) {
     return forwardShading(board, &FgZeWrapper::writeActLine, shading, line);
 }
 
-uint64_t Fg_getEventMask(BoardStructure* board, const char* name) {
+std::uint64_t Fg_getEventMask(BoardStructure* board, const char* name) {
     return forward(board, &FgZeWrapper::getEventMask, name);
 }
 
-const char* Fg_getEventName(BoardStructure* board, uint64_t mask) {
+const char* Fg_getEventName(BoardStructure* board, std::uint64_t mask) {
     return forward(board, &FgZeWrapper::getEventName, mask);
 }
 
-int32_t Fg_getLastErrorNumber(BoardStructure* board) {
+std::int32_t Fg_getLastErrorNumber(BoardStructure* board) {
     return withApplet(board, [](const FgZeWrapper& applet) { return applet.getLastError(); });
 }
 
-int32_t Fg_getAppletId(BoardStructure* board, void* argument) {
+std::int32_t Fg_getAppletId(BoardStructure* board, void* argument) {
     return forwardToRuntime(board, runtime::Fg_getAppletId, argument);
 }
 
-int64_t Fg_getStatusEx(BoardStructure* board, int32_t parameter, uint64_t data, uint32_t dmaIndex, void* memory) {
+std::int64_t Fg_getStatusEx(BoardStructure* board, std::int32_t parameter, std::uint64_t data, std::uint32_t dmaIndex,
+                            void* memory) {
     return forwardToRuntime(board, runtime::Fg_getStatusEx, parameter, data, dmaIndex, memory);
 }
 
-int32_t Fg_AcquireEx(BoardStructure* board, uint32_t dmaIndex, int64_t pictureCount, int32_t flag, void* memory) {
+std::int32_t Fg_AcquireEx(BoardStructure* board, std::uint32_t dmaIndex, std::int64_t pictureCount, std::int32_t flag,
+                          void* memory) {
     return forwardToRuntime(board, runtime::Fg_AcquireEx, dmaIndex, pictureCount, flag, memory);
 }
 
-int32_t Fg_stopAcquireEx(BoardStructure* board, uint32_t dmaIndex, void* memory, int32_t flag) {
+std::int32_t Fg_stopAcquireEx(BoardStructure* board, std::uint32_t dmaIndex, void* memory, std::int32_t flag) {
     return forwardToRuntime(board, runtime::Fg_stopAcquireEx, dmaIndex, memory, flag);
 }
 
-int64_t Fg_getLastPicNumberEx(BoardStructure* board, uint32_t dmaIndex, void* memory) {
+std::int64_t Fg_getLastPicNumberEx(BoardStructure* board, std::uint32_t dmaIndex, void* memory) {
     return forwardToRuntime(board, runtime::Fg_getLastPicNumberEx, dmaIndex, memory);
 }
 
-int64_t Fg_getLastPicNumberBlockingEx(BoardStructure* board, int64_t picture, uint32_t dmaIndex, int32_t timeout,
-                                      void* memory) {
+std::int64_t Fg_getLastPicNumberBlockingEx(BoardStructure* board, std::int64_t picture, std::uint32_t dmaIndex,
+                                           std::int32_t timeout, void* memory) {
     return forwardToRuntime(board, runtime::Fg_getLastPicNumberBlockingEx, picture, dmaIndex, timeout, memory);
 }
 
-const char* Fg_getParameterInfo(BoardStructure* board, int32_t id) {
+const char* Fg_getParameterInfo(BoardStructure* board, std::int32_t id) {
     return withApplet(board, [=](FgZeWrapper& applet) {
         const bool answers =
             applet.getRuntimeHandle() != nullptr && applet.getFunctionTable()[runtime::Fg_getParameterInfo] != nullptr;
@@ -211,7 +217,7 @@ const char* Fg_getParameterInfo(BoardStructure* board, int32_t id) {
     });
 }
 
-int32_t Fg_FreeGrabber(BoardStructure* board) {
+std::int32_t Fg_FreeGrabber(BoardStructure* board) {
     FgZeWrapper* applet = appletOf(board);
     if (applet == nullptr) {
         return FG_ERROR_INVALID_BOARD;

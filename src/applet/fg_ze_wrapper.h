@@ -74,7 +74,8 @@ class FgZeWrapper {
     /** The information text of a parameter for Fg_getParameterInfo, or null. */
     const char* forwardParameterInfo(std::int32_t id) { return information_.describe(id); }
 
-    /** Marks a runtime parameter as one that the applet handles itself. */
+    /** Marks a runtime parameter as one that the applet handles itself: a record of the applet object, which nothing in
+     * it reads. */
     void markHandled(std::int32_t port, std::int32_t id) { portParameterRecords_[port][id].mark = 1; }
 
   protected:

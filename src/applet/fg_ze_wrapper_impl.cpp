@@ -90,24 +90,16 @@ void FgZeWrapperImpl::buildParameterInfo() {
     }
 }
 
-parameters::Parameter& FgZeWrapperImpl::parameterOf(std::int32_t id) const {
-    parameters::Parameter* parameter = dispatch_.find(id);
-    parameters::require(parameter != nullptr, FG_ERROR_UNKNOWN);
-    return *parameter;
-}
-
 // Locked as a whole: no set in between, and nobody reads settings that are half loaded.
 bool FgZeWrapperImpl::applyConfiguration(persistence::Fg_ConfigFileParser& parser) {
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
     const auto bothSets = triggerUnit_.acceptBothSets(); // a file holds both, whichever is in force
-    return persistence::applyParameters(
-        parser, [this](std::int32_t id) -> auto& { return parameterOf(id); });
+    return persistence::applyParameters(parser, dispatch_);
 }
 
 void FgZeWrapperImpl::storeConfiguration(persistence::Fg_ConfigFileParser& parser) {
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
-    persistence::storeParameters(
-        parser, [this](std::int32_t id) -> auto& { return parameterOf(id); });
+    persistence::storeParameters(parser, dispatch_);
 }
 
 // Nothing that the design offers; no export reaches these four.

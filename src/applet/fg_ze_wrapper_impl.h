@@ -17,8 +17,6 @@
 #include "persistence/settings_store.h"
 #include "platform/critical_section.h"
 
-#include <functional>
-
 namespace qelm::applet {
 
 /** The applet object of one board: composes the features and routes the exports' operations to them. */
@@ -74,8 +72,6 @@ class FgZeWrapperImpl final : public FgZeWrapper {
 
   private:
     void loadInspectSettings();
-    /** The parameter of a fixed identifier; raises -2070 when there is none. */
-    parameters::Parameter& parameterOf(std::int32_t id) const;
 
     templates::platform::CriticalSection objectLock_; ///< held for the whole of every parameter set and get
     persistence::SettingsStore inspectSettings_;
@@ -83,15 +79,15 @@ class FgZeWrapperImpl final : public FgZeWrapper {
     parameters::DesignAccess design_;
     parameters::Registry registry_;
     events::EventTable events_;
-    parameters::Dispatch dispatch_;
+    parameters::Dispatch dispatch_ QELM_GUARDED_BY(objectLock_);
     features::BoardStatus boardStatus_;
     features::CameraLink cameraLink_;
     features::RegionOfInterest regionOfInterest_;
     features::ImageOutput imageOutput_;
     features::CameraSimulator cameraSimulator_;
     features::LookupTable lookupTable_;
-    features::Shading shading_;
-    features::TriggerUnit triggerUnit_;
+    features::Shading shading_ QELM_GUARDED_BY(objectLock_);
+    features::TriggerUnit triggerUnit_ QELM_GUARDED_BY(objectLock_);
     features::DescriptionQuery descriptionQuery_;
 };
 

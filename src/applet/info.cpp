@@ -88,7 +88,7 @@ std::int32_t constant(const char* constantName) {
 
 } // namespace
 
-extern "C" int32_t Info(int32_t request, uint32_t index1, uint32_t index2, void* out1, void* out2) {
+extern "C" std::int32_t Info(std::int32_t request, std::uint32_t index1, std::uint32_t index2, void* out1, void* out2) {
     switch (request) {
     case icon: // every index yields the same icon
         putBlock(applet::iconImage(), out1, out2);

@@ -25,9 +25,15 @@ constexpr InitialSetting initialSettings[] = {
 #include "applet/initial_settings.inc"
 };
 
+void apply(const InitialSetting& setting, const parameters::Dispatch& dispatch) {
+    const auto value = std::visit([](auto number) -> parameters::Value { return number; }, setting.value);
+    parameters::skipRefusal([&] { dispatch.at(setting.id).set(value); });
+}
+
 } // namespace
 
 void FgZeWrapperImpl::prepareDesign() {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
     try {
         markHandled(port, handledFirst);
         shading_.prepare();
@@ -40,12 +46,12 @@ void FgZeWrapperImpl::prepareDesign() {
 }
 
 void FgZeWrapperImpl::applyInitialSettings() {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
     for (std::size_t i = 0; i < parameters::DesignAccess::simulatorRegisterCount; ++i) {
         parameters::skipRefusal([&] { design_.write(static_cast<parameters::SimulatorRegister>(i), 0); });
     }
     for (const InitialSetting& setting : initialSettings) {
-        const auto value = std::visit([](auto number) -> parameters::Value { return number; }, setting.value);
-        parameters::skipRefusal([&] { parameterOf(setting.id).set(value); });
+        apply(setting, dispatch_);
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 std::atomic<void*> processLastBoard = nullptr;
 std::atomic<void*> processLastDesignImage = nullptr;
 
-void rememberUnlessNull(std::atomic<void*>& last, void* value) {
+void storeUnlessNull(std::atomic<void*>& last, void* value) {
     if (value != nullptr) {
         last.store(value, std::memory_order_relaxed);
     }
@@ -65,8 +65,8 @@ std::int32_t RuntimeBinding::initRuntimeHandle(const char* hapFileName, void* bo
         const auto runtimeError = functions()[maker::runtime::Fg_getLastErrorNumber];
         return setLastError(runtimeError != nullptr ? runtimeError(nullptr) : FG_ERROR_DESIGN_IMAGE);
     }
-    rememberUnlessNull(processLastBoard, board);
-    rememberUnlessNull(processLastDesignImage, designImage);
+    storeUnlessNull(processLastBoard, board);
+    storeUnlessNull(processLastDesignImage, designImage);
     return 0;
 }
 

@@ -66,7 +66,7 @@ std::unique_ptr<FgZeWrapperImpl> start(void* board, std::int32_t mode, std::int3
 } // namespace
 } // namespace qelm::applet
 
-extern "C" void* Std_entry(void* board, int32_t* errorOut, int32_t mode) {
+extern "C" void* Std_entry(void* board, std::int32_t* errorOut, std::int32_t mode) {
     std::int32_t error = 0;
     qelm::applet::FgZeWrapper* applet = qelm::applet::start(board, mode, error).release();
     if (errorOut != nullptr) {

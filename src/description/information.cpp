@@ -154,8 +154,8 @@ const char* Information::describe(std::int32_t id) {
         return nullptr;
     }
     std::string text = informationText(*node);
-    const templates::platform::CriticalSectionGuard guard(&toldLock_);
-    return told_.insert(std::move(text)).first->c_str();
+    const templates::platform::CriticalSectionGuard guard(&handedOutLock_);
+    return handedOut_.insert(std::move(text)).first->c_str();
 }
 
 } // namespace qelm::description

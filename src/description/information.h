@@ -83,7 +83,7 @@ struct ParameterNode {
 };
 
 /**
- * What user interfaces are told about the parameters: a tree of categories with a node per parameter. Built once at
+ * What user interfaces show of the parameters: a tree of categories with a node per parameter. Built once at
  * start-up; setters then move limits and access. Texts may come in any encoding and are kept as UTF-8.
  */
 class Information {
@@ -143,8 +143,8 @@ class Information {
     std::deque<CategoryNode> categories_; // the root first; a deque keeps addresses
     std::deque<ParameterNode> parameters_;
     std::map<std::int32_t, ParameterNode*> byId_;
-    templates::platform::CriticalSection toldLock_;
-    std::set<std::string> told_; // guarded by toldLock_
+    templates::platform::CriticalSection handedOutLock_;
+    std::set<std::string> handedOut_ QELM_GUARDED_BY(handedOutLock_);
 };
 
 } // namespace qelm::description

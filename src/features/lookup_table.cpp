@@ -140,9 +140,9 @@ void LookupTable::loadFile() {
     require(outcome == platform::ReadOutcome::done, FG_ERROR_FILE_ACCESS);
     const LutData file = LutDataFile(std::move(text)).readGray();
     const std::size_t count = std::min<std::size_t>(file.nrOfElements, entryCount);
-    const auto told = std::min(count, file.data.size());
-    const auto rest = std::copy_n(file.data.begin(), told, table_.begin());
-    std::fill(rest, table_.begin() + static_cast<std::ptrdiff_t>(count), 0U);
+    const auto given = std::min(count, file.data.size());
+    const auto missing = std::copy_n(file.data.begin(), given, table_.begin());
+    std::fill(missing, table_.begin() + static_cast<std::ptrdiff_t>(count), 0U);
     writeTable();
 }
 

@@ -55,7 +55,7 @@ class LookupTable {
 
     parameters::DesignAccess& design_;
     description::Information& information_;
-    std::array<std::uint32_t, entryCount> table_{}; ///< what the design was told last; entry i is the output for i
+    std::array<std::uint32_t, entryCount> table_{}; ///< entry i is the output for i
     parameters::Cached<std::int32_t> type_;
     parameters::Cached<std::string> customFile_;
     parameters::Cached<std::string> saveFile_;

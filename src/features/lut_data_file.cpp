@@ -24,29 +24,27 @@ constexpr std::string_view format = "format";
 constexpr std::string_view number = "number";
 } // namespace keys
 
-// -- Reading -------------------------------------------------------------------------------------------------------
-
 /** Hands out the lines of a text. */
 class Lines {
   public:
-    explicit Lines(std::string_view text) : rest_(text) {}
+    explicit Lines(std::string_view text) : remaining_(text) {}
 
     /** The next line, or piece of a long one, with its end; nothing after the last. */
     std::optional<std::string_view> next() {
-        if (rest_.empty()) {
+        if (remaining_.empty()) {
             return std::nullopt;
         }
-        std::string_view line = rest_.substr(0, longestLine);
+        std::string_view line = remaining_.substr(0, longestLine);
         line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
-        rest_.remove_prefix(line.size());
+        remaining_.remove_prefix(line.size());
         return line.substr(0, line.find('\0'));
     }
 
-    std::string_view rest() const { return rest_; }
-    void skip(std::size_t bytes) { rest_.remove_prefix(bytes); }
+    std::string_view remaining() const { return remaining_; }
+    void skip(std::size_t bytes) { remaining_.remove_prefix(bytes); }
 
   private:
-    std::string_view rest_;
+    std::string_view remaining_;
 };
 
 /** The second of the tokens between delimiters, of which neighbours count as one; empty when there is none. */
@@ -150,7 +148,7 @@ void readEntries(const std::string& text, std::string_view section, std::uint32_
         }
         if constexpr (std::is_same_v<decltype(convert(*line)), std::uint32_t>) {
             // Lines in order, as they are written, need no search. The rest ends where the zero-terminated text does.
-            const char* const start = lines.rest().data();
+            const char* const start = lines.remaining().data();
             const char* place = start;
             std::uint32_t value = 0;
             while (index < count) {
@@ -166,8 +164,6 @@ void readEntries(const std::string& text, std::string_view section, std::uint32_
         }
     }
 }
-
-// -- Writing -------------------------------------------------------------------------------------------------------
 
 /** Counts entries in text: "0,", "1,", ... */
 class Index {

@@ -8,7 +8,7 @@
 
 namespace qelm::features {
 
-/** A lookup table as its file tells it. */
+/** The content of a lookup-table file. */
 struct LutData {
     std::vector<std::uint32_t> data{}; ///< after a read: as many entries as the file had; further ones count as 0
     std::uint32_t id = 3;
@@ -22,8 +22,8 @@ struct LutData {
  * Who uses it reads the text from a file or puts it into one.
  *
  * Reading is lenient, and callers' files rely on that: title lines do not matter, a header key is taken from the first
- * line that contains it anywhere, and entry k from the next line that contains "k," anywhere. What no line tells is 0.
- * Lines longer than 255 bytes count as several, and a line ends at a zero byte.
+ * line that contains it anywhere, and entry k from the next line that contains "k," anywhere. Entries without a line
+ * are 0. Lines longer than 255 bytes count as several, and a line ends at a zero byte.
  */
 class LutDataFile {
   public:

@@ -21,7 +21,7 @@ class RegionOfInterest {
 
     using Pixels = parameters::Cached<std::uint32_t>;
 
-    /** What a shading buffer has to know of the region. */
+    /** What gives a shading buffer its region in the design. */
     struct ShadingBuffer {
         parameters::DesignParameter firstColumn, columns, firstLine, lines;
         parameters::DesignParameter update; ///< puts the others into force

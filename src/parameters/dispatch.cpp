@@ -39,22 +39,41 @@ Value valueAt(ValueType type, const void* place) {
     return fromCaller<std::string>(place);
 }
 
-/** What the caller asks for. The place is looked at only where it holds a question: it may be uninitialised. */
-Value requestAt(ValueType type, const void* place) {
-    return type == ValueType::lutEntry || type == ValueType::description ? valueAt(type, place) : Value();
+/** Whether the caller's memory holds a question before a get; otherwise it may be uninitialised. */
+bool holdsQuestion(ValueType type) {
+    return type == ValueType::lutEntry || type == ValueType::description;
 }
+
+const Value noQuestion;
 
 } // namespace
 
 void Dispatch::add(Parameter& parameter) {
-    if (!parameters_.emplace(parameter.id(), &parameter).second) {
+    if (find(parameter.id()) != nullptr) {
         throw std::logic_error("two parameters of identifier " + std::to_string(parameter.id()));
     }
+    if (++count_ == slotCount) {
+        throw std::logic_error("more parameters than the table has slots for");
+    }
+    std::size_t slot = slotOf(parameter.id());
+    while (slots_[slot] != nullptr) {
+        slot = (slot + 1) % slotCount;
+    }
+    slots_[slot] = &parameter;
 }
 
 Parameter* Dispatch::find(std::int32_t id) const {
-    const auto entry = parameters_.find(id);
-    return entry == parameters_.end() ? nullptr : entry->second;
+    std::size_t slot = slotOf(id);
+    while (slots_[slot] != nullptr && slots_[slot]->id() != id) {
+        slot = (slot + 1) % slotCount;
+    }
+    return slots_[slot];
+}
+
+Parameter& Dispatch::at(std::int32_t id) const {
+    Parameter* parameter = find(id);
+    require(parameter != nullptr, FG_ERROR_UNKNOWN);
+    return *parameter;
 }
 
 std::int32_t Dispatch::set(std::int32_t id, const void* value, std::int32_t port) {
@@ -89,7 +108,8 @@ std::int32_t Dispatch::get(std::int32_t id, void* value, std::int32_t port) {
         return answeredByRuntime_.contains(id) ? design_.getRuntimeParameter(id, value, onlyPort) : FG_ERROR_UNKNOWN;
     }
     return resultOf([&] {
-        const Value answer = parameter->get(requestAt(parameter->type(), value));
+        const ValueType type = parameter->type();
+        const Value answer = holdsQuestion(type) ? parameter->get(valueAt(type, value)) : parameter->get(noQuestion);
         std::visit([value](const auto& typed) { toCaller(typed, value); }, answer);
     });
 }

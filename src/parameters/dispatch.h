@@ -3,8 +3,9 @@
 #include "parameters/design_access.h"
 #include "parameters/parameter.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <unordered_set>
 
 namespace qelm::parameters {
@@ -29,12 +30,20 @@ class Dispatch {
     std::int32_t set(std::int32_t id, const void* value, std::int32_t port);
     std::int32_t get(std::int32_t id, void* value, std::int32_t port);
 
-    /** @return the parameter of a fixed identifier, or null when no feature answers for it */
-    Parameter* find(std::int32_t id) const;
+    /** The parameter of an identifier; throws -2070 when there is none. */
+    Parameter& at(std::int32_t id) const;
 
   private:
+    static constexpr std::size_t slotCount = 512; // far more than there are parameters
+
+    static std::size_t slotOf(std::int32_t id) { return static_cast<std::uint32_t>(id) % slotCount; }
+    Parameter* find(std::int32_t id) const;
+
     DesignAccess& design_;
-    std::unordered_map<std::int32_t, Parameter*> parameters_;
+    // By the lower bits of the identifier, in the next free slot when that one is taken: identifiers come in dense
+    // rows.
+    std::array<Parameter*, slotCount> slots_{};
+    std::size_t count_ = 0;
     std::unordered_set<std::int32_t> answeredByRuntime_;
     bool directRegisters_ = false;
 };

@@ -14,7 +14,7 @@ namespace {
 using parameters::Parameter;
 using parameters::Value;
 
-/** What a get answers, or what was set last where the design does not tell: a load needs every key. */
+/** What a get answers, or what was set last where the design does not answer: a load needs every key. */
 Value valueOf(Parameter& parameter) {
     try {
         return parameter.get({});
@@ -47,16 +47,16 @@ bool read(Fg_ConfigFileParser& parser, const ConfigurationKey& key, Use use) {
     return value.has_value();
 }
 
-bool store(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
+bool store(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
     return std::ranges::all_of(configurationKeys, [&](const ConfigurationKey& key) {
-        const auto storeValue = [&](const Value& value) { parameterOf(key.id).store(value); };
+        const auto storeValue = [&](const Value& value) { dispatch.at(key.id).store(value); };
         return key.loading == KeyLoading::applyOnly || read(parser, key, storeValue);
     });
 }
 
-bool apply(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
+bool apply(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
     return forEachAppliedKey([&](const ConfigurationKey& key) {
-        Parameter& parameter = parameterOf(key.id);
+        Parameter& parameter = dispatch.at(key.id);
         const auto set = [&](const Value& value) { parameters::skipRefusal([&] { parameter.set(value); }); };
         return read(parser, key, set);
     });
@@ -64,19 +64,19 @@ bool apply(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
 
 } // namespace
 
-void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
+void storeParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
     parser.writePortSection(configurationPort);
     for (const ConfigurationKey& key : configurationKeys) {
-        write(parser, key, valueOf(parameterOf(key.id)));
+        write(parser, key, valueOf(dispatch.at(key.id)));
     }
 }
 
-bool applyParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf) {
+bool applyParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
     try {
-        if (!store(parser, parameterOf) || !apply(parser, parameterOf)) {
+        if (!store(parser, dispatch) || !apply(parser, dispatch)) {
             return false;
         }
-        parameters::skipRefusal([&] { parameterOf(FG_SHADING_APPLY_SETTINGS).set(std::int32_t{FG_APPLY}); });
+        parameters::skipRefusal([&] { dispatch.at(FG_SHADING_APPLY_SETTINGS).set(std::int32_t{FG_APPLY}); });
         return true;
     } catch (...) {
         return false;

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "parameters/parameter.h"
+#include "parameters/dispatch.h"
 #include "persistence/fg_config_file_parser.h"
-
-#include <cstdint>
-#include <functional>
 
 /**
  * What a configuration file holds of the parameters: the section of port 0 with a key per parameter. The file's frame,
@@ -12,11 +9,8 @@
  */
 namespace qelm::persistence {
 
-/** Answers the parameter of an identifier; throws when there is none. */
-using ParameterOf = std::function<parameters::Parameter&(std::int32_t id)>;
-
-/** Writes every key with the value that the parameter's getter answers, or the remembered one when it fails. */
-void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf);
+/** Writes every key with the value that the parameter's getter answers, or the cached one when it fails. */
+void storeParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch);
 
 /**
  * Reads all keys, keeping their values without a check; then applies them through the setters, where a refused value
@@ -24,6 +18,6 @@ void storeParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf
  *
  * @return false when a key is missing; what was kept and applied before it stays
  */
-bool applyParameters(Fg_ConfigFileParser& parser, const ParameterOf& parameterOf);
+bool applyParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch);
 
 } // namespace qelm::persistence

@@ -23,7 +23,6 @@ bool meansYes(std::string text) {
 }
 
 void SettingsStore::load(const std::string& path) {
-    const Guard guard(&mutex_);
     std::ifstream file(path);
     read(file);
 }

@@ -30,12 +30,12 @@ class SettingsStore {
     void setSection(std::string section) { section_ = std::move(section); }
 
   private:
-    void store(const std::string& key, std::string value);
+    void store(const std::string& key, std::string value) QELM_REQUIRES(mutex_);
 
     mutable templates::platform::RecursiveMutex mutex_;
     std::string section_ = "none";
-    std::map<std::string, std::string> values_;
-    std::vector<std::string> order_; // of the keys
+    std::map<std::string, std::string> values_ QELM_GUARDED_BY(mutex_);
+    std::vector<std::string> order_ QELM_GUARDED_BY(mutex_); // of the keys
 };
 
 /** Whether a switch's text, in any letter case, is exactly "yes", "true", "on" or "1". */

@@ -6,7 +6,7 @@
 namespace qelm::templates::platform {
 
 /** The operating system's critical section (a recursive pthread mutex elsewhere) behind the lock protocol. */
-class CriticalSection final : public patterns::GenericLock {
+class QELM_LOCK CriticalSection final : public patterns::GenericLock {
   public:
     CriticalSection() : used_(&own_) {}
     /** Uses a section that somebody else owns and keeps alive. */
@@ -23,9 +23,11 @@ class CriticalSection final : public patterns::GenericLock {
     qelm::platform::RecursiveLock* used_;
 };
 
-class CriticalSectionGuard final : public patterns::GenericLockGuard {
+class QELM_LOCK_GUARD CriticalSectionGuard final : public patterns::GenericLockGuard {
   public:
-    explicit CriticalSectionGuard(CriticalSection* lock) : GenericLockGuard(lock, false) {}
+    explicit CriticalSectionGuard(CriticalSection* lock) QELM_ACQUIRES(lock) QELM_IMPLEMENTS_LOCK
+        : GenericLockGuard(lock, false) {}
+    ~CriticalSectionGuard() noexcept(false) QELM_RELEASES() override = default;
 };
 
 } // namespace qelm::templates::platform

@@ -9,7 +9,7 @@
 #include <utility>
 
 #ifndef QELM_COPYRIGHT
-#error "The build supplies QELM_COPYRIGHT, the maker's copyright line"
+#error "The build supplies QELM_COPYRIGHT, the vendor's copyright line"
 #endif
 
 namespace qelm::platform {

@@ -35,7 +35,7 @@ class DllLog {
     /** The formatted text alone: no line end, no flush. */
     [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
 
-    /** The block that opens a log file: the maker's copyright line and the time. */
+    /** The block that opens a log file: the vendor's copyright line and the time. */
     void writeHeader();
     /** The local time as "Sun Sep 16 01:03:52 1973" and a line feed, in English whatever the locale. */
     static std::string timeStamp();

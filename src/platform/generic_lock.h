@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/thread_annotations.h"
+
 #include <stdexcept>
 
 namespace qelm::templates::patterns {
@@ -10,7 +12,7 @@ namespace qelm::templates::patterns {
  * Platform locks implement the three operations; users call enter() and leave(), best through a GenericLockGuard.
  * A GenericLock is not re-entrant, also where the platform's lock is: a second enter() by the holder throws.
  */
-class GenericLock {
+class QELM_LOCK GenericLock {
   public:
     GenericLock() = default;
     GenericLock(const GenericLock&) = delete;
@@ -23,7 +25,7 @@ class GenericLock {
     virtual void unlock() = 0;
 
     /** Blocks until the lock is held. */
-    void enter() {
+    void enter() QELM_ACQUIRES() QELM_IMPLEMENTS_LOCK {
         lock();
         if (locked_) {
             unlock();
@@ -32,7 +34,7 @@ class GenericLock {
         locked_ = true;
     }
 
-    void leave() {
+    void leave() QELM_RELEASES() QELM_IMPLEMENTS_LOCK {
         if (!locked_) {
             throwNotHeld();
         }
@@ -63,14 +65,16 @@ class Guard {
     bool ownsLock_;
 };
 
-class GenericLockGuard : public Guard<GenericLock*> {
+class QELM_LOCK_GUARD GenericLockGuard : public Guard<GenericLock*> {
   public:
     /** @param ownsLock the guard deletes the lock after releasing it */
-    explicit GenericLockGuard(GenericLock* lock, bool ownsLock = false) : Guard(lock, ownsLock) {
+    explicit GenericLockGuard(GenericLock* lock, bool ownsLock = false) QELM_ACQUIRES(lock) QELM_IMPLEMENTS_LOCK
+        : Guard(lock, ownsLock) {
         lock_->enter();
         held_ = true;
     }
-    ~GenericLockGuard() noexcept(false) override { // NOLINT(bugprone-exception-escape)
+    ~GenericLockGuard() noexcept(false)
+        QELM_RELEASES() QELM_IMPLEMENTS_LOCK override { // NOLINT(bugprone-exception-escape)
         if (held_) {
             lock_->leave();
         }

@@ -12,13 +12,14 @@ namespace qelm::platform {
 /** The file name of a shared library: "nuvrak5" becomes "nuvrak5.dll" or "libnuvrak5.so". */
 std::string sharedLibraryFileName(const std::string& name);
 
-/** Loads a shared library by file name, on the loader's path or beside this library. @return null when it fails */
+/** Loads a shared library by file name, from where the system's loader looks; on Linux also from beside this library.
+ *  @return null when it fails */
 void* loadSharedLibrary(const std::string& fileName);
 /** @return the function's address, or null when the library does not export it */
 void* resolveFunction(void* library, const char* name);
 void freeSharedLibrary(void* library);
 
-/** The path of the file that holds the applet's code; nothing when the system does not tell. */
+/** The path of the file that holds the applet's code; nothing when the system has no answer. */
 std::optional<std::string> ownLibraryPath();
 /** What separates the folders of a path. */
 extern const char pathSeparator;
@@ -34,8 +35,8 @@ void sleepMilliseconds(std::uint32_t milliseconds);
 /** The calendar time in the system's time zone. */
 std::tm localTime(std::time_t time);
 
-/** The folder for temporary files with a separator at its end; nothing when the system does not tell. */
-std::optional<std::string> temporaryFolder();
+/** The directory for temporary files with a separator at its end; nothing when the system has no answer. */
+std::optional<std::string> temporaryDirectory();
 /** Who may read and write a new file. */
 enum class FileAccess {
     owner,

@@ -7,15 +7,15 @@
 namespace qelm::templates::platform {
 
 /** An unnamed operating-system mutex, recursive: its owner may lock again and must unlock as often. */
-class RecursiveMutex {
+class QELM_LOCK RecursiveMutex {
   public:
     RecursiveMutex();
     RecursiveMutex(const RecursiveMutex&) = delete;
     RecursiveMutex& operator=(const RecursiveMutex&) = delete;
     virtual ~RecursiveMutex();
 
-    void lock();
-    void unlock();
+    void lock() QELM_ACQUIRES() QELM_IMPLEMENTS_LOCK;
+    void unlock() QELM_RELEASES() QELM_IMPLEMENTS_LOCK;
     /** How often the owner holds it; meaningful to the owner alone. */
     std::int32_t depth() const { return depth_; }
 
@@ -24,13 +24,14 @@ class RecursiveMutex {
     std::int32_t depth_ = 0;
 };
 
-class RecursiveMutexGuard final : public patterns::Guard<RecursiveMutex*> {
+class QELM_LOCK_GUARD RecursiveMutexGuard final : public patterns::Guard<RecursiveMutex*> {
   public:
-    explicit RecursiveMutexGuard(RecursiveMutex* mutex) : Guard(mutex, false) {
+    explicit RecursiveMutexGuard(RecursiveMutex* mutex) QELM_ACQUIRES(mutex) QELM_IMPLEMENTS_LOCK
+        : Guard(mutex, false) {
         lock_->lock();
         held_ = true;
     }
-    ~RecursiveMutexGuard() override {
+    ~RecursiveMutexGuard() QELM_RELEASES() QELM_IMPLEMENTS_LOCK override {
         if (held_) {
             lock_->unlock();
         }

@@ -29,7 +29,7 @@ std::uint64_t advance(std::uint64_t step) {
 } // namespace
 
 std::optional<TemporaryFile> TemporaryFile::create() {
-    const std::optional<std::string> folder = temporaryFolder();
+    const std::optional<std::string> folder = temporaryDirectory();
     if (!folder || folder->size() >= folderLimit) {
         return std::nullopt;
     }

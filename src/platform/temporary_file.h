@@ -5,7 +5,7 @@
 
 namespace qelm::platform {
 
-/** An empty file with a name of its own in the system's temporary folder, deleted with the object. */
+/** An empty file with a name of its own in the system's temporary directory, deleted with the object. */
 class TemporaryFile {
   public:
     /** @return nothing when there is no such folder or no file can be created in it */

@@ -276,7 +276,7 @@ TEST_F(Shading, EveryFailureHasItsCodeAndLeavesNothingBehind) {
     }
     control().clearFaults();
     TemporaryFolder::useForSystem(folder_.path() / "gone");
-    expectFailure(-2070, "no temporary folder");
+    expectFailure(-2070, "no temporary directory");
     TemporaryFolder::useForSystem(folder_.path() / "system");
     EXPECT_EQ(apply(), 0);
 }

@@ -10,6 +10,10 @@
 #include <thread>
 #include <vector>
 
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wthread-safety-analysis" // misuse is what is tested here
+#endif
+
 namespace qelm::templates {
 namespace {
 

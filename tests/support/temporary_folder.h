@@ -13,7 +13,7 @@
 
 namespace qelm::test {
 
-/** A folder of the running test's own that is also the system's temporary folder for the applet. */
+/** A folder of the running test's own that is also the system's temporary directory for the applet. */
 class TemporaryFolder {
   public:
     TemporaryFolder() {
@@ -37,7 +37,7 @@ class TemporaryFolder {
     std::string file(const std::string& name) const { return (path_ / name).string(); }
     const std::filesystem::path& path() const { return path_; }
 
-    /** What the applet has left in its temporary folder. */
+    /** What the applet has left in its temporary directory. */
     std::ptrdiff_t leftOver() const {
         const std::filesystem::directory_iterator files(path_ / "system");
         return std::distance(begin(files), end(files));

@@ -33,8 +33,6 @@ constexpr std::int32_t fullScale = 65535;
 constexpr std::uint16_t computedOffsetLimit = 65534;
 constexpr std::int32_t coefficientLimit = 65535;
 
-// -- One pixel -----------------------------------------------------------------------------------------------------
-
 // Samples of 8 bits are taken times 257: full scale becomes the same, and a signal, rounded once, does too.
 
 /**
@@ -63,8 +61,6 @@ std::uint16_t gainOf(double target, std::uint16_t gray, std::uint16_t black) {
     }
     return coefficientLimit;
 }
-
-// -- Row kernels ---------------------------------------------------------------------------------------------------
 
 /** Samples are compared as their signals are, so that depths mix. */
 struct OffsetRules {
@@ -326,8 +322,6 @@ const Kernels& kernelsOf(InstructionSet instructions) {
     return baseline::kernels;
 }
 
-// -- Images --------------------------------------------------------------------------------------------------------
-
 constexpr std::array<std::uint16_t, rowLimit> noSignal{};
 
 /** Hands out the rows of an image as samples of 16 bits, in pieces of at most rowLimit. */
@@ -398,7 +392,7 @@ InstructionSet bestInstructionSet() {
 
 double largestSignal(const ReferenceImage& gray, const ReferenceImage& black, InstructionSet instructions) {
     // A larger difference of samples is a larger signal. Equal ones differ by roundings, so each grey sample with the
-    // largest difference is remembered, and the signals decide in the end.
+    // largest difference is noted, and the signals decide in the end.
     const Kernels& kernels = kernelsOf(instructions);
     std::uint16_t largest = 0;
     std::bitset<fullScale + 1> grays;

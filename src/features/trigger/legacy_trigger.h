@@ -69,7 +69,7 @@ class LegacyTrigger {
     Unsigned flashOn_, flashPolarity_;
     Unsigned exposure_;                ///< µs
     Double exsyncDelay_, strobeDelay_; ///< µs
-    Double prescaler_;                 ///< µs; kept for older programs, times are told in µs here
+    Double prescaler_;                 ///< µs; kept for older programs, times are in µs here
     std::deque<Unsigned> lines_;       // a deque keeps addresses
     Unsigned digitalOutputs_;
 };

@@ -24,7 +24,7 @@ std::uint32_t minimumPeriodOfRate(double rate) {
     return toRegister(1 / (rate * tickSeconds)) - generatorTicks;
 }
 
-double rateAsTold(double rate) {
+double reportedRate(double rate) {
     return 1 / ((1 / (rate * tickSeconds)) * tickSeconds);
 }
 

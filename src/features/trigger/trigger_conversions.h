@@ -20,8 +20,8 @@ std::uint32_t toRegister(double value);
 
 /** The minimum period of a rate: its period but for the nine ticks that the generator itself takes. */
 std::uint32_t minimumPeriodOfRate(double rate);
-/** The rate as it is told: through its period and back, without truncation. */
-double rateAsTold(double rate);
+/** The rate as gets answer it: through its period and back, without truncation. */
+double reportedRate(double rate);
 double periodOfRate(double rate);
 
 std::uint32_t ticksOfTime(double microseconds);

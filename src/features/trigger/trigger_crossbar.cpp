@@ -10,7 +10,7 @@ using enum parameters::DesignParameter;
 
 constexpr std::uint32_t constantLow = 5;
 
-/** What the design's crossbar is told for a selection. */
+/** What a selection sets the design's crossbar to. */
 struct Route {
     std::uint32_t select; ///< 0 to 3 a pulse form generator, 4 the bypassed input, 5 the constant low level
     std::uint32_t invert;

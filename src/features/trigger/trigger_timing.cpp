@@ -122,7 +122,7 @@ TriggerTiming::TriggerTiming(parameters::Dispatch& dispatch, parameters::DesignA
     , rate_(dispatch, FG_TRIGGER_FRAMESPERSECOND, initialRate,
             {.check = calls(this, &TriggerTiming::checkRate),
              .apply = calls(this, &TriggerTiming::writeRate),
-             .read = [this] { return rateAsTold(rate_.value()); }}) {
+             .read = [this] { return reportedRate(rate_.value()); }}) {
     for (const PulseFormGenerator::Names& names : generatorNames) {
         const bool makesExsync = generators_.empty();
         generators_.emplace_back(dispatch, design, information, sets, *this, names,

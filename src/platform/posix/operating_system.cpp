@@ -94,7 +94,7 @@ std::tm localTime(std::time_t time) {
     return result;
 }
 
-std::optional<std::string> temporaryFolder() {
+std::optional<std::string> temporaryDirectory() {
     std::string folder = environmentVariable("TMPDIR").value_or("");
     if (folder.empty()) {
         folder = P_tmpdir;

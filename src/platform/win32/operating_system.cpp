@@ -121,7 +121,7 @@ std::tm localTime(std::time_t time) {
     return result;
 }
 
-std::optional<std::string> temporaryFolder() {
+std::optional<std::string> temporaryDirectory() {
     std::array<char, 260> folder{};
     const DWORD length = GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
     if (length == 0 || length >= folder.size()) { // the latter: the size needed
