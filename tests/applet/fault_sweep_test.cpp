@@ -1,15 +1,8 @@
-// Every call that an operation makes into the maker's libraries fails in turn. Whatever it was, the code comes back,
+// Every call that an operation makes into the vendor libraries fails in turn. Whatever it was, the code comes back,
 // the board's values and descriptions stay as they were, nothing is left behind, and the next try works.
 
-#include "fixture.h"
-#include "support/temporary_folder.h"
+#include "support/fault_sweep.h"
 
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <optional>
 #include <set>
 
 namespace qelm::test {
@@ -17,50 +10,6 @@ namespace {
 
 using host::Parameter;
 using host::ParameterKind;
-
-/** What a board tells of a parameter. */
-struct Told {
-    int32_t code;
-    std::string value;       ///< its bytes
-    std::string description; ///< limits and access among others
-
-    bool operator==(const Told&) const = default;
-};
-using Snapshot = std::map<int32_t, Told>; // by identifier
-
-Snapshot snapshotOf(const Board& board) {
-    static std::array<char, 65536> place;
-    Snapshot snapshot;
-    for (const Parameter& parameter : host::fixedParameters()) {
-        const bool isText = parameter.kind == ParameterKind::fileName || parameter.kind == ParameterKind::text;
-        std::fill_n(place.begin(), 8, '\0'); // of the lookup table the first entry
-        const int32_t code = board.applet()->Fg_getParameterWithType(board, parameter.id, place.data(), 0, 2);
-        const char* description = board.applet()->Fg_getParameterInfo(board, parameter.id);
-        snapshot[parameter.id] = {code, std::string(place.data(), isText ? std::strlen(place.data()) : 8),
-                                  description == nullptr ? "" : description};
-    }
-    return snapshot;
-}
-
-/** The names of the parameters that differ. */
-std::vector<std::string> differences(const Snapshot& one, const Snapshot& other) {
-    std::vector<std::string> names;
-    for (const Parameter& parameter : host::fixedParameters()) {
-        if (one.at(parameter.id) != other.at(parameter.id)) {
-            names.push_back(parameter.name);
-        }
-    }
-    return names;
-}
-
-struct Operation {
-    std::string name;
-    std::function<void(Board& board)> prepare;
-    std::function<int32_t(Board& board)> act;
-    bool swallows = false; ///< answers 0 whatever fails, by design
-    /** What a failure may leave changed, by name: values found out from the design, and what other setters had done. */
-    std::function<bool(const std::string& name)> mayChange = [](const std::string&) { return false; };
-};
 
 /** A setter whose values the others stand on: the operations do not start from them, since they need room. */
 void makeRoom(Board& board) {
@@ -91,84 +40,6 @@ bool isReadBack(const std::string& name) {
 bool isTable(const std::string& name) {
     return name == "FG_LUT_VALUE";
 }
-
-class FaultSweep : public testing::Test {
-  protected:
-    const host::VirtualBoardFunctions& control() const { return *applet_.virtualBoard(); }
-
-    /** How many calls the trace holds that could have failed, and the last of these. */
-    std::pair<uint32_t, std::string> fallibleCalls() const {
-        std::pair<uint32_t, std::string> calls;
-        for (size_t position = 0; position < control().traceLength(); ++position) {
-            const std::string call = control().traceAt(position)->call;
-            if (call != "freeImage" && call != "releaseDesignImage") {
-                ++calls.first;
-                calls.second = call;
-            }
-        }
-        return calls;
-    }
-
-    static int reports() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
-
-    void expectTidy(int32_t boards) const {
-        const VirtualBoardResources open = control().resources();
-        EXPECT_EQ(open.boards, before_.boards + boards);
-        EXPECT_EQ(open.runtimeHandles, before_.runtimeHandles + boards);
-        EXPECT_EQ(open.designImages, before_.designImages + boards);
-        EXPECT_EQ(open.imageBuffers, before_.imageBuffers);
-        EXPECT_EQ(folder_.leftOver(), 0);
-    }
-
-    /** @return how many calls the operation makes */
-    uint32_t sweep(const Operation& operation) {
-        std::optional<Board> board;
-        Snapshot before;
-        const int reportsBefore = reports();
-        for (uint32_t position = 0;; ++position) {
-            SCOPED_TRACE(operation.name + ", call " + std::to_string(position));
-            if (!board) {
-                board.emplace(applet_);
-                operation.prepare(*board);
-                before = snapshotOf(*board);
-            }
-            control().traceStart();
-            control().fail(nullptr, nullptr, nullptr, position, 1, injected);
-            const int32_t code = operation.act(*board);
-            control().clearFaults();
-            control().traceStop();
-            const auto [calls, last] = fallibleCalls();
-            const int32_t lastCode = lastError(*board);
-            expectTidy(1);
-            if (calls <= position) {
-                EXPECT_EQ(code, 0) << "the next try works";
-                EXPECT_EQ(lastCode, 0);
-                return position;
-            }
-            if (operation.swallows) {
-                EXPECT_EQ(code, 0);
-            } else {
-                EXPECT_EQ(calls, position + 1) << "nothing follows";
-                EXPECT_EQ(code, last == "readImage" ? -2076 : last == "writeImage" ? -1 : injected);
-            }
-            EXPECT_EQ(lastCode, code);
-            std::vector<std::string> changed = differences(before, snapshotOf(*board));
-            const bool asBefore = changed.empty();
-            std::erase_if(changed, operation.mayChange);
-            EXPECT_THAT(changed, IsEmpty());
-            if (reports() != reportsBefore) {
-                return position; // one for the operation, not one for each call
-            }
-            if (!asBefore) {
-                board.reset();
-            }
-        }
-    }
-
-    TemporaryFolder folder_;
-    Applet applet_;
-    VirtualBoardResources before_ = control().resources(); // a runtime without the means to free leaves handles behind
-};
 
 /** A value that the board takes, other than the present one where there is another. */
 std::optional<Operation> goodSet(const Applet& applet, const Parameter& row) {
@@ -467,7 +338,7 @@ TEST_P(FaultSweepOfStartUp, EveryCall) {
             // Descriptions follow settings that were accepted, and nothing is read from what was not found.
             Snapshot snapshot = snapshotOf(*board);
             for (auto& [id, told] : snapshot) {
-                const Told& usual = clean.at(id);
+                const Answer& usual = clean.at(id);
                 told.description = usual.description;
                 told = told.code == 0 ? told : usual;
             }

@@ -10,8 +10,10 @@
 
 #include <limits>
 
-namespace qelm::description {
+namespace qelm::test {
 namespace {
+
+using namespace description;
 
 using testing::HasSubstr;
 using testing::Not;
@@ -45,8 +47,8 @@ TEST(DisplayText, IsUtf8WhateverComes) {
 }
 
 TEST(DirectAccess, LargestValueOfEveryWidth) {
-    uint64_t expected = 0;
-    for (uint32_t width = 0; width <= 64; ++width) {
+    std::uint64_t expected = 0;
+    for (std::uint32_t width = 0; width <= 64; ++width) {
         EXPECT_EQ(description::direct_access::largestOfWidth(width), expected) << width;
         expected = expected * 2 + 1;
     }
@@ -157,4 +159,4 @@ TEST_F(Description, DesignGroupsGetCategoriesThatCanBeToldApart) {
 }
 
 } // namespace
-} // namespace qelm::description
+} // namespace qelm::test

@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
-namespace qelm::events {
+namespace qelm::test {
 namespace {
+
+using namespace events;
 
 using testing::IsNull;
 using testing::StrEq;
@@ -100,4 +102,4 @@ TEST(DesignEvents, AreFoundWhateverTheirKindAndBehindGaps) {
 }
 
 } // namespace
-} // namespace qelm::events
+} // namespace qelm::test

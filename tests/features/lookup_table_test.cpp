@@ -7,8 +7,10 @@
 #include <cmath>
 #include <limits>
 
-namespace qelm::features {
+namespace qelm::test {
 namespace {
+
+using namespace features;
 
 std::uint32_t plainEntry(const ProcessorSettings& settings, int i) {
     const double x = (i / 4095.0 + settings.offset) * settings.gain;
@@ -46,4 +48,4 @@ TEST(ProcessorTable, EveryEntryIsThatOfTheFormula) {
 }
 
 } // namespace
-} // namespace qelm::features
+} // namespace qelm::test

@@ -10,8 +10,10 @@
 #include <limits>
 #include <random>
 
-namespace qelm::features {
+namespace qelm::test {
 namespace {
+
+using namespace features;
 
 using testing::ElementsAre;
 
@@ -194,4 +196,4 @@ TEST(LutDataFileTest, ShuffledTextsReadAsLineByLine) {
 }
 
 } // namespace
-} // namespace qelm::features
+} // namespace qelm::test

@@ -13,8 +13,10 @@
 #include <string>
 #include <vector>
 
-namespace qelm::features::shading {
+namespace qelm::test {
 namespace {
+
+using namespace features::shading;
 
 using Random = std::mt19937;
 using Content = std::function<std::uint32_t(Random& random, std::uint32_t largest)>;
@@ -221,4 +223,4 @@ TEST(ShadingFixedPoint, ValuesAreRoundedAndLimited) {
 }
 
 } // namespace
-} // namespace qelm::features::shading
+} // namespace qelm::test

@@ -10,8 +10,10 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace qelm::parameters {
+namespace qelm::test {
 namespace {
+
+using namespace parameters;
 
 class DispatchTest : public testing::Test {
   protected:
@@ -107,4 +109,4 @@ TEST_F(DispatchTest, WhatIsUnknownOrReadOnlyIsRefused) {
 }
 
 } // namespace
-} // namespace qelm::parameters
+} // namespace qelm::test

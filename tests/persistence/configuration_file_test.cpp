@@ -8,8 +8,10 @@
 
 #include <tuple>
 
-namespace qelm::persistence {
+namespace qelm::test {
 namespace {
+
+using namespace persistence;
 
 using testing::HasSubstr;
 
@@ -292,4 +294,4 @@ TEST_F(ConfigurationFileTest, FilesBeyondTheLimitAndFoldersHoldNothing) {
 }
 
 } // namespace
-} // namespace qelm::persistence
+} // namespace qelm::test

@@ -8,8 +8,10 @@
 #include <cmath>
 #include <limits>
 
-namespace qelm::platform {
+namespace qelm::test {
 namespace {
+
+using namespace platform;
 
 class LogTest : public testing::Test {
   protected:
@@ -95,4 +97,4 @@ TEST(NumberText, ReadsWhatTheTextBeginsWith) {
 }
 
 } // namespace
-} // namespace qelm::platform
+} // namespace qelm::test

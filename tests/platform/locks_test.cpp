@@ -14,15 +14,15 @@
 #pragma clang diagnostic ignored "-Wthread-safety-analysis" // misuse is what is tested here
 #endif
 
-namespace qelm::templates {
+namespace qelm::test {
 namespace {
 
-using patterns::GenericLock;
-using patterns::GenericLockGuard;
-using platform::CriticalSection;
-using platform::CriticalSectionGuard;
-using platform::RecursiveMutex;
-using platform::RecursiveMutexGuard;
+using templates::patterns::GenericLock;
+using templates::patterns::GenericLockGuard;
+using templates::platform::CriticalSection;
+using templates::platform::CriticalSectionGuard;
+using templates::platform::RecursiveMutex;
+using templates::platform::RecursiveMutexGuard;
 using testing::ElementsAre;
 
 const char alreadyLocked[] = "GenericLock object got lock but is already marked as locked";
@@ -173,4 +173,4 @@ TEST(Locks, SerialiseThreads) {
 }
 
 } // namespace
-} // namespace qelm::templates
+} // namespace qelm::test

@@ -10,8 +10,10 @@
 #include <filesystem>
 #include <fstream>
 
-namespace qelm::platform {
+namespace qelm::test {
 namespace {
+
+using namespace platform;
 
 using testing::EndsWith;
 using testing::Optional;
@@ -102,4 +104,4 @@ TEST(OperatingSystem, FilesAreReplacedAsAWholeOrNotAtAll) {
 }
 
 } // namespace
-} // namespace qelm::platform
+} // namespace qelm::test

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
-namespace qelm::platform {
+namespace qelm::test {
 namespace {
+
+using namespace platform;
 
 TEST(PreciseDelay, WaitsAtLeastTheWholeMicroseconds) {
     const auto frequency = performanceCounterFrequency();
@@ -25,4 +27,4 @@ TEST(PreciseDelay, SleepsAtLeastSoLong) {
 }
 
 } // namespace
-} // namespace qelm::platform
+} // namespace qelm::test

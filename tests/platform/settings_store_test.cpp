@@ -7,8 +7,10 @@
 #include <sstream>
 #include <thread>
 
-namespace qelm::persistence {
+namespace qelm::test {
 namespace {
+
+using namespace persistence;
 
 using testing::ElementsAre;
 using testing::Optional;
@@ -81,4 +83,4 @@ TEST(Switches, MeanYesInExactlyFourWords) {
 }
 
 } // namespace
-} // namespace qelm::persistence
+} // namespace qelm::test
