@@ -12,7 +12,8 @@
 namespace qelm::description {
 namespace {
 
-constexpr std::size_t usualSize = 96 * 1024; // room for the fixed parameters, so that the text is never moved
+constexpr std::size_t usualSize = std::size_t{96}
+                                  << 10; // room for the fixed parameters, so that the text is never moved
 
 // Register lengths in bytes. Integers and enumerations are 32 bits wide, floating-point values doubles; file names and
 // texts get what the longest path of every system needs.

@@ -151,6 +151,7 @@ TEST(Locks, SerialiseThreads) {
     int underSection = 0;
     int underMutex = 0;
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < rounds; ++round) {

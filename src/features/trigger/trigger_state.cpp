@@ -10,7 +10,7 @@ constexpr std::uint32_t on = 1;
 constexpr std::uint32_t off = 0;
 
 using Step = TriggerState::Step;
-using enum Step;
+using enum TriggerState::Step;
 
 struct Transition {
     std::uint32_t mode, state, newMode, newState;

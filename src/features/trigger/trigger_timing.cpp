@@ -52,7 +52,7 @@ bool keepsUp(double period, double time, std::uint32_t downscale) {
 
 PulseFormGenerator::PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                                        description::Information& information, const TriggerSets& sets,
-                                       const TriggerTiming& timing, const Names& names, double initialWidth)
+                                       const TriggerTiming& timing, const Names& names, double widthAtStart)
     : design_(design)
     , timing_(timing)
     , names_(names)
@@ -69,7 +69,7 @@ PulseFormGenerator::PulseFormGenerator(parameters::Dispatch& dispatch, parameter
              {.check = sets.current(calls(this, &PulseFormGenerator::checkDelay)),
               .apply = calls(this, &PulseFormGenerator::writeDelay),
               .read = calls(this, &PulseFormGenerator::readDelay)})
-    , width_(dispatch, names.widthId, initialWidth,
+    , width_(dispatch, names.widthId, widthAtStart,
              {.check = sets.current(calls(this, &PulseFormGenerator::checkWidth)),
               .apply = calls(this, &PulseFormGenerator::writeWidth),
               .read = calls(this, &PulseFormGenerator::readWidth)}) {}

@@ -30,7 +30,7 @@ class PulseFormGenerator {
     /** @param timing  holds the rate that the generator has to keep up with */
     PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                        description::Information& information, const TriggerSets& sets, const TriggerTiming& timing,
-                       const Names& names, double initialWidth);
+                       const Names& names, double widthAtStart);
 
     Unsigned& downscale() { return downscale_; }
     Unsigned& phase() { return phase_; }
