@@ -3,6 +3,7 @@
 #include "plain_shading.h"
 
 #include "features/shading/shading_planes.h"
+#include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <gtest/gtest.h>
 
@@ -198,7 +199,7 @@ TEST(ShadingPlanes, MissingMemoryIsItsOwnError) {
             try {
                 planes.clear();
             } catch (int code) {
-                EXPECT_EQ(code, -2020);
+                EXPECT_EQ(code, FG_ERROR_OUT_OF_MEMORY);
                 throw;
             }
         },

@@ -3,6 +3,7 @@
 #include "support/temporary_folder.h"
 
 #include "persistence/fg_config_file_parser.h"
+#include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <gmock/gmock.h>
 
@@ -15,7 +16,7 @@ using namespace persistence;
 
 using testing::HasSubstr;
 
-constexpr std::int32_t notFound = -8000;
+constexpr std::int32_t notFound = FG_ERROR_KEY_NOT_FOUND;
 
 class ConfigurationFileTest : public testing::Test {
   protected:
