@@ -3,8 +3,8 @@
 #include "qelm/host/board.h"
 #include "qelm/host/system.h"
 
-#include "maker/nuvrak5.h"
-#include "maker/nuvrod.h"
+#include "vendor/nuvrak5.h"
+#include "vendor/nuvrod.h"
 
 #include <cstdint>
 #include <stdexcept>

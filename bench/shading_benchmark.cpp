@@ -4,7 +4,7 @@
 #include "../tests/features/plain_shading.h"
 
 #include "features/shading/shading_planes.h"
-#include "maker/nuvpix.h"
+#include "vendor/nuvpix.h"
 
 #include <benchmark/benchmark.h>
 

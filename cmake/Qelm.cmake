@@ -53,14 +53,14 @@ function(qelm_export_only target definition)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
 endfunction()
 
-# qelm_add_maker_library(<target> <file.def>): what to link so that a library of the maker's is bound at load time.
+# qelm_add_vendor_library(<target> <file.def>): what to link so that a vendor library is bound at load time.
 # Made from the definition file alone: an import library with ordinals on Windows; elsewhere a library of the same name
 # with empty functions, which serves the link editor only.
-function(qelm_add_maker_library target definition)
+function(qelm_add_vendor_library target definition)
     get_filename_component(definition ${definition} ABSOLUTE)
     get_filename_component(name ${definition} NAME_WE)
     add_library(${target} INTERFACE)
-    set(folder ${CMAKE_BINARY_DIR}/maker)
+    set(folder ${CMAKE_BINARY_DIR}/vendor)
     file(MAKE_DIRECTORY ${folder})
     if(WIN32)
         set(import_library ${folder}/lib${name}.a)

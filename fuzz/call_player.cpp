@@ -258,7 +258,7 @@ void CallPlayer::passTime() {
     control().advance(board_->virtualBoard(), 1000ULL * choose_(256) * choose_(256));
 }
 
-/** Lets one of the next calls into the maker's libraries fail, in a set of any parameter. */
+/** Lets one of the next calls into the vendor libraries fail, in a set of any parameter. */
 void CallPlayer::failACall() {
     control().fail(board_->virtualBoard(), nullptr, nullptr, choose_(32), 1, injected);
     for (const Mirrored& row : mirrored) {

@@ -2,10 +2,10 @@
 
 #include "fuzzer.h"
 
-#include "maker/nuvrod.h"
-#include "maker/qelm_hw.h"
 #include "model/crc32.h"
 #include "surfaces/model_interface.h"
+#include "vendor/nuvrod.h"
+#include "vendor/qelm_hw.h"
 
 #include <cstring>
 #include <deque>

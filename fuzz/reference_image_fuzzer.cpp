@@ -3,7 +3,7 @@
 #include "fuzzer.h"
 
 #include "features/shading/shading_arithmetic.h"
-#include "maker/nuvpix.h"
+#include "vendor/nuvpix.h"
 #include "virtual_board.h"
 
 #include <algorithm>

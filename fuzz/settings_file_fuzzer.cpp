@@ -6,8 +6,8 @@
 #include "description/direct_access.h"
 #include "description/information.h"
 #include "description/parameter_info_builder_xml.h"
-#include "maker/nuvrod.h"
 #include "surfaces/model_interface.h"
+#include "vendor/nuvrod.h"
 
 #include <sstream>
 

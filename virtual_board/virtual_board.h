@@ -5,7 +5,7 @@
 #include <stdint.h>
 
 /**
- * Control surface of the virtual board: what no real board offers. The four maker libraries built beside this one
+ * Control surface of the virtual board: what no real board offers. the four vendor libraries built beside this one
  * (nuvrak5, nuvrod, qelm_hw, nuvpix) are thin surfaces over one model per process; a host opens boards here, hands
  * them to an applet as the board pointer of Std_entry, looks at what arrived and injects faults. Everything may be
  * called from any thread. All names are the design's own, in full.
@@ -154,7 +154,7 @@ VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeCount(VirtualBoard* board, siz
 VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position,
                                                      VirtualBoardSignalChange* change);
 
-/* -- Trace: every call into the maker's libraries, in order, for the whole process --------------------------------- */
+/* -- Trace: every call into the vendor libraries, in order, for the whole process --------------------------------- */
 
 typedef struct {
     VirtualBoard* board; /**< null for calls that concern no board */

@@ -12,7 +12,7 @@
 namespace {
 
 using qelm::applet::FgZeWrapper;
-namespace runtime = qelm::maker::runtime;
+namespace runtime = qelm::vendor::runtime;
 
 FgZeWrapper* appletOf(const BoardStructure* board) {
     return board == nullptr ? nullptr : static_cast<FgZeWrapper*>(board->applet);
@@ -61,7 +61,7 @@ std::int32_t forwardShading(const BoardStructure* board, std::int32_t (FgZeWrapp
 /** Forwards to a function of the runtime; a negative result leaves the runtime's own error as the last one. */
 template <typename Result, typename... Parameters, typename... Arguments>
 Result forwardToRuntime(BoardStructure* board,
-                        const qelm::maker::RuntimeFunction<Result (*)(void*, Parameters...)>& function,
+                        const qelm::vendor::RuntimeFunction<Result (*)(void*, Parameters...)>& function,
                         Arguments... arguments) {
     FgZeWrapper* applet = appletOf(board);
     if (applet == nullptr) {

@@ -2,9 +2,9 @@
 
 #include "description/parameter_info_builder_xml.h"
 #include "events/event_table.h"
-#include "maker/nuvrod.h"
 #include "persistence/fg_config_file_parser.h"
 #include "platform/locale.h"
+#include "vendor/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <cstring>

@@ -67,7 +67,7 @@ class FgZeWrapper {
     virtual std::int32_t getLoadAppletId() = 0;
 
     RuntimeBinding& binding() { return binding_; }
-    const maker::RuntimeFunctionTable& getFunctionTable() const { return binding_.functions(); }
+    const vendor::RuntimeFunctionTable& getFunctionTable() const { return binding_.functions(); }
     void* getRuntimeHandle() const { return binding_.runtimeHandle(); }
     std::int32_t getLastError() const { return binding_.lastError(); }
     std::int32_t setLastError(std::int32_t code) { return binding_.setLastError(code); }

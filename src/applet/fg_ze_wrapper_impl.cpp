@@ -2,9 +2,9 @@
 
 #include "applet/identity.h"
 #include "description/direct_access.h"
-#include "maker/nuvrod.h"
 #include "persistence/configuration.h"
 #include "platform/operating_system.h"
+#include "vendor/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #include "applet/runtime_binding.h"
 
-#include "maker/nuvrod.h"
 #include "platform/operating_system.h"
+#include "vendor/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <utility>
@@ -48,21 +48,21 @@ std::int32_t RuntimeBinding::bindRuntime(const std::string& libraryFileName) {
         return setLastError(FG_ERROR_RUNTIME_LIBRARY);
     }
     functions_->fill([this](const char* name) { return resolve<void*>(name); });
-    getParameterIdByName_ = resolve<maker::GetParameterIdByName>("Fg_getParameterIdByName");
-    getDesignTree_ = resolve<maker::GetDesignTree>("Fg_getDesignTree");
+    getParameterIdByName_ = resolve<vendor::GetParameterIdByName>("Fg_getParameterIdByName");
+    getDesignTree_ = resolve<vendor::GetDesignTree>("Fg_getDesignTree");
     return 0;
 }
 
 std::int32_t RuntimeBinding::initRuntimeHandle(const char* hapFileName, void* board, void* designImage, bool isSlave) {
-    const auto initSlaveAware = resolve<maker::InitHandleSlaveAware>("Fg_InitHandleSlaveAware");
-    const auto init = resolve<maker::InitHandle>("Fg_InitHandle");
+    const auto initSlaveAware = resolve<vendor::InitHandleSlaveAware>("Fg_InitHandleSlaveAware");
+    const auto init = resolve<vendor::InitHandle>("Fg_InitHandle");
     if (initSlaveAware == nullptr && init == nullptr) {
         return setLastError(FG_ERROR_RUNTIME_LIBRARY);
     }
     runtimeHandle_ = initSlaveAware != nullptr ? initSlaveAware(hapFileName, board, designImage, isSlave ? 1 : 0)
                                                : init(hapFileName, board, designImage);
     if (runtimeHandle_ == nullptr) {
-        const auto runtimeError = functions()[maker::runtime::Fg_getLastErrorNumber];
+        const auto runtimeError = functions()[vendor::runtime::Fg_getLastErrorNumber];
         return setLastError(runtimeError != nullptr ? runtimeError(nullptr) : FG_ERROR_DESIGN_IMAGE);
     }
     storeUnlessNull(processLastBoard, board);
@@ -71,7 +71,7 @@ std::int32_t RuntimeBinding::initRuntimeHandle(const char* hapFileName, void* bo
 }
 
 void RuntimeBinding::freeRuntimeHandle() {
-    const auto freeGrabber = functions()[maker::runtime::Fg_FreeGrabber];
+    const auto freeGrabber = functions()[vendor::runtime::Fg_FreeGrabber];
     if (freeGrabber != nullptr && runtimeHandle_ != nullptr) {
         freeGrabber(std::exchange(runtimeHandle_, nullptr));
     }
@@ -91,7 +91,7 @@ const DesignNode* RuntimeBinding::designTree() const {
 }
 
 std::int32_t RuntimeBinding::fetchRuntimeError() const {
-    const auto runtimeError = functions()[maker::runtime::Fg_getLastErrorNumber];
+    const auto runtimeError = functions()[vendor::runtime::Fg_getLastErrorNumber];
     return runtimeError != nullptr && runtimeHandle_ != nullptr ? runtimeError(runtimeHandle_) : FG_ERROR_NOT_AVAILABLE;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maker/runtime_function_table.h"
+#include "vendor/runtime_function_table.h"
 
 #include <atomic>
 #include <cstdint>
@@ -31,8 +31,8 @@ class RuntimeBinding {
     void freeRuntimeHandle();
     void setBoardAndImage(void* board, void* designImage);
 
-    const maker::RuntimeFunctionTable& functions() const { return *functions_; }
-    maker::GetParameterIdByName getParameterIdByName() const { return getParameterIdByName_; }
+    const vendor::RuntimeFunctionTable& functions() const { return *functions_; }
+    vendor::GetParameterIdByName getParameterIdByName() const { return getParameterIdByName_; }
     /** The runtime's identifier of a design parameter; 0 when it knows none of that name. */
     std::int32_t designParameterId(const char* name) const;
     /** The root of the design parameter tree, or null. */
@@ -55,13 +55,13 @@ class RuntimeBinding {
     template <typename Pointer>
     Pointer resolve(const char* name) const;
 
-    std::unique_ptr<maker::RuntimeFunctionTable> functions_ = std::make_unique<maker::RuntimeFunctionTable>();
+    std::unique_ptr<vendor::RuntimeFunctionTable> functions_ = std::make_unique<vendor::RuntimeFunctionTable>();
     void* runtimeHandle_ = nullptr;
     void* board_ = nullptr;
     void* designImage_ = nullptr;
     void* runtimeModule_ = nullptr;
-    maker::GetParameterIdByName getParameterIdByName_ = nullptr;
-    maker::GetDesignTree getDesignTree_ = nullptr;
+    vendor::GetParameterIdByName getParameterIdByName_ = nullptr;
+    vendor::GetDesignTree getDesignTree_ = nullptr;
     std::atomic<std::int32_t> lastError_ = 0;
 };
 

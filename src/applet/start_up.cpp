@@ -3,8 +3,8 @@
 #include "applet/fg_ze_wrapper_impl.h"
 #include "applet/identity.h"
 #include "applet/resources.h"
-#include "maker/nuvrod.h"
 #include "platform/operating_system.h"
+#include "vendor/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
 #include <memory>

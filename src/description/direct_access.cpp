@@ -1,7 +1,7 @@
 #include "description/direct_access.h"
 
 #include "description/display_text.h"
-#include "maker/nuvrod.h"
+#include "vendor/nuvrod.h"
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ const std::string designPrefix = "DZEA_";
 constexpr std::uint32_t narrowWidth = 32; // bits; wider registers are described as 64-bit integers
 constexpr std::int32_t level = 1;
 
-/** Unsigned inside, since a number from the maker's libraries may take all 32 bits. */
+/** Unsigned inside, since a number from the vendor libraries may take all 32 bits. */
 std::int32_t directId(std::int32_t base, std::uint32_t number) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(base) + number);
 }

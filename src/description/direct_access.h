@@ -1,9 +1,9 @@
 #pragma once
 
 #include "description/information.h"
-#include "maker/nuvrak5.h"
 #include "parameters/registry.h"
 #include "persistence/settings_store.h"
+#include "vendor/nuvrak5.h"
 
 #include <cstdint>
 #include <functional>

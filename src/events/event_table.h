@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "maker/nuvrod.h"
+#include "vendor/nuvrod.h"
 
 /**
  * The design's events and the bits by which an application waits for them: the event at position i of the design's

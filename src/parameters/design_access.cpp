@@ -1,9 +1,9 @@
 #include "parameters/design_access.h"
 
-#include "maker/nuvrod.h"
-#include "maker/qelm_hw.h"
 #include "parameters/caller_memory.h"
 #include "parameters/parameter.h"
+#include "vendor/nuvrod.h"
+#include "vendor/qelm_hw.h"
 
 namespace qelm::parameters {
 namespace {
@@ -15,8 +15,9 @@ constexpr const char* designParameterNames[] = {
 
 } // namespace
 
-void DesignAccess::bind(const maker::RuntimeFunctionTable& functions, maker::GetParameterIdByName getParameterIdByName,
-                        void* runtimeHandle, void* board, void* designImage) {
+void DesignAccess::bind(const vendor::RuntimeFunctionTable& functions,
+                        vendor::GetParameterIdByName getParameterIdByName, void* runtimeHandle, void* board,
+                        void* designImage) {
     functions_ = &functions;
     runtimeHandle_ = runtimeHandle;
     board_ = board;
@@ -30,7 +31,7 @@ void DesignAccess::bind(const maker::RuntimeFunctionTable& functions, maker::Get
 }
 
 void DesignAccess::writeTyped(DesignParameter parameter, const void* value, std::int32_t type) {
-    const auto set = (*functions_)[maker::runtime::Fg_setParameterWithType];
+    const auto set = (*functions_)[vendor::runtime::Fg_setParameterWithType];
     require(set != nullptr, FG_ERROR_NOT_AVAILABLE);
     const std::int32_t result = set(runtimeHandle_, ids_[static_cast<std::size_t>(parameter)], value, 0, type);
     require(result == 0, result);
@@ -53,7 +54,7 @@ void DesignAccess::writePath(DesignParameter parameter, const std::string& path)
 }
 
 std::uint32_t DesignAccess::read(DesignParameter parameter) const {
-    const auto get = (*functions_)[maker::runtime::Fg_getParameterWithType];
+    const auto get = (*functions_)[vendor::runtime::Fg_getParameterWithType];
     require(get != nullptr, FG_ERROR_NOT_AVAILABLE);
     std::uint32_t value = 0;
     const std::int32_t result =
@@ -70,12 +71,12 @@ void DesignAccess::write(SimulatorRegister target, std::uint64_t value) {
 }
 
 std::int32_t DesignAccess::setRuntimeParameter(std::int32_t id, const void* value, std::uint32_t port) {
-    const auto set = (*functions_)[maker::runtime::Fg_setParameter];
+    const auto set = (*functions_)[vendor::runtime::Fg_setParameter];
     return set == nullptr ? FG_ERROR_NOT_AVAILABLE : set(runtimeHandle_, id, value, port);
 }
 
 std::int32_t DesignAccess::getRuntimeParameter(std::int32_t id, void* value, std::uint32_t port) const {
-    const auto get = (*functions_)[maker::runtime::Fg_getParameter];
+    const auto get = (*functions_)[vendor::runtime::Fg_getParameter];
     return get == nullptr ? FG_ERROR_NOT_AVAILABLE : get(runtimeHandle_, id, value, port);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "maker/runtime_function_table.h"
+#include "vendor/runtime_function_table.h"
 
 #include <array>
 #include <cstddef>
@@ -42,7 +42,7 @@ class DesignAccess {
     static constexpr std::size_t simulatorRegisterCount = 9;
 
     /** Resolves design parameters and register addresses by name; once, after runtime and design image are bound. */
-    void bind(const maker::RuntimeFunctionTable& functions, maker::GetParameterIdByName getParameterIdByName,
+    void bind(const vendor::RuntimeFunctionTable& functions, vendor::GetParameterIdByName getParameterIdByName,
               void* runtimeHandle, void* board, void* designImage);
 
     /** Writes a scalar. */
@@ -80,7 +80,7 @@ class DesignAccess {
 
     void writeTyped(DesignParameter parameter, const void* value, std::int32_t type);
 
-    const maker::RuntimeFunctionTable* functions_ = nullptr;
+    const vendor::RuntimeFunctionTable* functions_ = nullptr;
     void* runtimeHandle_ = nullptr;
     void* board_ = nullptr;
     void* designImage_ = nullptr;

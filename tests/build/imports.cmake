@@ -1,8 +1,8 @@
-# At load time the applet needs the system and the maker's three linked libraries: these by ordinal on Windows and from
+# At load time the applet needs the system and the three linked vendor libraries: these by ordinal on Windows and from
 # its own folder elsewhere. The runtime is loaded later, by name.
 cmake_minimum_required(VERSION 3.25)
 
-set(maker "(lib)?(nuvrod|qelm_hw|nuvpix)")
+set(vendor "(lib)?(nuvrod|qelm_hw|nuvpix)")
 if(WINDOWS)
     set(system "KERNEL32|msvcrt|ADVAPI32|USER32|SHELL32")
     set(suffix dll)
@@ -17,7 +17,7 @@ execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE dump COMMAND_ER
 string(REGEX MATCHALL "${needed_line} +[^\n]+" needed "${dump}")
 list(TRANSFORM needed REPLACE "^${needed_line} +" "")
 foreach(library IN LISTS needed)
-    if(NOT library MATCHES "^(${system}|${maker})\\.${suffix}(\\.[0-9]+)?$")
+    if(NOT library MATCHES "^(${system}|${vendor})\\.${suffix}(\\.[0-9]+)?$")
         message(SEND_ERROR "The applet needs ${library}")
     endif()
 endforeach()

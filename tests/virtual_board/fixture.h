@@ -1,9 +1,9 @@
 #pragma once
 
-#include "maker/nuvpix.h"
-#include "maker/nuvrak5.h"
-#include "maker/nuvrod.h"
-#include "maker/qelm_hw.h"
+#include "vendor/nuvpix.h"
+#include "vendor/nuvrak5.h"
+#include "vendor/nuvrod.h"
+#include "vendor/qelm_hw.h"
 #include "virtual_board.h"
 
 #include <gtest/gtest.h>
@@ -15,9 +15,9 @@
 #include <string>
 
 extern "C" {
-#define MAKER_FUNCTION(result, name, parameters, arguments) result name parameters;
+#define VENDOR_FUNCTION(result, name, parameters, arguments) result name parameters;
 #include "surfaces/nuvrak5.inc"
-#undef MAKER_FUNCTION
+#undef VENDOR_FUNCTION
 }
 
 namespace qelm::tests {

@@ -51,9 +51,9 @@ bool has(void* library, const char* name) {
 #endif
 
 const std::vector<std::string> allFunctions = {
-#define MAKER_FUNCTION(result, name, parameters, arguments) #name,
+#define VENDOR_FUNCTION(result, name, parameters, arguments) #name,
 #include "surfaces/nuvrak5.inc"
-#undef MAKER_FUNCTION
+#undef VENDOR_FUNCTION
 };
 
 TEST(RuntimeVariants, LackExactlyTheirFunctionsAndAreFoundByName) {

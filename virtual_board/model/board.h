@@ -22,7 +22,7 @@
  * One board: the values of its design, its registers and the runtime's parameters for it. Every operation takes the
  * board's lock. A closed board keeps its place as long as a runtime handle refers to it and answers -2001.
  *
- * Operations that a maker's library serves name the design that their caller knows; a board that holds another one by
+ * Operations that a vendor library serves name the design that their caller knows; a board that holds another one by
  * now answers -2001 instead of mistaking places.
  */
 struct VirtualBoard {

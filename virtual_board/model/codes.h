@@ -4,7 +4,7 @@
 
 namespace qelm::virtual_board {
 
-/** What the maker's libraries answer when they refuse. */
+/** What the vendor libraries answer when they refuse. */
 enum Code : std::int32_t {
     ok = 0,
     systemError = -1,     /**< the system refused memory or a file */

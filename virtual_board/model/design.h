@@ -1,7 +1,7 @@
 #pragma once
 
-#include "maker/nuvrak5.h"
-#include "maker/nuvrod.h"
+#include "vendor/nuvrak5.h"
+#include "vendor/nuvrod.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -17,7 +17,7 @@
 
 namespace qelm::virtual_board {
 
-/** What a call into a maker's library is, as far as it is known before the call runs. */
+/** What a call into a vendor library is, as far as it is known before the call runs. */
 struct Call {
     VirtualBoard* board = nullptr;
     const char* function = "";
@@ -33,7 +33,7 @@ struct CallValue {
     std::uint32_t index = 0;
 };
 
-/** What a function of a maker's library answers, and the error that goes with it. */
+/** What a function of a vendor library answers, and the error that goes with it. */
 template <typename Result>
 struct Outcome {
     Result result{};
@@ -46,7 +46,7 @@ inline Outcome<std::int32_t> code(std::int32_t error) {
 }
 
 /**
- * Sees every call into the maker's libraries of this process: records and prints them, and lets chosen ones fail.
+ * Sees every call into the vendor libraries of this process: records and prints them, and lets chosen ones fail.
  * While nobody asked for either, a call costs one relaxed load.
  */
 class Observer {
@@ -104,7 +104,7 @@ Outcome<Result> failed(std::int32_t error) {
 }
 
 /**
- * Runs one call into a maker's library under the observer's eyes.
+ * Runs one call into a vendor library under the observer's eyes.
  *
  * @param describe  () -> Call; called only when somebody watches
  * @param value     (const Outcome&) -> CallValue; likewise, after the call

@@ -1,7 +1,7 @@
 #include "features/shading/shading.h"
 
-#include "maker/nuvpix.h"
 #include "platform/temporary_file.h"
+#include "vendor/nuvpix.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,5 +1,5 @@
-#ifndef MAKER_NUVPIX_H
-#define MAKER_NUVPIX_H
+#ifndef VENDOR_NUVPIX_H
+#define VENDOR_NUVPIX_H
 
 #include <stdint.h>
 

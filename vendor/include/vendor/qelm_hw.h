@@ -1,5 +1,5 @@
-#ifndef MAKER_QELM_HW_H
-#define MAKER_QELM_HW_H
+#ifndef VENDOR_QELM_HW_H
+#define VENDOR_QELM_HW_H
 
 #include <stdint.h>
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "maker/nuvrak5.h"
+#include "vendor/nuvrak5.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
-namespace qelm::maker {
+namespace qelm::vendor {
 
 /** One function of the acquisition runtime: its name, its slot in the RuntimeFunctionTable and its type. */
 template <typename Pointer>
@@ -18,7 +18,7 @@ struct RuntimeFunction {
 namespace runtime {
 #define RUNTIME_FUNCTION(slot, name, result, parameters)                                                               \
     inline constexpr RuntimeFunction<result(*) parameters> name{slot, #name};
-#include "maker/runtime_functions.inc"
+#include "vendor/runtime_functions.inc"
 } // namespace runtime
 
 /**
@@ -33,7 +33,7 @@ class RuntimeFunctionTable {
     template <typename Resolve>
     void fill(Resolve&& resolve) {
 #define RUNTIME_FUNCTION(slot, name, result, parameters) slots_[slot] = resolve(#name);
-#include "maker/runtime_functions.inc"
+#include "vendor/runtime_functions.inc"
     }
 
     template <typename Pointer>
@@ -51,4 +51,4 @@ using GetParameterIdByName = std::int32_t (*)(void* handle, const char* name);
 using GetLastErrorNumber = std::int32_t (*)(void* handle);
 using GetDesignTree = const DesignNode* (*)(void* handle);
 
-} // namespace qelm::maker
+} // namespace qelm::vendor

@@ -1,5 +1,5 @@
-#ifndef MAKER_NUVROD_H
-#define MAKER_NUVROD_H
+#ifndef VENDOR_NUVROD_H
+#define VENDOR_NUVROD_H
 
 #include <stdint.h>
 

@@ -1,5 +1,5 @@
-#ifndef MAKER_NUVRAK5_H
-#define MAKER_NUVRAK5_H
+#ifndef VENDOR_NUVRAK5_H
+#define VENDOR_NUVRAK5_H
 
 #include <stdint.h>
 
