@@ -79,6 +79,13 @@ class TriggerUnit : public testing::Test {
         events();
     }
 
+    /** So many pulses of a trigger, of which the selected one is the last. */
+    void multiply(std::uint32_t pulses, std::uint32_t selected) {
+        write("Generators_Sequence_Downscale", pulses);
+        write("Generators_Sequence_SelectedPulse", selected);
+        write("Generators_ClearDownscale_Mode", 2);
+    }
+
     StartedBoard started_;
 };
 
@@ -161,7 +168,7 @@ TEST_F(TriggerUnit, TheGeneratorKeepsItsPeriodAndTheFormGeneratorTheirs) {
 TEST_F(TriggerUnit, SoftwareTriggersQueueAndAreMultiplied) {
     write("Generators_Queue_QueueEnabled_Select", 1);
     write("Generators_Queue_QueueFullValue_Number", 4);
-    write("Generators_Sequence_Downscale", 3);
+    multiply(3, 3);
     write("Hysteresis_OnLevel_Number", 3);
     write("Hysteresis_OffLevel_Number", 2);
     takeTriggers(91); // a period of 100
@@ -189,6 +196,77 @@ TEST_F(TriggerUnit, SoftwareTriggersQueueAndAreMultiplied) {
         }
     }
     EXPECT_THAT(monitoring, ElementsAre("Cam0HysteresisOn", "Cam0Override", "Cam0HysteresisOff"));
+}
+
+TEST_F(TriggerUnit, ANewPeriodHoldsAtOnce) {
+    write("Generators_ClearQueuePulse_Mode", 1);
+    write("Generators_Generator_MinimumPeriod_Number", 999'991);
+    const std::uint64_t before = pulses();
+    write("Generators_ClearQueuePulse_Mode", 0); // the first pulse; the next would come after a million ticks
+    advance(300);
+    EXPECT_EQ(pulses() - before, 1u);
+    write("Generators_Generator_MinimumPeriod_Number", 391); // 400
+    advance(99);
+    EXPECT_EQ(pulses() - before, 1u);
+    advance(1);
+    EXPECT_EQ(pulses() - before, 2u);
+    advance(399);
+    write("Generators_Generator_MinimumPeriod_Number", 491); // 500, of which 399 are over
+    advance(100);
+    EXPECT_EQ(pulses() - before, 2u);
+    advance(1);
+    EXPECT_EQ(pulses() - before, 3u);
+    write("Generators_Generator_MinimumPeriod_Number", 191); // longer ago than that
+    advance(199);
+    EXPECT_EQ(pulses() - before, 3u);
+    write("Generators_Generator_MinimumPeriod_Number", 91);
+    EXPECT_EQ(pulses() - before, 4u) << "without time passing";
+}
+
+TEST_F(TriggerUnit, ClearingTheQueuePulseEndsThePeriod) {
+    write("Generators_ClearQueuePulse_Mode", 1);
+    write("Generators_Generator_MinimumPeriod_Number", 999'991);
+    const std::uint64_t before = pulses();
+    write("Generators_ClearQueuePulse_Mode", 0);
+    advance(100);
+    EXPECT_EQ(readUnit("Generators_Generator_MaximumReached_Status"), 0u);
+    write("Generators_ClearQueuePulse_Mode", 1);
+    EXPECT_EQ(readUnit("Generators_Generator_MaximumReached_Status"), 1u);
+    advance(100);
+    EXPECT_EQ(pulses() - before, 1u);
+    write("Generators_ClearQueuePulse_Mode", 0);
+    EXPECT_EQ(pulses() - before, 2u);
+    advance(999'999);
+    EXPECT_EQ(pulses() - before, 2u);
+    advance(1);
+    EXPECT_EQ(pulses() - before, 3u);
+}
+
+TEST_F(TriggerUnit, TheSelectedPulseOfASequenceIsATriggersLast) {
+    write("Generators_Queue_QueueEnabled_Select", 1);
+    const struct {
+        std::uint32_t pulses, selected;
+        std::vector<std::uint64_t> afterTriggers; // one, two and three of them
+    } cases[] = {
+        {1, 1, {1, 2, 3}},
+        {3, 3, {3, 6, 9}},
+        {3, 2, {2, 5, 8}},       // the sequence goes on with its third
+        {2, 3, {100, 100, 100}}, // the third of two never comes
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::to_string(row.selected) + " of " + std::to_string(row.pulses));
+        takeTriggers(91); // a period of 100
+        multiply(row.pulses, row.selected);
+        for (std::size_t triggers = 1; triggers <= row.afterTriggers.size(); ++triggers) {
+            takeTriggers(91);
+            const std::uint64_t before = pulses();
+            for (std::size_t i = 0; i < triggers; ++i) {
+                write("TriggerMode_SoftwareTrigger_Mode", 2);
+            }
+            advance(99 * 100 + 1);
+            EXPECT_EQ(pulses() - before, row.afterTriggers[triggers - 1]) << triggers;
+        }
+    }
 }
 
 TEST_F(TriggerUnit, WithoutAQueueATriggerThatComesTooEarlyIsLost) {

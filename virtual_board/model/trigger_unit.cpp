@@ -48,7 +48,8 @@ TriggerUnit::TriggerUnit(DesignWords& words, EventLog& log)
     , queueEnabled_(unitWord("Generators_Queue_QueueEnabled_Select"))
     , fromQueue_(unitWord("Generators_EnableQueue_Select"))
     , clearQueue_(unitWord("Generators_ClearQueuePulse_Mode"))
-    , multiply_(unitWord("Generators_Sequence_Downscale"))
+    , sequenceLength_(unitWord("Generators_Sequence_Downscale"))
+    , sequenceEnd_(unitWord("Generators_Sequence_SelectedPulse"))
     , onLevel_(unitWord("Hysteresis_OnLevel_Number"))
     , offLevel_(unitWord("Hysteresis_OffLevel_Number"))
     , generatorsEnabled_(unitWord("PulseFormGenerators_Enable_Select"))
@@ -190,7 +191,7 @@ void TriggerUnit::frameEnded() {
 }
 
 TriggerUnit::Ticks TriggerUnit::nextTime() const {
-    Ticks next = generatorRuns() && pulseIsDue() ? ready_ : never;
+    Ticks next = generatorRuns() && pulseIsDue() ? periodEnd() : never;
     for (const Pin& pin : pins_) {
         next = std::min(next, pin.settles);
     }
@@ -278,7 +279,7 @@ void TriggerUnit::trigger() {
     if (*fromQueue_ == 0 || !generatorRuns()) {
         return;
     }
-    const bool idle = queued_ == 0 && toRepeat_ == 0 && periodIsOver();
+    const bool idle = queued_ == 0 && !sequenceRuns_ && periodIsOver();
     if (!idle && (*queueEnabled_ == 0 || queued_ >= *fullValue_)) {
         exceeded_ = true;
         raise(exceededEvent_);
@@ -297,29 +298,39 @@ bool TriggerUnit::generatorRuns() const {
 }
 
 bool TriggerUnit::pulseIsDue() const {
-    return *fromQueue_ == 0 || toRepeat_ > 0 || queued_ > 0;
+    return *fromQueue_ == 0 || sequenceRuns_ || queued_ > 0;
+}
+
+TriggerUnit::Ticks TriggerUnit::periodEnd() const {
+    return periodStarted_ ? *periodStarted_ + *minimumPeriod_ + generatorTicks : 0;
 }
 
 void TriggerUnit::runGenerator() {
     if (*clearQueue_ != 0) {
         queued_ = 0;
-        toRepeat_ = 0;
+        clearSequencer();
+        periodStarted_.reset();
     }
     if (generatorRuns() && pulseIsDue() && periodIsOver()) {
         if (*fromQueue_ != 0) {
-            if (toRepeat_ == 0) {
-                --queued_;
-                toRepeat_ = std::max(*multiply_, 1U);
-            }
-            --toRepeat_;
+            sequencePulse();
         }
-        ready_ = now_ + *minimumPeriod_ + generatorTicks;
+        periodStarted_ = now_;
         formPulse();
     }
     if (highLevel_ && queued_ <= *offLevel_) {
         highLevel_ = false;
         raise(lowEvent_);
     }
+}
+
+/** Counts a pulse; the selected one of the sequence is the last that a trigger from the queue is good for. */
+void TriggerUnit::sequencePulse() {
+    if (!sequenceRuns_) {
+        --queued_;
+    }
+    sequence_ = sequence_ >= *sequenceLength_ ? 1 : sequence_ + 1;
+    sequenceRuns_ = sequence_ != *sequenceEnd_;
 }
 
 void TriggerUnit::formPulse() {
@@ -391,7 +402,8 @@ void TriggerUnit::clearInputDownscale() {
 }
 
 void TriggerUnit::clearSequencer() {
-    toRepeat_ = 0;
+    sequence_ = 0;
+    sequenceRuns_ = false;
 }
 
 template <std::size_t index>

@@ -7,17 +7,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace qelm::virtual_board {
 
 /**
- * The design's trigger unit in virtual time: debounced pins, input downscale, queue, generator with its minimum period,
- * sequencer, pulse form generators and crossbar, with their statistics and events. It follows the board's words for its
- * settings and keeps its status words up to date; a status word that somebody else has set stays until the unit's own
- * value changes. While a camera is awaited, a frame that has not begun when the next pulse of generator 0 comes is
- * missing.
+ * The design's trigger unit in virtual time: debounced pins, input downscale, queue, sequencer, generator with its
+ * minimum period, pulse form generators and crossbar, with their statistics and events. It follows the board's words
+ * for its settings and keeps its status words up to date; a status word that somebody else has set stays until the
+ * unit's own value changes. While a camera is awaited, a frame that has not begun when the next pulse of generator 0
+ * comes is missing.
  *
  * Not synchronised; the board's lock covers it.
  */
@@ -120,7 +121,10 @@ class TriggerUnit {
 
     bool generatorRuns() const;
     bool pulseIsDue() const;
-    bool periodIsOver() const { return now_ >= ready_; }
+    /** The generator counts ticks and compares them with the register, so that a new period holds at once. */
+    Ticks periodEnd() const;
+    bool periodIsOver() const { return now_ >= periodEnd(); }
+    void sequencePulse();
 
     void clearInputPulses();
     void clearPeriods();
@@ -142,15 +146,17 @@ class TriggerUnit {
     std::uint64_t nanosecondsLeft_ = 0; // of a tick that is not over
 
     const std::uint32_t *debounceUnits_, *source_, *polarity_, *bypassSource_, *external_;
-    const std::uint32_t *minimumPeriod_, *fullValue_, *queueEnabled_, *fromQueue_, *clearQueue_, *multiply_;
+    const std::uint32_t *minimumPeriod_, *fullValue_, *queueEnabled_, *fromQueue_, *clearQueue_;
+    const std::uint32_t *sequenceLength_, *sequenceEnd_;
     const std::uint32_t *onLevel_, *offLevel_, *generatorsEnabled_, *statisticsSource_, *eventSource_;
     std::array<Pin, pinCount> pins_{};
     bool input_ = false;
     Ticks lastInput_ = never;
     Downscale inputDownscale_;
     std::uint32_t queued_ = 0;
-    std::uint32_t toRepeat_ = 0; // pulses that the trigger being worked off is still good for
-    Ticks ready_ = 0;            // when the generator's period is over
+    std::uint32_t sequence_ = 0;         // pulses of the sequence so far
+    bool sequenceRuns_ = false;          // the trigger that has left the queue is good for more pulses
+    std::optional<Ticks> periodStarted_; // with the latest pulse; nothing while no period runs
     bool exceeded_ = false, highLevel_ = false;
     bool cameraConnected_ = false, frameAwaited_ = false, missing_ = false;
     std::array<PulseFormGenerator, generatorCount> generators_;
