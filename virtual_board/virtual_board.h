@@ -75,9 +75,9 @@ VIRTUAL_BOARD_API const char* virtualBoardCameraHelp(void);
 /* -- Pictures. The runtime's acquisition functions take memory that was allocated here -----------------------------
 
    Fg_AcquireEx: dmaIndex 0; pictureCount -1 for no end; flag VIRTUAL_BOARD_ACQUIRE_STANDARD. Pictures count from 1 and
-   take the memory's places in turn. Fg_getLastPicNumberBlockingEx lets virtual time pass until the picture has come, or
-   until `timeout` seconds of it are over: -2110. -2115 when the board acquires already, -2116 for memory that takes
-   part in no acquisition. */
+   take the memory's places in turn; what exceeds its place is cut off. Fg_getLastPicNumberBlockingEx lets virtual time
+   pass until the picture has come, or until `timeout` seconds of it are over: -2110. -2115 when the board acquires
+   already, -2116 for memory that takes part in no acquisition. */
 
 enum { VIRTUAL_BOARD_ACQUIRE_STANDARD = 1 };
 
@@ -87,6 +87,29 @@ VIRTUAL_BOARD_API void* virtualBoardAllocateFrames(VirtualBoard* board, size_t b
 VIRTUAL_BOARD_API int32_t virtualBoardFreeFrames(void* memory);
 /** Picture `number`, valid until its place is taken again. -2070 when it has not come or is gone already. */
 VIRTUAL_BOARD_API int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size);
+
+/** Frames that did not become pictures, counted from power-on on: who wants those of a while takes the difference. */
+typedef struct {
+    uint64_t missingFrames; /**< pulses of generator 0 for which no frame came before the next one */
+    uint64_t overflows;     /**< frames that found the board's frame buffer full */
+    uint64_t noBuffer;      /**< frames that came while no acquisition gave them memory */
+} VirtualBoardLosses;
+
+/** Until now. Frames that the image selector leaves out on purpose are not lost. */
+VIRTUAL_BOARD_API int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses);
+
+/** Where a picture comes from. */
+typedef struct {
+    uint64_t frame;       /**< the frame's number: all that came since the acquisition began count, from 1 */
+    uint64_t nanoseconds; /**< when the frame ended, in virtual time */
+    uint64_t
+        triggerNanoseconds;    /**< when the trigger began its exposure; without a trigger: when that began by itself */
+    uint64_t bytes;            /**< of the whole picture: more than virtualBoardPicture tells of one that was cut */
+    VirtualBoardLosses losses; /**< when the frame ended */
+} VirtualBoardFrameInfo;
+
+/** Tells of picture `number` as long as virtualBoardPicture has it; -2070 when not. */
+VIRTUAL_BOARD_API int32_t virtualBoardFrameInfo(void* memory, int64_t number, VirtualBoardFrameInfo* info);
 /**
  * Writes a grey picture, rows without gaps, to a file: PNG when its name ends in ".png", else TIFF.
  *

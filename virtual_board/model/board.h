@@ -90,8 +90,10 @@ struct VirtualBoard {
     std::int64_t lastPicture(const Design&, const std::shared_ptr<FrameMemory>& memory);
     std::int64_t waitForPicture(const Design&, const std::shared_ptr<FrameMemory>& memory, std::int64_t picture,
                                 std::int32_t seconds);
+    std::int32_t losses(VirtualBoardLosses& losses);
     std::int64_t acquisitionStatus(const Design&, std::int32_t parameter);
     std::int32_t picture(const FrameMemory& memory, std::int64_t number, const void*& bytes, std::size_t& size);
+    std::int32_t frameInfo(const FrameMemory& memory, std::int64_t number, VirtualBoardFrameInfo& info);
 
   private:
     /** What work() answers: a code, or a count of 64 bits. */

@@ -268,8 +268,25 @@ std::int64_t VirtualBoard::acquisitionStatus(const Design& design, std::int32_t 
 std::int32_t VirtualBoard::picture(const FrameMemory& memory, std::int64_t number, const void*& bytes,
                                    std::size_t& size) {
     const std::lock_guard guard(mutex_);
-    const FrameMemory::Picture picture = memory.picture(number);
+    const FrameMemory::Transferred picture = memory.picture(number);
     bytes = picture.bytes;
     size = picture.size;
     return picture.bytes == nullptr ? unknown : ok;
+}
+
+std::int32_t VirtualBoard::frameInfo(const FrameMemory& memory, std::int64_t number, VirtualBoardFrameInfo& info) {
+    const std::lock_guard guard(mutex_);
+    const FrameMemory::Transferred picture = memory.picture(number);
+    if (picture.bytes == nullptr) {
+        return unknown;
+    }
+    info = picture.info;
+    return ok;
+}
+
+std::int32_t VirtualBoard::losses(VirtualBoardLosses& losses) {
+    return whileOpen([&] {
+        losses = acquisition_->losses();
+        return ok;
+    });
 }

@@ -226,6 +226,16 @@ int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, si
                                                          : found->board->picture(*found->memory, number, *bytes, *size);
 }
 
+int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses) {
+    return losses == nullptr ? unknown : withBoard(board, [&](VirtualBoard& found) { return found.losses(*losses); });
+}
+
+int32_t virtualBoardFrameInfo(void* memory, int64_t number, VirtualBoardFrameInfo* info) {
+    const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
+    return !found || info == nullptr ? static_cast<std::int32_t>(unknown)
+                                     : found->board->frameInfo(*found->memory, number, *info);
+}
+
 int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t width, int32_t height, int32_t bits) {
     const ImageFormat format{width, height, bits, 1};
     if (file == nullptr || pixels == nullptr) {

@@ -233,6 +233,7 @@ void TriggerUnit::movePulse(std::size_t index) {
     if (index == 0 && cameraConnected_) {
         if (frameAwaited_) {
             missing_ = true;
+            ++missingFrames_;
             raise(missingEvent_);
         }
         frameAwaited_ = true;

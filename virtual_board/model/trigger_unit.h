@@ -46,6 +46,8 @@ class TriggerUnit {
     void awaitCamera(bool connected);
     void frameStarted();
     void frameEnded();
+    /** Since power-on. */
+    std::uint64_t missingFrames() const { return missingFrames_; }
 
     struct Line {
         bool level = false;
@@ -159,6 +161,7 @@ class TriggerUnit {
     std::optional<Ticks> periodStarted_; // with the latest pulse; nothing while no period runs
     bool exceeded_ = false, highLevel_ = false;
     bool cameraConnected_ = false, frameAwaited_ = false, missing_ = false;
+    std::uint64_t missingFrames_ = 0;
     std::array<PulseFormGenerator, generatorCount> generators_;
     std::array<CrossbarLine, cameraControlCount> cameraControl_;
     std::array<CrossbarLine, outputCount> outputs_;

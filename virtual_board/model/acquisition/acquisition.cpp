@@ -99,9 +99,7 @@ void Acquisition::cameraStep() {
         trigger_.frameStarted();
     } else if (step == FrameTiming::Step::frameEnds) {
         trigger_.frameEnded();
-        if (acquiring_) {
-            take(camera_->frame(cameraFrames_ - 1, cameraTiming_.exposed()));
-        }
+        arrive(camera_->frame(cameraFrames_ - 1, cameraTiming_.exposed()), cameraTiming_);
     }
 }
 
@@ -111,30 +109,36 @@ void Acquisition::simulatorStep() {
         trigger_.frameStarted();
     } else if (step == FrameTiming::Step::frameEnds) {
         trigger_.frameEnded();
-        if (acquiring_) {
-            take(SimulatorFrame(simulator_.registers(), simulatorFrames_));
-        }
+        arrive(SimulatorFrame(simulator_.registers(), simulatorFrames_), simulatorTiming_);
         ++simulatorFrames_;
         simulatorTiming_.stop();
         registerWritten();
     }
 }
 
-void Acquisition::take(const LinkFrame& frame) {
+void Acquisition::arrive(const LinkFrame& frame, const FrameTiming& timing) {
+    if (acquiring_) {
+        take(frame, timing);
+    } else {
+        ++notAcquired_;
+    }
+}
+
+void Acquisition::take(const LinkFrame& frame, const FrameTiming& timing) {
     if (!settings_.selects(arrived_++)) {
         return;
     }
     const ImagePathSettings settings = settings_.path();
     const std::size_t bytes = outputBytes(settings);
     if (!buffer_.fits(bytes)) {
-        ++lost_;
+        ++overflows_;
         *overflow_ = 1;
         log_.raise(overflowEvent_, trigger_.nanoseconds());
         return;
     }
     sortTaps(frame, settings_.taps(), sorted_);
-    std::vector<std::byte> picture = buffer_.take(bytes);
-    path_.process(sorted_, settings, picture);
+    Picture picture{buffer_.take(bytes), {arrived_, trigger_.nanoseconds(), timing.exposedFrom(), bytes, losses()}};
+    path_.process(sorted_, settings, picture.bytes);
     buffer_.add(std::move(picture));
     publish();
     beginTransfer();
@@ -142,7 +146,7 @@ void Acquisition::take(const LinkFrame& frame) {
 
 void Acquisition::beginTransfer() {
     if (transferEnds_ == never && !buffer_.empty()) {
-        const std::uint64_t bytes = buffer_.front().size();
+        const std::uint64_t bytes = buffer_.front().bytes.size();
         transferEnds_ = trigger_.nanoseconds() + bytes * nanosecondsPerSecond / bytesPerSecond_ + 1;
     }
 }
@@ -150,7 +154,7 @@ void Acquisition::beginTransfer() {
 void Acquisition::endTransfer() {
     transferEnds_ = never;
     memory_->add(buffer_.front());
-    transferred_ = static_cast<std::uint32_t>(buffer_.front().size());
+    transferred_ = static_cast<std::uint32_t>(buffer_.front().bytes.size());
     buffer_.removeFront();
     publish();
     log_.raise(transferEvent_, trigger_.nanoseconds());
@@ -174,10 +178,14 @@ bool Acquisition::start(std::shared_ptr<FrameMemory> memory, std::int64_t pictur
     memory_->clear();
     pictures_ = pictures;
     arrived_ = 0;
-    lost_ = 0;
+    overflowsBefore_ = overflows_;
     *overflow_ = 0;
     acquiring_ = true;
     return true;
+}
+
+VirtualBoardLosses Acquisition::losses() const {
+    return {trigger_.missingFrames(), overflows_, notAcquired_};
 }
 
 void Acquisition::forgetMemory() {

@@ -57,7 +57,8 @@ class Acquisition {
     void forgetMemory();
     bool isAcquiring() const { return acquiring_; }
     const std::shared_ptr<FrameMemory>& memory() const { return memory_; }
-    std::uint64_t lost() const { return lost_; }
+    std::uint64_t lost() const { return overflows_ - overflowsBefore_; } /**< since the start */
+    VirtualBoardLosses losses() const;
     std::uint32_t transferred() const { return transferred_; } /**< bytes of the last transfer */
 
     /** What the bus to the host takes. */
@@ -70,7 +71,8 @@ class Acquisition {
     bool simulates() const { return simulator_.isEnabled(); }
     void cameraStep();
     void simulatorStep();
-    void take(const LinkFrame& frame);
+    void arrive(const LinkFrame& frame, const FrameTiming& timing);
+    void take(const LinkFrame& frame, const FrameTiming& timing);
     void beginTransfer();
     void endTransfer();
     void publish();
@@ -90,8 +92,9 @@ class Acquisition {
     bool acquiring_ = false;
     std::shared_ptr<FrameMemory> memory_;
     std::int64_t pictures_ = endless;
-    std::uint64_t arrived_ = 0; // frames since the start
-    std::uint64_t lost_ = 0;
+    std::uint64_t arrived_ = 0;                     // frames since the start
+    std::uint64_t overflows_ = 0, notAcquired_ = 0; // frames since power-on
+    std::uint64_t overflowsBefore_ = 0;             // the start
     SortedFrame sorted_;
     ImagePath path_;
     FrameBuffer buffer_;

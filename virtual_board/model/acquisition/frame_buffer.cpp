@@ -5,19 +5,19 @@
 namespace qelm::virtual_board {
 
 std::vector<std::byte> FrameBuffer::take(std::size_t bytes) {
-    std::vector<std::byte> picture = std::exchange(spare_, {});
-    picture.resize(bytes);
-    return picture;
+    std::vector<std::byte> room = std::exchange(spare_, {});
+    room.resize(bytes);
+    return room;
 }
 
-void FrameBuffer::add(std::vector<std::byte> picture) {
-    used_ += picture.size();
+void FrameBuffer::add(Picture picture) {
+    used_ += picture.bytes.size();
     pictures_.push_back(std::move(picture));
 }
 
 void FrameBuffer::removeFront() {
-    used_ -= pictures_.front().size();
-    spare_ = std::move(pictures_.front());
+    used_ -= pictures_.front().bytes.size();
+    spare_ = std::move(pictures_.front().bytes);
     pictures_.pop_front();
 }
 

@@ -1,11 +1,19 @@
 #pragma once
 
+#include "virtual_board.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <vector>
 
 namespace qelm::virtual_board {
+
+/** A picture on its way into the host's memory. */
+struct Picture {
+    std::vector<std::byte> bytes;
+    VirtualBoardFrameInfo info;
+};
 
 /** The design's frame buffer: pictures wait here in their order until they are transferred. Their room is bounded. */
 class FrameBuffer {
@@ -16,10 +24,10 @@ class FrameBuffer {
     bool fits(std::size_t bytes) const { return bytes <= capacity - used_; }
     /** Room for a picture of `bytes`, which fits; fill it, then add it. */
     std::vector<std::byte> take(std::size_t bytes);
-    void add(std::vector<std::byte> picture);
+    void add(Picture picture);
 
     bool empty() const { return pictures_.empty(); }
-    const std::vector<std::byte>& front() const { return pictures_.front(); }
+    const Picture& front() const { return pictures_.front(); }
     void removeFront();
     void clear();
 
@@ -27,7 +35,7 @@ class FrameBuffer {
     std::uint32_t percent() const;
 
   private:
-    std::deque<std::vector<std::byte>> pictures_;
+    std::deque<Picture> pictures_;
     std::vector<std::byte> spare_; // the memory of the picture that left last
     std::size_t used_ = 0;
 };

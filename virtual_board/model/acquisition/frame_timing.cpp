@@ -41,6 +41,7 @@ FrameTiming::Step FrameTiming::run(std::uint64_t now) {
     }
     if (phase_ == Phase::exposing) {
         phase_ = Phase::sending;
+        exposedFrom_ = exposureStarted_;
         exposed_ = now - exposureStarted_;
         changes_ = now + timing_.readout;
         return Step::frameStarts;

@@ -38,6 +38,8 @@ class FrameTiming {
     bool isSending() const { return phase_ == Phase::sending; }
     /** Of the frame that is being sent. */
     std::uint64_t exposed() const { return exposed_; }
+    /** When that frame's exposure began. */
+    std::uint64_t exposedFrom() const { return exposedFrom_; }
 
   private:
     enum class Phase { idle, exposing, sending };
@@ -48,7 +50,7 @@ class FrameTiming {
     Phase phase_ = Phase::idle;
     std::uint64_t changes_ = never;
     std::uint64_t exposureStarted_ = 0;
-    std::uint64_t exposed_ = 0;
+    std::uint64_t exposedFrom_ = 0, exposed_ = 0;
     bool active_ = false;
 };
 

@@ -70,7 +70,12 @@ Camera::Camera(const CameraOptions& options)
     , sensor_(options.sensor, options.width, options.height) {}
 
 CameraFrame Camera::frame(std::uint64_t number, std::uint64_t exposureTime) const {
-    return {scene_, sensor_, options_.geometry, options_.format, number, options_.exposureFactor(exposureTime)};
+    return {scene_,
+            sensor_,
+            options_.geometry,
+            options_.format,
+            options_.firstFrame + number,
+            options_.exposureFactor(exposureTime)};
 }
 
 } // namespace qelm::virtual_board

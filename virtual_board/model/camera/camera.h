@@ -46,7 +46,10 @@ class Camera {
     explicit Camera(const CameraOptions& options);
 
     const CameraOptions& options() const { return options_; }
-    /** @param exposureTime  in nanoseconds */
+    /**
+     * @param number        of the frame, from 0; the options' first frame comes on top
+     * @param exposureTime  in nanoseconds
+     */
     CameraFrame frame(std::uint64_t number, std::uint64_t exposureTime) const;
 
   private:

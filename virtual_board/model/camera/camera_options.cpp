@@ -144,28 +144,34 @@ constexpr Key keys[] = {
     {"noise", "0 to 1024", "read noise, deviation in counts", counts<&SensorSettings::noise>},
     {"dead", "0 to 100000", "pixels that stay black", pixels<&SensorSettings::deadPixels>},
     {"hot", "0 to 100000", "pixels that are always white", pixels<&SensorSettings::hotPixels>},
-    {"seed", "0 to 18446744073709551615", "of all that is random (1)",
+    {"seed", "0 to 18446744073709551615", "of all that is random: another sensor of its kind (1)",
      [](CameraOptions& options, std::string_view text) {
          return read(text, options.sensor.seed, std::uint64_t{0}, ~std::uint64_t{0});
+     }},
+    {"first_frame", "0 to 18446744073709551615", "number of the first frame: the same sensor, other noise (0)",
+     [](CameraOptions& options, std::string_view text) {
+         return read(text, options.firstFrame, std::uint64_t{0}, ~std::uint64_t{0});
      }},
 };
 
 void apply(CameraOptions& options, std::string_view part) {
     const std::size_t sign = part.find('=');
-    const std::string_view name = part.substr(0, sign);
+    std::string name(part.substr(0, sign));
+    std::replace(name.begin(), name.end(), '-', '_');
     const auto* key =
-        std::find_if(std::begin(keys), std::end(keys), [name](const Key& each) { return each.name == name; });
+        std::find_if(std::begin(keys), std::end(keys), [&name](const Key& each) { return each.name == name; });
     if (key == std::end(keys)) {
         std::string known;
         for (const Key& each : keys) {
             known.append(known.empty() ? "" : ", ").append(each.name);
         }
-        throw CameraError("there is no camera option \"" + std::string(name) + "\"; there are " + known);
+        throw CameraError("there is no camera option \"" + std::string(part.substr(0, sign)) + "\"; there are " +
+                          known);
     }
     const std::string_view value = sign == std::string_view::npos ? std::string_view() : part.substr(sign + 1);
     if (!key->set(options, value)) {
-        throw CameraError("the camera option \"" + std::string(name) + "\" takes " + std::string(key->values) +
-                          ", not \"" + std::string(value) + "\"");
+        throw CameraError("the camera option \"" + name + "\" takes " + std::string(key->values) + ", not \"" +
+                          std::string(value) + "\"");
     }
 }
 

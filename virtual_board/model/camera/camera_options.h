@@ -36,12 +36,13 @@ struct CameraOptions {
     std::optional<double> exposure;
     /** The exposure time, in microseconds, that shows the scene as it is; without it every one does. */
     std::optional<double> nominalExposure;
+    std::uint64_t firstFrame = 0;            /**< the number of the first frame, for what differs from frame to frame */
     double pixelClock = 80;                  /**< in MHz */
     std::uint32_t lineGap = 0, frameGap = 0; /**< in clocks, after each line and each frame */
 
     /**
-     * Reads "key=value,key=value" on top of the defaults; a key that stands twice keeps its last value. The scene is
-     * not looked for yet.
+     * Reads "key=value,key=value" on top of the defaults; a key that stands twice keeps its last value, and "-"
+     * in a key is as good as "_". The scene is not looked for yet.
      *
      * @throws CameraError for unknown keys and values, with those that there are
      */
