@@ -98,14 +98,13 @@ typedef struct {
 /** Until now. Frames that the image selector leaves out on purpose are not lost. */
 VIRTUAL_BOARD_API int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses);
 
-/** Where a picture comes from. */
+/** Where a picture comes from. Times are virtual. */
 typedef struct {
-    uint64_t frame;       /**< the frame's number: all that came since the acquisition began count, from 1 */
-    uint64_t nanoseconds; /**< when the frame ended, in virtual time */
-    uint64_t
-        triggerNanoseconds;    /**< when the trigger began its exposure; without a trigger: when that began by itself */
-    uint64_t bytes;            /**< of the whole picture: more than virtualBoardPicture tells of one that was cut */
-    VirtualBoardLosses losses; /**< when the frame ended */
+    uint64_t frame;              /**< the frame's number: all that came since the acquisition began count, from 1 */
+    uint64_t nanoseconds;        /**< when the frame ended */
+    uint64_t triggerNanoseconds; /**< when a trigger began its exposure, or that began by itself */
+    uint64_t bytes;              /**< of the whole picture: more than virtualBoardPicture tells of one that was cut */
+    VirtualBoardLosses losses;   /**< when the frame ended */
 } VirtualBoardFrameInfo;
 
 /** Tells of picture `number` as long as virtualBoardPicture has it; -2070 when not. */

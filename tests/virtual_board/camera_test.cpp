@@ -98,6 +98,18 @@ TEST(Cameras, ComeFromTheirOptions) {
     EXPECT_EQ(refusal([&] { Camera{other}; }), R"("no such file" cannot be opened)");
 }
 
+TEST(Cameras, BeginWithTheirFirstFrame) {
+    const std::string sensor = "width=64,height=4,scene=gray,bits=12,noise=4,offset=8,column_offset=6,gain=3,";
+    const auto sent = [](const std::string& options, std::uint64_t number) {
+        return taps(Camera(CameraOptions::parse(options)).frame(number, 0), 1);
+    };
+    EXPECT_EQ(sent(sensor + "first_frame=5", 0), sent(sensor, 5));
+    EXPECT_EQ(sent(sensor + "first_frame=5", 2), sent(sensor, 7));
+    EXPECT_NE(sent(sensor + "first_frame=5", 0), sent(sensor, 0));
+    EXPECT_EQ(sent(sensor + "noise=0,first_frame=5", 0), sent(sensor + "noise=0", 0)) << "the same sensor";
+    EXPECT_NE(sent(sensor + "noise=0,seed=2", 0), sent(sensor + "noise=0", 0)) << "another one";
+}
+
 /** The fingerprint of two frames. */
 std::uint64_t twoFrames(const SensorSettings& settings, std::uint64_t firstFrame) {
     constexpr std::uint32_t width = 64, height = 32;
@@ -198,7 +210,8 @@ TEST(Sensors, AddWhatTheirSettingsTell) {
 TEST(CameraOptions, AreReadFromText) {
     const auto options = CameraOptions::parse("geometry=Geometry_2XM_2YE,bits=10,width=640,height=480,scene=a=b.png,"
                                               "mode=free,line=3,polarity=high,exposure=12.5,clock=40,line_gap=20,"
-                                              "frame_gap=81,sensor=typical,noise=0.5,hot=7,seed=18446744073709551615");
+                                              "frame_gap=81,sensor=typical,noise=0.5,hot=7,seed=18446744073709551615,"
+                                              "first-frame=1000");
     EXPECT_EQ(options.geometry, Geometry::middleToOuter);
     EXPECT_EQ(options.format, LinkFormat::bits10);
     EXPECT_EQ(options.width, 640U);
@@ -214,6 +227,8 @@ TEST(CameraOptions, AreReadFromText) {
     sensor.hotPixels = 7;
     sensor.seed = ~std::uint64_t{0};
     EXPECT_EQ(options.sensor, sensor);
+    EXPECT_EQ(options.firstFrame, 1000U);
+    EXPECT_EQ(CameraOptions::parse("first_frame=7").firstFrame, 7U);
 
     const CameraOptions standard = CameraOptions::parse("");
     EXPECT_EQ(standard.readoutTime(), 512U * 512 * 12.5);
@@ -237,6 +252,7 @@ TEST(CameraOptions, AreReadFromText) {
         {"gain=3%", R"("gain")"},
         {"exposure=0", R"("exposure" takes width or)"},
         {"scene=", R"("scene")"},
+        {"first-frame=-1", R"("first_frame" takes 0 to)"},
         {"mode=Free", R"("mode" takes triggered or free)"},
     };
     for (const auto& [text, message] : refusals) {

@@ -36,7 +36,7 @@ struct CameraOptions {
     std::optional<double> exposure;
     /** The exposure time, in microseconds, that shows the scene as it is; without it every one does. */
     std::optional<double> nominalExposure;
-    std::uint64_t firstFrame = 0;            /**< the number of the first frame, for what differs from frame to frame */
+    std::uint64_t firstFrame = 0;            /**< its number: read noise differs from frame to frame */
     double pixelClock = 80;                  /**< in MHz */
     std::uint32_t lineGap = 0, frameGap = 0; /**< in clocks, after each line and each frame */
 
