@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/design_words.h"
-#include "model/event_log.h"
+#include "model/logs/event_log.h"
 
 #include <array>
 #include <cstddef>

@@ -7,8 +7,6 @@
 namespace qelm::virtual_board {
 namespace {
 
-constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
-
 CameraTiming timingOf(const CameraOptions& options) {
     CameraTiming timing{!options.isTriggered, std::nullopt, options.readoutTime()};
     if (options.exposure) {

@@ -6,7 +6,7 @@
 #include "model/acquisition/image_settings.h"
 #include "model/acquisition/simulator_control.h"
 #include "model/camera/camera.h"
-#include "model/event_log.h"
+#include "model/logs/event_log.h"
 #include "model/trigger_unit.h"
 
 #include <cstdint>

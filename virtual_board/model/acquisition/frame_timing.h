@@ -6,6 +6,8 @@
 
 namespace qelm::virtual_board {
 
+inline constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
+
 /** When a camera exposes and sends. Times in ns. */
 struct CameraTiming {
     bool freeRun = false;                  /**< exposes again as soon as a frame is sent; else when triggered */

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/acquisition/frame_memory.h"
-#include "model/board.h"
 #include "model/design.h"
+#include "model/locked_board.h"
 #include "virtual_board.h"
 
 #include <atomic>

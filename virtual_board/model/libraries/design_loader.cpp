@@ -1,7 +1,7 @@
 // The design image loader.
 #include "model/crc32.h"
-#include "model/observer.h"
-#include "model/process.h"
+#include "model/libraries/observer.h"
+#include "model/libraries/process.h"
 #include "surfaces/model_interface.h"
 
 #include <cstdio>

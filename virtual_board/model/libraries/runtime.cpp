@@ -1,6 +1,6 @@
 // The acquisition runtime as the boards of this process serve it.
-#include "model/observer.h"
-#include "model/process.h"
+#include "model/libraries/observer.h"
+#include "model/libraries/process.h"
 #include "surfaces/model_interface.h"
 
 #include <algorithm>
@@ -59,33 +59,28 @@ bool isSound(const FieldAccess& field) {
     return field.elementType == RUNTIME_VALUE_UINT32 && field.data != nullptr;
 }
 
-std::int32_t write(const RuntimeHandle& handle, const DesignParameter& parameter, std::int32_t type,
-                   const void* value) {
-    VirtualBoard& board = *handle.board;
-    const Design& design = *handle.design;
+std::int32_t write(DesignValues& values, const DesignParameter& parameter, std::int32_t type, const void* value) {
     switch (type) {
     case typeWord:
-        return board.setWord(design, parameter, load<std::uint32_t>(value));
+        return values.setWord(parameter, load<std::uint32_t>(value));
     case typeNumber:
-        return board.setNumber(design, parameter, load<double>(value));
+        return values.setNumber(parameter, load<double>(value));
     case typeText:
-        return board.setText(design, parameter, static_cast<const char*>(value));
+        return values.setText(parameter, static_cast<const char*>(value));
     case typeElement: {
         const auto element = load<FieldElement>(value);
-        return board.setElements(design, parameter, element.index, 1, &element.value);
+        return values.setElements(parameter, element.index, 1, &element.value);
     }
     default: {
         const auto field = load<FieldAccess>(value);
-        return isSound(field) ? board.setElements(design, parameter, field.startIndex, field.count,
-                                                  static_cast<const std::uint32_t*>(field.data))
-                              : static_cast<std::int32_t>(unknown);
+        return isSound(field) ? values.setElements(parameter, field.startIndex, field.count,
+                                                   static_cast<const std::uint32_t*>(field.data))
+                              : unknown;
     }
     }
 }
 
-std::int32_t read(const RuntimeHandle& handle, const DesignParameter& parameter, std::int32_t type, void* value) {
-    VirtualBoard& board = *handle.board;
-    const Design& design = *handle.design;
+std::int32_t read(const DesignValues& values, const DesignParameter& parameter, std::int32_t type, void* value) {
     // Nothing is stored on failure.
     const auto store = [value](std::int32_t result, const auto& got) {
         if (result == ok) {
@@ -96,23 +91,23 @@ std::int32_t read(const RuntimeHandle& handle, const DesignParameter& parameter,
     switch (type) {
     case typeWord: {
         std::uint32_t word = 0;
-        return store(board.getWord(design, parameter, word), word);
+        return store(values.getWord(parameter, word), word);
     }
     case typeNumber: {
         double number = 0;
-        return store(board.getNumber(design, parameter, number), number);
+        return store(values.getNumber(parameter, number), number);
     }
     case typeText:
-        return board.getText(design, parameter, static_cast<char*>(value));
+        return values.getText(parameter, static_cast<char*>(value));
     case typeElement: {
         auto element = load<FieldElement>(value);
-        return store(board.getElements(design, parameter, element.index, 1, &element.value), element);
+        return store(values.getElements(parameter, element.index, 1, &element.value), element);
     }
     default: {
         const auto field = load<FieldAccess>(value);
-        return isSound(field) ? board.getElements(design, parameter, field.startIndex, field.count,
-                                                  static_cast<std::uint32_t*>(const_cast<void*>(field.data)))
-                              : static_cast<std::int32_t>(unknown);
+        return isSound(field) ? values.getElements(parameter, field.startIndex, field.count,
+                                                   static_cast<std::uint32_t*>(const_cast<void*>(field.data)))
+                              : unknown;
     }
     }
 }
@@ -202,10 +197,13 @@ std::int32_t access(const char* function, void* opaque, std::int32_t id, Pointer
                 return code(unknown);
             }
             if (parameter != nullptr) {
-                return code(onDesign(*handle, *parameter, type));
+                return code(handle->board->whileRunning(
+                    *handle->design, [&](Board& board) { return onDesign(board.values(), *parameter, type); }));
             }
             const RuntimeParameter* runtime = runtimeParameter(id);
-            return code(runtime == nullptr ? static_cast<std::int32_t>(unknown) : onRuntime(*handle, *runtime));
+            return code(runtime == nullptr ? unknown : handle->board->whileOpen([&](Board& board) {
+                return onRuntime(board.runtime(), *runtime);
+            }));
         });
 }
 
@@ -213,11 +211,11 @@ std::int32_t set(const char* function, void* handle, std::int32_t id, const void
                  bool untyped, std::int32_t type) {
     return access(
         function, handle, id, value, port, untyped, type,
-        [value](const RuntimeHandle& found, const DesignParameter& parameter, std::int32_t as) {
-            return write(found, parameter, as, value);
+        [value](DesignValues& values, const DesignParameter& parameter, std::int32_t as) {
+            return write(values, parameter, as, value);
         },
-        [value](const RuntimeHandle& found, const RuntimeParameter& parameter) {
-            return found.board->setRuntime(parameter, load<std::uint32_t>(value));
+        [value](RuntimeValues& values, const RuntimeParameter& parameter) {
+            return values.set(parameter, load<std::uint32_t>(value));
         });
 }
 
@@ -225,16 +223,13 @@ std::int32_t get(const char* function, void* handle, std::int32_t id, void* valu
                  std::int32_t type) {
     return access(
         function, handle, id, value, port, untyped, type,
-        [value](const RuntimeHandle& found, const DesignParameter& parameter, std::int32_t as) {
-            return read(found, parameter, as, value);
+        [value](const DesignValues& values, const DesignParameter& parameter, std::int32_t as) {
+            return read(values, parameter, as, value);
         },
-        [value](const RuntimeHandle& found, const RuntimeParameter& parameter) {
-            std::uint32_t word = 0;
-            const std::int32_t result = found.board->getRuntime(parameter, word);
-            if (result == ok) {
-                std::memcpy(value, &word, sizeof word);
-            }
-            return result;
+        [value](const RuntimeValues& values, const RuntimeParameter& parameter) {
+            const std::uint32_t word = values.get(parameter);
+            std::memcpy(value, &word, sizeof word);
+            return ok;
         });
 }
 
@@ -256,7 +251,11 @@ void* init(const char* function, const char* hapFileName, void* board, void* des
             if (!image) {
                 return {nullptr, noDesignImage};
             }
-            if (const std::int32_t error = found->load(image->design); error != ok) {
+            const std::int32_t error = found->whileOpen([&](Board& open) {
+                open.load(image->design);
+                return ok;
+            });
+            if (error != ok) {
                 return {nullptr, error};
             }
             auto handle = std::make_shared<RuntimeHandle>();
@@ -269,7 +268,7 @@ void* init(const char* function, const char* hapFileName, void* board, void* des
     return outcome.result;
 }
 
-/** A call that concerns the one DMA channel there is. Non-negative results are counts. */
+/** A call that concerns the one DMA channel there is: work(handle). Non-negative results are counts. */
 template <typename Result, typename Work>
 Result onDma(const char* function, void* opaque, std::uint32_t dmaIndex, std::int64_t argument, Work&& work) {
     auto* handle = static_cast<RuntimeHandle*>(opaque);
@@ -280,18 +279,22 @@ Result onDma(const char* function, void* opaque, std::uint32_t dmaIndex, std::in
         },
         [](const auto&) { return CallValue{}; },
         [&]() -> Outcome<Result> {
-            const Result result = dmaIndex == 0 ? work(*handle) : static_cast<Result>(unknown);
-            return {result, result < 0 ? static_cast<std::int32_t>(result) : static_cast<std::int32_t>(ok)};
+            const Result result = dmaIndex == 0 ? work(*handle) : Result{unknown};
+            return {result, result < 0 ? static_cast<std::int32_t>(result) : ok};
         });
 }
 
-/** A call that takes memory for pictures of the handle's own board. */
+/** A call that takes memory for pictures of the handle's own board: work(Board&, memory). */
 template <typename Result, typename Work>
 Result onMemory(const char* function, void* opaque, std::uint32_t dmaIndex, void* memory, std::int64_t argument,
                 Work&& work) {
     return onDma<Result>(function, opaque, dmaIndex, argument, [&](const RuntimeHandle& handle) -> Result {
         const std::shared_ptr<FrameAllocation> frames = Process::instance().frames.find(memory);
-        return frames && frames->board == handle.board ? work(handle, frames->memory) : static_cast<Result>(unknown);
+        if (!frames || frames->board != handle.board) {
+            return unknown;
+        }
+        return handle.board->whileRunning(*handle.design,
+                                          [&](Board& board) -> Result { return work(board, frames->memory); });
     });
 }
 
@@ -422,39 +425,69 @@ int32_t virtualBoard_Fg_getParameterWithType(void* handle, int32_t id, void* val
 }
 
 int64_t virtualBoard_Fg_getStatusEx(void* opaque, int32_t parameter, uint64_t, uint32_t dmaIndex, void*) {
+    const auto status = [parameter](const Board& board) -> std::int64_t {
+        const Acquisition& acquisition = board.acquisition();
+        switch (parameter) {
+        case VIRTUAL_BOARD_STATUS_ACQUIRING:
+            return acquisition.isAcquiring() ? 1 : 0;
+        case VIRTUAL_BOARD_STATUS_PICTURES_ACQUIRED:
+            return acquisition.memory() == nullptr ? 0 : acquisition.memory()->last();
+        case VIRTUAL_BOARD_STATUS_PICTURES_LOST:
+            return static_cast<std::int64_t>(acquisition.lost());
+        default:
+            return unknown;
+        }
+    };
     return onDma<std::int64_t>("Fg_getStatusEx", opaque, dmaIndex, parameter, [&](const RuntimeHandle& handle) {
-        return handle.board->acquisitionStatus(*handle.design, parameter);
+        return handle.board->whileRunning(*handle.design, status);
     });
 }
 
 int32_t virtualBoard_Fg_AcquireEx(void* opaque, uint32_t dmaIndex, int64_t pictureCount, int32_t flag, void* memory) {
     return onMemory<std::int32_t>("Fg_AcquireEx", opaque, dmaIndex, memory, pictureCount,
-                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
-                                      return flag == VIRTUAL_BOARD_ACQUIRE_STANDARD
-                                                 ? handle.board->acquire(*handle.design, frames, pictureCount)
-                                                 : static_cast<std::int32_t>(unknown);
+                                  [&](Board& board, const std::shared_ptr<FrameMemory>& frames) {
+                                      if (flag != VIRTUAL_BOARD_ACQUIRE_STANDARD) {
+                                          return unknown;
+                                      }
+                                      if (pictureCount < 1 && pictureCount != Acquisition::endless) {
+                                          return outOfRange;
+                                      }
+                                      return board.acquire(frames, pictureCount) ? ok : acquiring;
                                   });
 }
 
 int32_t virtualBoard_Fg_stopAcquireEx(void* opaque, uint32_t dmaIndex, void* memory, int32_t) {
     return onMemory<std::int32_t>("Fg_stopAcquireEx", opaque, dmaIndex, memory, 0,
-                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
-                                      return handle.board->stopAcquiring(*handle.design, frames);
+                                  [&](Board& board, const std::shared_ptr<FrameMemory>& frames) {
+                                      if (board.acquisition().memory() != frames) {
+                                          return notAcquiring;
+                                      }
+                                      board.stopAcquiring();
+                                      return ok;
                                   });
 }
 
 int64_t virtualBoard_Fg_getLastPicNumberEx(void* opaque, uint32_t dmaIndex, void* memory) {
     return onMemory<std::int64_t>("Fg_getLastPicNumberEx", opaque, dmaIndex, memory, 0,
-                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
-                                      return handle.board->lastPicture(*handle.design, frames);
+                                  [&](const Board& board, const std::shared_ptr<FrameMemory>& frames) {
+                                      return board.acquisition().memory() == frames ? frames->last() : notAcquiring;
                                   });
 }
 
 int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, int64_t picture, uint32_t dmaIndex, int32_t timeout,
                                                    void* memory) {
     return onMemory<std::int64_t>("Fg_getLastPicNumberBlockingEx", opaque, dmaIndex, memory, picture,
-                                  [&](const RuntimeHandle& handle, const std::shared_ptr<FrameMemory>& frames) {
-                                      return handle.board->waitForPicture(*handle.design, frames, picture, timeout);
+                                  [&](Board& board, const std::shared_ptr<FrameMemory>& frames) -> std::int64_t {
+                                      if (board.acquisition().memory() != frames) {
+                                          return notAcquiring;
+                                      }
+                                      if (timeout < 0) {
+                                          return outOfRange;
+                                      }
+                                      const std::uint64_t seconds = static_cast<std::uint32_t>(timeout);
+                                      board.waitForPicture(
+                                          picture, std::min(seconds * nanosecondsPerSecond, Board::longestAdvance));
+                                      return frames->last() >= picture ? frames->last() : timedOut;
                                   });
 }
 

@@ -1,6 +1,6 @@
 // The register library.
-#include "model/observer.h"
-#include "model/process.h"
+#include "model/libraries/observer.h"
+#include "model/libraries/process.h"
 #include "surfaces/model_interface.h"
 
 #include <string>
@@ -9,7 +9,7 @@ using namespace qelm::virtual_board;
 
 namespace {
 
-/** Runs work(board) under the observer's eyes; an unknown address has itself as target. */
+/** Runs work(Board&) under the observer's eyes; an unknown address has itself as target. */
 template <typename Work>
 std::int32_t access(const char* function, void* board, std::uint32_t address, const std::uint64_t* value, bool isWrite,
                     Work&& work) {
@@ -24,7 +24,7 @@ std::int32_t access(const char* function, void* board, std::uint32_t address, co
                [&](const auto& outcome) {
                    return isWrite || outcome.error == ok ? CallValue{std::to_string(*value), *value, 0} : CallValue{};
                },
-               [&] { return code(found ? work(*found) : static_cast<std::int32_t>(invalidBoard)); })
+               [&] { return code(found ? found->whileOpen(work) : invalidBoard); })
         .result;
 }
 
@@ -32,11 +32,11 @@ std::int32_t access(const char* function, void* board, std::uint32_t address, co
 
 int32_t virtualBoard_writeRegister(void* board, uint32_t address, uint64_t value, int32_t) {
     return access("writeRegister", board, address, &value, true,
-                  [&](VirtualBoard& found) { return found.writeRegister(address, value); });
+                  [&](Board& found) { return found.values().writeRegister(address, value); });
 }
 
 int32_t virtualBoard_readRegister(void* board, uint32_t address, uint64_t* value, int32_t) {
-    return access("readRegister", board, address, value, false, [&](VirtualBoard& found) {
-        return value == nullptr ? static_cast<std::int32_t>(unknown) : found.readRegister(address, *value);
+    return access("readRegister", board, address, value, false, [&](Board& found) {
+        return value == nullptr ? unknown : found.values().readRegister(address, *value);
     });
 }

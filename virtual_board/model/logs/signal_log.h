@@ -28,7 +28,7 @@ class SignalLog {
 
     /** The values of all signals at this time; the first ones all count as changes. */
     template <std::size_t count>
-    void see(const std::array<std::uint32_t, count>& values, std::uint64_t nanoseconds) {
+    void add(const std::array<std::uint32_t, count>& values, std::uint64_t nanoseconds) {
         const bool isFirst = values_.empty();
         values_.resize(count);
         for (std::size_t signal = 0; signal < count; ++signal) {

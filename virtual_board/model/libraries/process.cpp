@@ -1,4 +1,4 @@
-#include "model/process.h"
+#include "model/libraries/process.h"
 
 namespace qelm::virtual_board {
 

@@ -1,7 +1,7 @@
 // The image-file library.
 #include "model/image_file.h"
-#include "model/observer.h"
-#include "model/process.h"
+#include "model/libraries/observer.h"
+#include "model/libraries/process.h"
 #include "surfaces/model_interface.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "model/observer.h"
+#include "model/libraries/observer.h"
 
 #include <cinttypes>
 #include <cstdlib>
