@@ -1,6 +1,7 @@
 #include "virtual_board.h"
 
 #include "model/camera/camera_error.h"
+#include "model/file_name.h"
 #include "model/libraries/observer.h"
 #include "model/libraries/process.h"
 
@@ -335,7 +336,7 @@ int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t w
         return outOfRange;
     }
     const bool isPng = std::string_view(file).ends_with(".png");
-    return (isPng ? writePngFile : writeImageFile)(file, pixels, format) ? ok : systemError;
+    return (isPng ? writePngFile : writeImageFile)(fromUtf8(file), pixels, format) ? ok : systemError;
 }
 
 int32_t virtualBoardSetTransferRate(VirtualBoard* board, uint64_t bytesPerSecond) {

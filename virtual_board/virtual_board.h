@@ -5,10 +5,11 @@
 #include <stdint.h>
 
 /**
- * Control surface of the virtual board: what no real board offers. the four vendor libraries built beside this one
+ * Control surface of the virtual board: what no real board offers. The four vendor libraries built beside this one
  * (nuvrak5, nuvrod, qelm_hw, nuvpix) are thin surfaces over one model per process; a host opens boards here, hands
  * them to an applet as the board pointer of Std_entry, looks at what arrived and injects faults. Everything may be
- * called from any thread. All names are the design's own, in full.
+ * called from any thread. Names of parameters, registers and events are the design's own, in full. File names are
+ * UTF-8 on Windows, and elsewhere bytes that the system takes as they are.
  */
 
 #if !defined(_WIN32)

@@ -1,6 +1,7 @@
 #include "model/design_values.h"
 
 #include "model/codes.h"
+#include "model/file_name.h"
 #include "model/image_file.h"
 
 #include <algorithm>
@@ -196,7 +197,7 @@ std::int32_t DesignValues::pulse(const DesignParameter& command) {
 }
 
 std::int32_t DesignValues::loadCoefficients(const DesignParameter& command) {
-    std::optional<Image> image = readImageFile(texts_[command.coefficientFile->slot].c_str());
+    std::optional<Image> image = readImageFile(fromSystem(texts_[command.coefficientFile->slot].c_str()));
     if (!image || image->format != coefficientFile) {
         return fileNotFound;
     }

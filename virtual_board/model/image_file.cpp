@@ -1,6 +1,5 @@
 #include "model/image_file.h"
 
-#include <filesystem>
 #include <system_error>
 
 namespace qelm::virtual_board {
@@ -19,7 +18,7 @@ bool ImageFormat::isReasonable(std::uint64_t fileBytes) const {
            row * std::uint64_t(height) / bestCompression <= fileBytes;
 }
 
-void removeHalfFile(const char* path) {
+void removeHalfFile(const std::filesystem::path& path) {
     std::error_code error;
     if (std::filesystem::is_regular_file(path, error)) {
         std::filesystem::remove(path, error);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -46,22 +47,22 @@ struct Image {
  * @return nothing for a file that is missing, damaged, or holds what ImageFormat cannot tell: palettes, signed and
  *         floating-point samples, other colour spaces
  */
-std::optional<Image> readImageFile(const char* path);
+std::optional<Image> readImageFile(const std::filesystem::path& path);
 
 /** The same of a PNG file, 16-bit samples in the machine's order. */
-std::optional<Image> readPngFile(const char* path);
+std::optional<Image> readPngFile(const std::filesystem::path& path);
 
 /**
  * Writes an uncompressed grey TIFF of 8 or 16 bits.
  *
  * @return whether all of it was written; if not, no half file is left
  */
-bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format);
+bool writeImageFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format);
 
 /** The same as a PNG file. */
-bool writePngFile(const char* path, const void* pixels, const ImageFormat& format);
+bool writePngFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format);
 
 /** Removes what a failed write has left, unless it is no file at all but a device. */
-void removeHalfFile(const char* path);
+void removeHalfFile(const std::filesystem::path& path);
 
 } // namespace qelm::virtual_board

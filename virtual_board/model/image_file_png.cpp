@@ -105,8 +105,8 @@ class PngWriter {
 
 } // namespace
 
-bool writePngFile(const char* path, const void* pixels, const ImageFormat& format) {
-    std::FILE* file = format.isGray() ? std::fopen(path, "wb") : nullptr;
+bool writePngFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format) {
+    std::FILE* file = format.isGray() ? std::fopen(path.c_str(), "wb") : nullptr;
     if (file == nullptr) {
         return false;
     }
@@ -118,8 +118,8 @@ bool writePngFile(const char* path, const void* pixels, const ImageFormat& forma
     return written;
 }
 
-std::optional<Image> readPngFile(const char* path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "rb"), std::fclose);
+std::optional<Image> readPngFile(const std::filesystem::path& path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
     std::error_code error;
     const std::uint64_t fileBytes = std::filesystem::file_size(path, error);
     if (!file || error) {

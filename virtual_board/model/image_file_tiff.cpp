@@ -16,7 +16,7 @@ namespace {
 
 using Tiff = std::unique_ptr<TIFF, void (*)(TIFF*)>;
 
-Tiff open(const char* path, const char* mode) {
+Tiff open(const std::filesystem::path& path, const char* mode) {
     // A damaged file is an answer here, not a message on the caller's error output.
     const auto silent = [](TIFF*, void*, const char*, const char*, std::va_list) { return 1; };
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
@@ -27,7 +27,7 @@ Tiff open(const char* path, const char* mode) {
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), silent, nullptr);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), silent, nullptr);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), tmsize_t{1} << 30);
-    return {TIFFOpenExt(path, mode, options.get()), TIFFClose};
+    return {TIFFOpenExt(path.c_str(), mode, options.get()), TIFFClose};
 }
 
 template <typename Value>
@@ -143,7 +143,7 @@ bool readTiles(TIFF* file, std::uint32_t width, std::uint32_t height, std::uint1
 
 } // namespace
 
-std::optional<Image> readImageFile(const char* path) {
+std::optional<Image> readImageFile(const std::filesystem::path& path) {
     const Tiff file = open(path, "rm"); // not mapped: a file that shrinks meanwhile must not end the process
     std::error_code error;
     const std::uint64_t fileBytes = std::filesystem::file_size(path, error);
@@ -177,7 +177,7 @@ std::optional<Image> readImageFile(const char* path) {
     return image;
 }
 
-bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
+bool writeImageFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format) {
     if (!format.isGray()) {
         return false;
     }

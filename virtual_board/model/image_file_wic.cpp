@@ -1,9 +1,7 @@
 // TIFF and PNG files through the system's imaging component.
 #include "model/image_file.h"
 
-#include <filesystem>
 #include <fstream>
-#include <string>
 #include <system_error>
 #include <utility>
 
@@ -76,20 +74,12 @@ const PixelFormat* pixelFormat(const GUID& id) {
     return nullptr;
 }
 
-std::wstring wide(const char* path) {
-    const int length = MultiByteToWideChar(CP_ACP, 0, path, -1, nullptr, 0);
-    std::wstring result(length > 0 ? static_cast<std::size_t>(length) : 1, L'\0');
-    MultiByteToWideChar(CP_ACP, 0, path, -1, result.data(), length);
-    result.pop_back(); // the terminator
-    return result;
-}
-
 bool createFactory(Com<IWICImagingFactory>& factory) {
     return SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
                                       reinterpret_cast<void**>(&factory)));
 }
 
-bool openStream(IWICImagingFactory& factory, const std::wstring& path, DWORD access, Com<IWICStream>& stream) {
+bool openStream(IWICImagingFactory& factory, const std::filesystem::path& path, DWORD access, Com<IWICStream>& stream) {
     return SUCCEEDED(factory.CreateStream(&stream)) && SUCCEEDED(stream->InitializeFromFilename(path.c_str(), access));
 }
 
@@ -175,7 +165,7 @@ bool encode(IWICImagingFactory& factory, IWICStream& stream, const GUID& contain
 /**
  * Writes a plain little-endian TIFF of one strip without the component: not every version of it encodes 16-bit grey.
  */
-bool writePlain(const char* path, const void* pixels, const ImageFormat& format) {
+bool writePlain(const std::filesystem::path& path, const void* pixels, const ImageFormat& format) {
     constexpr std::uint32_t headerLength = 8;
     const auto length = static_cast<std::uint32_t>(format.bytes());
     const struct {
@@ -210,19 +200,18 @@ bool writePlain(const char* path, const void* pixels, const ImageFormat& format)
     return file.good();
 }
 
-std::optional<Image> readContainer(const char* path, const GUID& container) {
+std::optional<Image> readContainer(const std::filesystem::path& path, const GUID& container) {
     const Apartment apartment;
-    const std::wstring file = wide(path);
     Com<IWICImagingFactory> factory;
     Com<IWICStream> stream;
     Com<IWICBitmapFrameDecode> frame;
     UINT width = 0, height = 0;
     GUID id{};
-    if (!createFactory(factory) || !openStream(*factory.get(), file, GENERIC_READ, stream)) {
+    if (!createFactory(factory) || !openStream(*factory.get(), path, GENERIC_READ, stream)) {
         return std::nullopt;
     }
     std::error_code error;
-    const std::uint64_t fileBytes = std::filesystem::file_size(file, error);
+    const std::uint64_t fileBytes = std::filesystem::file_size(path, error);
     const bool bigEndian = isBigEndian(*stream.get());
     if (!openFrame(*factory.get(), *stream.get(), container, frame) || FAILED(frame->GetSize(&width, &height)) ||
         FAILED(frame->GetPixelFormat(&id)) || width > INT32_MAX || height > INT32_MAX) {
@@ -256,17 +245,17 @@ std::optional<Image> readContainer(const char* path, const GUID& container) {
     return image;
 }
 
-bool writeContainer(const char* path, const GUID& container, const void* pixels, const ImageFormat& format) {
+bool writeContainer(const std::filesystem::path& path, const GUID& container, const void* pixels,
+                    const ImageFormat& format) {
     if (!format.isGray()) {
         return false;
     }
     const Apartment apartment;
-    const std::wstring file = wide(path);
     bool written = false;
     {
         Com<IWICImagingFactory> factory;
         Com<IWICStream> stream;
-        if (!createFactory(factory) || !openStream(*factory.get(), file, GENERIC_WRITE, stream)) {
+        if (!createFactory(factory) || !openStream(*factory.get(), path, GENERIC_WRITE, stream)) {
             return false;
         }
         written = encode(*factory.get(), *stream.get(), container, pixels, format);
@@ -275,26 +264,26 @@ bool writeContainer(const char* path, const GUID& container, const void* pixels,
         written = writePlain(path, pixels, format);
     }
     if (!written) {
-        DeleteFileW(file.c_str());
+        DeleteFileW(path.c_str());
     }
     return written;
 }
 
 } // namespace
 
-std::optional<Image> readImageFile(const char* path) {
+std::optional<Image> readImageFile(const std::filesystem::path& path) {
     return readContainer(path, GUID_ContainerFormatTiff);
 }
 
-std::optional<Image> readPngFile(const char* path) {
+std::optional<Image> readPngFile(const std::filesystem::path& path) {
     return readContainer(path, GUID_ContainerFormatPng);
 }
 
-bool writeImageFile(const char* path, const void* pixels, const ImageFormat& format) {
+bool writeImageFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format) {
     return writeContainer(path, GUID_ContainerFormatTiff, pixels, format);
 }
 
-bool writePngFile(const char* path, const void* pixels, const ImageFormat& format) {
+bool writePngFile(const std::filesystem::path& path, const void* pixels, const ImageFormat& format) {
     return writeContainer(path, GUID_ContainerFormatPng, pixels, format);
 }
 

@@ -2,10 +2,12 @@
 
 #include "model/camera/camera_error.h"
 #include "model/camera/charts.h"
+#include "model/file_name.h"
 #include "model/image_file.h"
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -75,12 +77,13 @@ Scene Scene::fromImage(const void* pixels, std::uint32_t width, std::uint32_t he
 }
 
 Scene Scene::fromFile(const std::string& path) {
-    if (!std::ifstream(path, std::ios::binary)) {
+    const std::filesystem::path file = fromUtf8(path.c_str());
+    if (!std::ifstream(file, std::ios::binary)) {
         throw CameraError("\"" + path + "\" cannot be opened");
     }
-    std::optional<Image> image = readImageFile(path.c_str());
+    std::optional<Image> image = readImageFile(file);
     if (!image) {
-        image = readPngFile(path.c_str());
+        image = readPngFile(file);
     }
     if (!image) {
         throw CameraError("\"" + path + "\" holds no picture that can be read: a grey TIFF or PNG of 8 or 16 bits");

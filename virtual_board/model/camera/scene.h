@@ -31,7 +31,12 @@ class Scene {
      */
     static Scene fromImage(const void* pixels, std::uint32_t width, std::uint32_t height, unsigned bits);
 
-    /** Reads a grey TIFF or PNG file of 8 or 16 bits. @throws CameraError when the file does not hold such a picture */
+    /**
+     * Reads a grey TIFF or PNG file of 8 or 16 bits.
+     *
+     * @param path  see fromUtf8
+     * @throws CameraError when the file does not hold such a picture
+     */
     static Scene fromFile(const std::string& path);
 
     std::uint32_t width() const { return width_; }

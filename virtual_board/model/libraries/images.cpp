@@ -1,4 +1,5 @@
 // The image-file library.
+#include "model/file_name.h"
 #include "model/image_file.h"
 #include "model/libraries/observer.h"
 #include "model/libraries/process.h"
@@ -28,7 +29,7 @@ int32_t virtualBoard_writeImage(const char* path, const void* pixels, int32_t wi
                [&](const auto&) { return tell(format); },
                [&] {
                    const bool written = path != nullptr && pixels != nullptr && format.isReasonable() &&
-                                        writeImageFile(path, pixels, format);
+                                        writeImageFile(fromSystem(path), pixels, format);
                    return code(written ? ok : systemError);
                })
         .result;
@@ -47,7 +48,7 @@ int32_t virtualBoard_readImage(const char* path, void** pixels, int32_t* width, 
                                   bitsPerSample == nullptr || samplesPerPixel == nullptr) {
                                   return failed<bool>(unknown);
                               }
-                              std::optional<Image> image = readImageFile(path);
+                              std::optional<Image> image = readImageFile(fromSystem(path));
                               if (!image) {
                                   return failed<bool>(fileNotFound);
                               }
