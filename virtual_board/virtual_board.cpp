@@ -1,5 +1,7 @@
 #include "virtual_board.h"
 
+#include "virtual_board_frames.h"
+
 #include "model/camera/camera_error.h"
 #include "model/file_name.h"
 #include "model/libraries/observer.h"

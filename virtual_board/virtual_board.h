@@ -7,9 +7,8 @@
 /**
  * Control surface of the virtual board: what no real board offers. The four vendor libraries built beside this one
  * (nuvrak5, nuvrod, qelm_hw, nuvpix) are thin surfaces over one model per process; a host opens boards here, hands
- * them to an applet as the board pointer of Std_entry, looks at what arrived and injects faults. Everything may be
- * called from any thread. Names of parameters, registers and events are the design's own, in full. File names are
- * UTF-8 on Windows, and elsewhere bytes that the system takes as they are.
+ * them to an applet as the board pointer of Std_entry, looks at what arrived and injects faults. Any thread may call
+ * everything. Names of the design's parts are its own, in full; names of files are UTF-8, on Linux any bytes.
  */
 
 #if !defined(_WIN32)
@@ -62,7 +61,7 @@ VIRTUAL_BOARD_API int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t
 /**
  * Connects a Camera Link Medium camera, in place of the one before.
  *
- * @param options  "key=value,key=value": see virtualBoardCameraHelp; null or "" for the camera as it comes
+ * @param options  "key=value,key=value": see virtualBoardCameraHelp; null or "" for the default camera
  * @param scene    what it looks at: the name of a built-in chart, or a TIFF or PNG file; null or "" for the test chart
  * @param problem  when not null, gets a sentence on what is wrong: at most `size` characters with the terminating zero
  * @return 0, or -6000 for options that do not hold and for a scene that is neither a chart nor a readable file
@@ -88,28 +87,6 @@ VIRTUAL_BOARD_API void* virtualBoardAllocateFrames(VirtualBoard* board, size_t b
 VIRTUAL_BOARD_API int32_t virtualBoardFreeFrames(void* memory);
 /** Picture `number`, valid until its place is taken again. -2070 when it has not come or is gone already. */
 VIRTUAL_BOARD_API int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size);
-
-/** Frames that did not become pictures, counted from power-on on: who wants those of a while takes the difference. */
-typedef struct {
-    uint64_t missingFrames; /**< pulses of generator 0 for which no frame came before the next one */
-    uint64_t overflows;     /**< frames that found the board's frame buffer full */
-    uint64_t noBuffer;      /**< frames that came while no acquisition gave them memory */
-} VirtualBoardLosses;
-
-/** Until now. Frames that the image selector leaves out on purpose are not lost. */
-VIRTUAL_BOARD_API int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses);
-
-/** Where a picture comes from. Times are virtual. */
-typedef struct {
-    uint64_t frame;              /**< the frame's number: all that came since the acquisition began count, from 1 */
-    uint64_t nanoseconds;        /**< when the frame ended */
-    uint64_t triggerNanoseconds; /**< when a trigger began its exposure, or that began by itself */
-    uint64_t bytes;              /**< of the whole picture: more than virtualBoardPicture tells of one that was cut */
-    VirtualBoardLosses losses;   /**< when the frame ended */
-} VirtualBoardFrameInfo;
-
-/** Tells of picture `number` as long as virtualBoardPicture has it; -2070 when not. */
-VIRTUAL_BOARD_API int32_t virtualBoardFrameInfo(void* memory, int64_t number, VirtualBoardFrameInfo* info);
 /**
  * Writes a grey picture, rows without gaps, to a file: PNG when its name ends in ".png", else TIFF.
  *

@@ -1,6 +1,7 @@
 // Where pictures come from, and what became none: on a board at power-on, 1024 x 1024 pixels of 8 bits.
 
 #include "fixture.h"
+#include "virtual_board_frames.h"
 
 #include <gmock/gmock.h>
 
@@ -103,7 +104,7 @@ TEST_F(FrameInfo, TellsOfMissingFrames) {
     connect("polarity=high,width=64,height=64,exposure=237.2"); // 250 us of which 237.2 pass before the frame
     acquire(2);
     set(unit + "PulseFormGenerators_Enable_Select", 1); // pulses at 0, 100, 200, ... from here
-    advance(2'500);
+    advance(4'000);                                     // 1.2 ms for each on the bus
     // The first frame begins at 237.2 and ends at 250; what came at 100 and 200 found it awaited. So does the next.
     EXPECT_THAT(listed(info(1).losses), ElementsAre(2, 0, 0));
     EXPECT_EQ(info(1).triggerNanoseconds, 1'000'000U);
@@ -118,7 +119,7 @@ TEST_F(FrameInfo, TellsOfOverflows) {
     ASSERT_EQ(virtualBoardSetTransferRate(started_.board, 64ULL * 1024 * 1024 * 1000), 0); // a picture in 1 ms
     connect("mode=free,width=64,height=64,exposure=87.2");
     acquire(endless, 8);
-    advance(2'050); // 20 frames: of 64 MiB eight find room, two more as pictures leave at 1.1 and 2.1 ms
+    advance(2'050); // 20 frames of 64 MiB: eight find room, and one more when the first has left at 1.1 ms
     EXPECT_EQ(losses()[1], 11U);
     advance(1'200);
     EXPECT_THAT(listed(info(2).losses), ElementsAre(0, 0, 0));

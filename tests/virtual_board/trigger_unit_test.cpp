@@ -201,6 +201,7 @@ TEST_F(TriggerUnit, SoftwareTriggersQueueAndAreMultiplied) {
 TEST_F(TriggerUnit, ANewPeriodHoldsAtOnce) {
     write("Generators_ClearQueuePulse_Mode", 1);
     write("Generators_Generator_MinimumPeriod_Number", 999'991);
+    advance(1000); // whatever was under way is over
     const std::uint64_t before = pulses();
     write("Generators_ClearQueuePulse_Mode", 0); // the first pulse; the next would come after a million ticks
     advance(300);
@@ -216,16 +217,17 @@ TEST_F(TriggerUnit, ANewPeriodHoldsAtOnce) {
     EXPECT_EQ(pulses() - before, 2u);
     advance(1);
     EXPECT_EQ(pulses() - before, 3u);
-    write("Generators_Generator_MinimumPeriod_Number", 191); // longer ago than that
+    write("Generators_Generator_MinimumPeriod_Number", 191); // 200
     advance(199);
     EXPECT_EQ(pulses() - before, 3u);
-    write("Generators_Generator_MinimumPeriod_Number", 91);
-    EXPECT_EQ(pulses() - before, 4u) << "without time passing";
+    write("Generators_Generator_MinimumPeriod_Number", 91); // less than is over already
+    EXPECT_EQ(pulses() - before, 4u);
 }
 
 TEST_F(TriggerUnit, ClearingTheQueuePulseEndsThePeriod) {
     write("Generators_ClearQueuePulse_Mode", 1);
     write("Generators_Generator_MinimumPeriod_Number", 999'991);
+    advance(1000); // whatever was under way is over
     const std::uint64_t before = pulses();
     write("Generators_ClearQueuePulse_Mode", 0);
     advance(100);

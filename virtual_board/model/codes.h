@@ -7,7 +7,7 @@
 namespace qelm::virtual_board {
 
 /** What the vendor libraries answer: the codes that the applet passes on, and the runtime's own for acquisition. */
-inline constexpr std::int32_t ok = FG_OK;
+inline constexpr std::int32_t ok = 0;
 inline constexpr std::int32_t systemError = FG_ERROR_SYSTEM;         ///< the system refused memory or a file
 inline constexpr std::int32_t notPermitted = FG_ERROR_NOT_AVAILABLE; ///< write to what is read-only, or the reverse
 inline constexpr std::int32_t noDesignImage = FG_ERROR_DESIGN_IMAGE; ///< an init function's image handle is none

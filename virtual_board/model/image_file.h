@@ -29,7 +29,7 @@ struct ImageFormat {
     }
     std::size_t bytes() const { return rowBytes() * static_cast<std::size_t>(height); }
     /**
-     * Whether such an image can be told through the library's interface (1 to 32 bits, at most 2 GiB) and come out of
+     * Whether such an image fits the library's interface (1 to 32 bits, at most 2 GiB) and can come out of
      * a file of `fileBytes`: no compression is so good that a small damaged file may make the reader take gigabytes.
      */
     bool isReasonable(std::uint64_t fileBytes = ~std::uint64_t{0}) const;
@@ -44,7 +44,7 @@ struct Image {
  * Reads the first picture of a TIFF file, brightness growing with the value whatever the file's own sense, samples in
  * the order red, green, blue.
  *
- * @return nothing for a file that is missing, damaged, or holds what ImageFormat cannot tell: palettes, signed and
+ * @return nothing for a file that is missing, damaged, or holds what ImageFormat cannot describe: palettes, signed and
  *         floating-point samples, other colour spaces
  */
 std::optional<Image> readImageFile(const std::filesystem::path& path);

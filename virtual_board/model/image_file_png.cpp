@@ -34,7 +34,7 @@ class PngReader {
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
 
-    /** @return whether the file has a header that `format` can tell */
+    /** @return whether the file has a header that `format` can describe */
     bool readHeader(ImageFormat& format) {
         if (info_ == nullptr || setjmp(png_jmpbuf(png_)) != 0) {
             return false;
@@ -47,7 +47,7 @@ class PngReader {
         return png_get_color_type(png_, info_) != PNG_COLOR_TYPE_PALETTE;
     }
 
-    /** @param rows  of the format that the header told */
+    /** @param rows  of the format in the header */
     bool readRows(png_bytepp rows) {
         if (setjmp(png_jmpbuf(png_)) != 0) {
             return false;
@@ -66,7 +66,7 @@ class PngReader {
     png_infop info_ = nullptr;
 };
 
-/** libpng's writing state; see the reader. */
+/** libpng's writing state, with the same rules. */
 class PngWriter {
   public:
     explicit PngWriter(std::FILE* file)

@@ -325,7 +325,7 @@ void TriggerUnit::runGenerator() {
     }
 }
 
-/** Counts a pulse; the selected one of the sequence is the last that a trigger from the queue is good for. */
+/** Counts a pulse; the selected one of the sequence is a trigger's last. */
 void TriggerUnit::sequencePulse() {
     if (!sequenceRuns_) {
         --queued_;

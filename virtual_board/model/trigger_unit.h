@@ -157,7 +157,7 @@ class TriggerUnit {
     Downscale inputDownscale_;
     std::uint32_t queued_ = 0;
     std::uint32_t sequence_ = 0;         // pulses of the sequence so far
-    bool sequenceRuns_ = false;          // the trigger that has left the queue is good for more pulses
+    bool sequenceRuns_ = false;          // the trigger that left the queue last has more pulses to come
     std::optional<Ticks> periodStarted_; // with the latest pulse; nothing while no period runs
     bool exceeded_ = false, highLevel_ = false;
     bool cameraConnected_ = false, frameAwaited_ = false, missing_ = false;

@@ -18,7 +18,7 @@ namespace qelm::features {
 /**
  * The area trigger of the design's one camera:
  *
- *     input ─┬─► sequencer ─► queue ─► generator ─► pulse form generators ─► crossbar ─► lines and outputs
+ *     input ─┬─► queue ─► sequencer ─► generator ─► pulse form generators ─► crossbar ─► lines and outputs
  *     software trigger ┘                 (rate)       (downscale, delay, width)    ▲
  *     bypassed input ──────────────────────────────────────────────────────────────┘
  */

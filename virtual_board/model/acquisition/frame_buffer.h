@@ -1,6 +1,6 @@
 #pragma once
 
-#include "virtual_board.h"
+#include "virtual_board_frames.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -20,9 +20,9 @@ class FrameBuffer {
   public:
     static constexpr std::size_t capacity = std::size_t{512} << 20; /**< bytes */
 
-    /** @return whether the picture found room; a buffer of this size is there for the asking then */
+    /** Whether there is room for a picture of so many bytes. */
     bool fits(std::size_t bytes) const { return bytes <= capacity - used_; }
-    /** Room for a picture of `bytes`, which fits; fill it, then add it. */
+    /** Memory for such a picture, to be filled and then added. */
     std::vector<std::byte> take(std::size_t bytes);
     void add(Picture picture);
 

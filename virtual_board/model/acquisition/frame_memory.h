@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/acquisition/frame_buffer.h"
-#include "virtual_board.h"
+#include "virtual_board_frames.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -33,8 +33,8 @@ class Canvas {
         , height_(height) {}
 
     /**
-     * Gives each pixel of the area the value that `gray` tells, covered as far as `coverage` tells (0 to 1, beyond
-     * these cut off); both are asked with the pixel's centre.
+     * Gives each pixel of the area the value of `gray`, blended in by `coverage` (0 to 1, beyond these cut off);
+     * both are functions of the pixel's centre.
      */
     template <class GrayAt, class CoverageAt>
     void paint(const Rectangle& area, GrayAt gray, CoverageAt coverage);

@@ -20,7 +20,7 @@ struct SensorSettings {
 
     bool operator==(const SensorSettings&) const = default;
 
-    /** A sensor as it comes: some of everything. */
+    /** A typical sensor: some of everything. */
     static SensorSettings typical();
 };
 

@@ -9,7 +9,7 @@ namespace qelm::virtual_board {
 
 struct RowKernels;
 
-/** A row of pixels with the offset coefficients that tell which of them are dead; missing ones tell that none is. */
+/** A row of pixels with the offset coefficients that mark which of them are dead; missing ones mark none. */
 struct MarkedRow {
     std::uint16_t* pixels = nullptr; ///< null: there is no such row
     std::span<const std::uint16_t> offsets{};

@@ -20,7 +20,7 @@ struct ImageRegion {
 };
 
 /**
- * One of the shading correction's buffers. Its region tells which coefficients belong to the image's region, from the
+ * One of the shading correction's buffers. Its region says which coefficients belong to the image's region, from the
  * upper left corner on; pixels beyond it, and all when no plane is there, have none.
  */
 struct CoefficientBuffer {

@@ -11,7 +11,7 @@ namespace qelm::virtual_board {
 /**
  * The design's words from which its sorting stage puts the half lines of four taps together to an image. Every link
  * line brings four of them: those of the output taps 0 and 1 are left and right half of one row, 2 and 3 of another.
- * For a camera of W x H pixels the words agree when they are as told here.
+ * For a camera of W x H pixels the words agree when they are as given here.
  *
  * The frame has imageWidth / 16 * 16 columns, in two halves of imageWidth groups of 8 pixels, and imageHeight half
  * lines, numbered from the top, left before right. A tap counts the half lines of its half image; where one goes:

@@ -11,7 +11,7 @@ using namespace qelm::virtual_board;
 
 namespace {
 
-CallValue tell(const ImageFormat& format) {
+CallValue formatText(const ImageFormat& format) {
     return {std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
                 std::to_string(format.samplesPerPixel) + " x " + std::to_string(format.bitsPerSample) + " bit",
             0, 0};
@@ -26,7 +26,7 @@ int32_t virtualBoard_writeImage(const char* path, const void* pixels, int32_t wi
                [&] {
                    return Call{nullptr, "writeImage", path == nullptr ? "" : path, false};
                },
-               [&](const auto&) { return tell(format); },
+               [&](const auto&) { return formatText(format); },
                [&] {
                    const bool written = path != nullptr && pixels != nullptr && format.isReasonable() &&
                                         writeImageFile(fromSystem(path), pixels, format);
@@ -42,7 +42,7 @@ int32_t virtualBoard_readImage(const char* path, void** pixels, int32_t* width, 
                           [&] {
                               return Call{nullptr, "readImage", path == nullptr ? "" : path, false};
                           },
-                          [&](const auto& outcome) { return outcome.result ? tell(format) : CallValue{}; },
+                          [&](const auto& outcome) { return outcome.result ? formatText(format) : CallValue{}; },
                           [&]() -> Outcome<bool> {
                               if (path == nullptr || pixels == nullptr || width == nullptr || height == nullptr ||
                                   bitsPerSample == nullptr || samplesPerPixel == nullptr) {

@@ -66,7 +66,7 @@ class Observer {
     void addFault(VirtualBoard* board, const char* function, const char* target, std::uint32_t skip,
                   std::uint32_t count, std::int32_t code);
     void clearFaults();
-    /** Forgets the faults of a board that is no more, so that none strikes a later board at its address. */
+    /** Forgets the faults of a closed board, so that none hits a later board at its address. */
     void forget(const VirtualBoard* board);
 
   private:
@@ -104,7 +104,7 @@ Outcome<Result> failed(std::int32_t error) {
 }
 
 /**
- * Runs one call into a vendor library under the observer's eyes.
+ * Runs one call into a vendor library and lets the observer record it or make it fail.
  *
  * @param describe  () -> Call; called only when somebody watches
  * @param value     (const Outcome&) -> CallValue; likewise, after the call

@@ -33,50 +33,50 @@ struct FrameAllocation {
     std::shared_ptr<FrameMemory> memory;
 };
 
-/** Things given out by address: owns them, knows which are still out, and counts them. */
-template <typename Thing, typename Owner = std::shared_ptr<Thing>>
-class GivenOut {
+/** Objects handed out by address as C handles: owns them, finds them, and counts those not taken back. */
+template <typename Object, typename Owner = std::shared_ptr<Object>>
+class Handles {
   public:
-    Thing* give(Owner thing) {
-        Thing* address = thing.get();
+    Object* give(Owner object) {
+        Object* address = object.get();
         const std::lock_guard guard(mutex_);
-        things_.emplace(address, std::move(thing));
+        objects_.emplace(address, std::move(object));
         return address;
     }
-    /** @return the thing at this address, or null when none is out there */
+    /** @return the object at this address, or null when there is none */
     Owner find(const void* address) {
         const std::lock_guard guard(mutex_);
-        const auto place = things_.find(address);
-        return place == things_.end() ? Owner{} : place->second;
+        const auto place = objects_.find(address);
+        return place == objects_.end() ? Owner{} : place->second;
     }
     /** @return what was taken back, or null */
     Owner takeBack(const void* address) {
         const std::lock_guard guard(mutex_);
-        const auto place = things_.find(address);
-        if (place == things_.end()) {
+        const auto place = objects_.find(address);
+        if (place == objects_.end()) {
             return Owner{};
         }
-        Owner thing = std::move(place->second);
-        things_.erase(place);
-        return thing;
+        Owner object = std::move(place->second);
+        objects_.erase(place);
+        return object;
     }
     std::int32_t count() {
         const std::lock_guard guard(mutex_);
-        return static_cast<std::int32_t>(things_.size());
+        return static_cast<std::int32_t>(objects_.size());
     }
 
   private:
     std::mutex mutex_;
-    std::unordered_map<const void*, Owner> things_;
+    std::unordered_map<const void*, Owner> objects_;
 };
 
 /** The one model of this process. */
 struct Process {
-    GivenOut<VirtualBoard> boards;
-    GivenOut<DesignImage> images;
-    GivenOut<RuntimeHandle> handles;
-    GivenOut<void, Pixels> pixels;
-    GivenOut<FrameAllocation> frames;
+    Handles<VirtualBoard> boards;
+    Handles<DesignImage> images;
+    Handles<RuntimeHandle> handles;
+    Handles<void, Pixels> pixels;
+    Handles<FrameAllocation> frames;
     std::atomic<std::int32_t> startUpError{ok}; /**< of the latest init function */
 
     static Process& instance();

@@ -9,7 +9,7 @@ using namespace qelm::virtual_board;
 
 namespace {
 
-/** Runs work(Board&) under the observer's eyes; an unknown address has itself as target. */
+/** Runs work(Board&) as an observed call; the target of an unknown address is the address itself. */
 template <typename Work>
 std::int32_t access(const char* function, void* board, std::uint32_t address, const std::uint64_t* value, bool isWrite,
                     Work&& work) {

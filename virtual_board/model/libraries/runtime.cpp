@@ -19,7 +19,7 @@ enum ValueType : std::int32_t {
     typeField = RUNTIME_VALUE_FIELD,
     typeElement = RUNTIME_VALUE_FIELD_ELEMENT,
     typeNumber = -1, /**< a double */
-    typeNone = -2    /**< an untyped call cannot tell */
+    typeNone = -2    /**< not settable without a type code */
 };
 
 /** Value type of a call without a type code. */
@@ -112,8 +112,8 @@ std::int32_t read(const DesignValues& values, const DesignParameter& parameter, 
     }
 }
 
-// What the trace tells of a value that is sound for the type; of a field, `most` elements at the most.
-CallValue tell(std::int32_t type, const void* value, std::uint32_t most) {
+// The trace's text of a value that is sound for the type; of a field, `most` elements at most.
+CallValue valueText(std::int32_t type, const void* value, std::uint32_t most) {
     switch (type) {
     case typeWord: {
         const auto word = load<std::uint32_t>(value);
@@ -189,7 +189,7 @@ std::int32_t access(const char* function, void* opaque, std::int32_t id, Pointer
         },
         [&](const Outcome<std::int32_t>& outcome) {
             return isSound && (isWrite || outcome.error == ok)
-                       ? tell(type, value, parameter == nullptr ? 1 : parameter->length)
+                       ? valueText(type, value, parameter == nullptr ? 1 : parameter->length)
                        : CallValue{};
         },
         [&] {
@@ -491,7 +491,7 @@ int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, int64_t picture
                                   });
 }
 
-// Acquisition takes memory here; configurations and line-by-line shading are the applet's own affair.
+// Acquisition needs memory here; configurations and line-by-line shading are the applet's own task.
 
 int32_t virtualBoard_Fg_Acquire(void* handle, uint32_t, int64_t) {
     return refuse<int32_t>("Fg_Acquire", handle);

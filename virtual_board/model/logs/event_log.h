@@ -16,7 +16,7 @@ struct RaisedEvent {
     std::size_t position;      /**< in the design's list of events */
 };
 
-/** What a board's design has raised, while somebody wants to know. */
+/** The events that a board's design raises, while they are recorded. */
 class EventLog {
   public:
     static constexpr std::size_t noEvent = std::numeric_limits<std::size_t>::max();

@@ -7,7 +7,7 @@
 
 namespace qelm::virtual_board {
 
-/** What can be seen of a board's signals over virtual time: every change, while somebody wants to know. */
+/** The changes of a board's signals over virtual time, while they are recorded. */
 class SignalLog {
   public:
     struct Change {
