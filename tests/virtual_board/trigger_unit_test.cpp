@@ -246,6 +246,7 @@ TEST_F(TriggerUnit, ClearingTheQueuePulseEndsThePeriod) {
 
 TEST_F(TriggerUnit, TheSelectedPulseOfASequenceIsATriggersLast) {
     write("Generators_Queue_QueueEnabled_Select", 1);
+    write("Generators_Queue_QueueFullValue_Number", 4);
     const struct {
         std::uint32_t pulses, selected;
         std::vector<std::uint64_t> afterTriggers; // one, two and three of them
