@@ -34,12 +34,12 @@ inline void require(bool condition, std::int32_t code) {
     }
 }
 
-/** Does what an action does until a code is thrown, which is dropped: a refusal there is no failure. */
+/** Runs an action and drops the code that it throws: what was refused or failed keeps its value. */
 template <typename Action>
 void skipRefusal(Action&& action) {
     try {
         std::forward<Action>(action)();
-    } catch (std::int32_t) { // NOLINT(bugprone-empty-catch): what has not changed keeps its value
+    } catch (std::int32_t) { // NOLINT(bugprone-empty-catch): the caller wants it so
     }
 }
 

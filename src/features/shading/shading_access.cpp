@@ -19,42 +19,26 @@ ShadingAccess::ShadingAccess(shading::Planes& planes, std::function<std::int32_t
     , onRelease_(std::move(onRelease))
     , pending_(static_cast<std::size_t>(width_) * channels_) {}
 
-ShadingAccess::Pending* ShadingAccess::find(std::int32_t x, std::int32_t channel) {
+template <typename T>
+std::int32_t ShadingAccess::set(std::int32_t x, std::int32_t channel, std::optional<T> Pending::*member, T value) {
     if (!active_ || x < 0 || x >= width_ || channel < 0 || channel >= channels_) {
-        return nullptr;
+        return FG_ERROR_UNKNOWN;
     }
     // The channels of a pixel lie in reverse order.
-    return &pending_[static_cast<std::size_t>(channels_ * (x + 1) - channel - 1)];
+    pending_[static_cast<std::size_t>(channels_ * (x + 1) - channel - 1)].*member = value;
+    return 0;
 }
 
 std::int32_t ShadingAccess::setSubValue(std::int32_t x, std::int32_t channel, float value) {
-    Pending* const entry = find(x, channel);
-    if (entry == nullptr) {
-        return FG_ERROR_UNKNOWN;
-    }
-    entry->subValue = value;
-    entry->subValueSet = true;
-    return 0;
+    return set(x, channel, &Pending::subValue, value);
 }
 
 std::int32_t ShadingAccess::setMultValue(std::int32_t x, std::int32_t channel, float value) {
-    Pending* const entry = find(x, channel);
-    if (entry == nullptr) {
-        return FG_ERROR_UNKNOWN;
-    }
-    entry->multValue = value;
-    entry->multValueSet = true;
-    return 0;
+    return set(x, channel, &Pending::multValue, value);
 }
 
 std::int32_t ShadingAccess::setDefective(std::int32_t x, std::int32_t channel, bool defective) {
-    Pending* const entry = find(x, channel);
-    if (entry == nullptr) {
-        return FG_ERROR_UNKNOWN;
-    }
-    entry->defective = defective;
-    entry->defectiveSet = true;
-    return 0;
+    return set(x, channel, &Pending::defective, defective);
 }
 
 std::int32_t ShadingAccess::lineCount() const {
@@ -89,14 +73,14 @@ std::int32_t ShadingAccess::writeLine(std::int32_t line) {
         const std::size_t row = static_cast<std::size_t>(line) * shading::planeLimit;
         for (std::size_t x = 0; x < pending_.size(); ++x) {
             const Pending& entry = pending_[x];
-            if (entry.subValueSet) {
-                planes_.offsets()[row + x] = shading::toFixedPoint(entry.subValue, offsetScale);
+            if (entry.subValue) {
+                planes_.offsets()[row + x] = shading::toFixedPoint(*entry.subValue, offsetScale);
             }
-            if (entry.defectiveSet && entry.defective) {
+            if (entry.defective.value_or(false)) {
                 planes_.offsets()[row + x] = shading::defectiveOffset;
             }
-            if (entry.multValueSet) {
-                planes_.gains()[row + x] = shading::toFixedPoint(entry.multValue, gainScale);
+            if (entry.multValue) {
+                planes_.gains()[row + x] = shading::toFixedPoint(*entry.multValue, gainScale);
             }
         }
     }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 /**
@@ -30,17 +31,16 @@ struct ShadingAccess {
     std::int32_t writeLine(std::int32_t line);
 
   private:
+    /** What has been set of a pixel. */
     struct Pending {
-        float subValue = 0.0F;
-        float multValue = 0.0F;
-        bool defective = false;
-        bool subValueSet = false;
-        bool multValueSet = false;
-        bool defectiveSet = false;
+        std::optional<float> subValue{};
+        std::optional<float> multValue{};
+        std::optional<bool> defective{};
     };
 
-    /** @return the entry of a pixel, or null when the access is not active or there is no such pixel */
-    Pending* find(std::int32_t x, std::int32_t channel);
+    /** @return 0, or -2070 when the access is not active or there is no such pixel */
+    template <typename T>
+    std::int32_t set(std::int32_t x, std::int32_t channel, std::optional<T> Pending::*member, T value);
 
     static constexpr std::int32_t width_ = qelm::features::shading::planeLimit; ///< pixels per line
     static constexpr std::int32_t maxLine_ = qelm::features::shading::planeLimit;
