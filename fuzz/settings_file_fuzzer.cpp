@@ -9,7 +9,7 @@
 #include "surfaces/model_interface.h"
 #include "vendor/nuvrod.h"
 
-#include <sstream>
+#include <string_view>
 
 namespace {
 
@@ -24,10 +24,9 @@ void* startedRuntime() {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace qelm;
     static void* const runtime = startedRuntime();
-    std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));
     persistence::SettingsStore settings;
     settings.setSection("Zantor_Obvelline_Qx4_RK");
-    settings.read(text);
+    settings.read(std::string_view(reinterpret_cast<const char*>(data), size));
 
     const DesignNode* tree = virtualBoard_Fg_getDesignTree(runtime);
     parameters::Registry registry;

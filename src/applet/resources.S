@@ -1,6 +1,10 @@
 #include "resource_files.h"
 
+#ifdef _WIN32
+        .section .rdata,"dr"
+#else
         .section .rodata
+#endif
         .balign 16
         .globl  qelm_design_image
 qelm_design_image:

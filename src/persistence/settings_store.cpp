@@ -1,17 +1,20 @@
 #include "persistence/settings_store.h"
 
+#include "platform/whole_file.h"
+
 #include <algorithm>
-#include <fstream>
 
 namespace qelm::persistence {
 namespace {
 
 using Guard = templates::platform::RecursiveMutexGuard;
 
-std::string trimmed(const std::string& text) {
-    constexpr const char* blanks = " \t\r\n";
+constexpr std::size_t sizeLimit = std::size_t{4} << 20;
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
     const auto first = text.find_first_not_of(blanks);
-    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 } // namespace
@@ -23,21 +26,25 @@ bool meansYes(std::string text) {
 }
 
 void SettingsStore::load(const std::string& path) {
-    std::ifstream file(path);
-    read(file);
+    std::string text;
+    if (platform::readWholeFile(path, sizeLimit, text) == platform::ReadOutcome::done) {
+        read(text);
+    }
 }
 
-void SettingsStore::read(std::istream& text) {
+void SettingsStore::read(std::string_view text) {
     const Guard guard(&mutex_);
-    for (std::string line; std::getline(text, line);) {
-        line.erase(std::min(line.find('#'), line.size()));
+    while (!text.empty()) {
+        std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        line = line.substr(0, line.find('#'));
         const auto equals = line.find('=');
-        if (equals == std::string::npos) {
+        if (equals == line.npos) {
             continue;
         }
-        const std::string key = trimmed(line.substr(0, equals));
+        const std::string_view key = trimmed(line.substr(0, equals));
         if (!key.empty()) {
-            store(key, trimmed(line.substr(equals + 1)));
+            store(std::string(key), std::string(trimmed(line.substr(equals + 1))));
         }
     }
 }

@@ -2,10 +2,10 @@
 
 #include "platform/recursive_mutex.h"
 
-#include <istream>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qelm::persistence {
@@ -16,9 +16,9 @@ namespace qelm::persistence {
  */
 class SettingsStore {
   public:
-    /** Adds what the file holds; a file that is missing or cannot be read changes nothing. */
+    /** Adds what the file holds; one that is missing, cannot be read or has more than 4 MiB changes nothing. */
     void load(const std::string& path);
-    void read(std::istream& text);
+    void read(std::string_view text);
 
     std::optional<std::string> value(const std::string& key) const;
     /** Stores a value unless the key has one. */

@@ -143,6 +143,12 @@ class ShadingArithmetic : public testing::Test {
     static inline Planes* actual_ = nullptr;
 };
 
+#ifdef __x86_64__
+TEST_F(ShadingArithmetic, UsesTheProcessorsLargestInstructionSetOnEverySystem) {
+    EXPECT_EQ(bestInstructionSet() == InstructionSet::avx2, __builtin_cpu_supports("avx2") != 0);
+}
+#endif
+
 TEST_F(ShadingArithmetic, EveryResultIsThatOfThePlainLoop) {
     unsigned seed = 1;
     for (const Case& one : cases) {

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 namespace qelm::test {
@@ -19,20 +18,19 @@ using testing::StrEq;
 TEST(SettingsStore, ReadsLinesOfKeyAndValue) {
     SettingsStore settings;
     EXPECT_EQ(settings.section(), "none");
-    std::istringstream text("# a comment\n"
-                            "plain=1\n"
-                            "  blanks around \t=  are cut \r\n"
-                            "commented = value # the rest is not\n"
-                            "#switched.off=1\n"
-                            "empty=\n"
-                            "two=equals=signs\n"
-                            "no sign\n"
-                            "= no key\n"
-                            "twice=first\n"
-                            "twice=second\n"
-                            "\n"
-                            "last=without line end");
-    settings.read(text);
+    settings.read("# a comment\n"
+                  "plain=1\n"
+                  "  blanks around \t=  are cut \r\n"
+                  "commented = value # the rest is not\n"
+                  "#switched.off=1\n"
+                  "empty=\n"
+                  "two=equals=signs\n"
+                  "no sign\n"
+                  "= no key\n"
+                  "twice=first\n"
+                  "twice=second\n"
+                  "\n"
+                  "last=without line end");
     EXPECT_THAT(settings.keysWithPrefix(""),
                 ElementsAre("plain", "blanks around", "commented", "empty", "two", "twice", "last"));
     const struct {
@@ -51,8 +49,7 @@ TEST(SettingsStore, ReadsLinesOfKeyAndValue) {
 
 TEST(SettingsStore, ADefaultGivesWayToWhatTheFileSays) {
     SettingsStore settings;
-    std::istringstream text("a::x=Off\n");
-    settings.read(text);
+    settings.read("a::x=Off\n");
     settings.addDefault("a::x", "On");
     settings.addDefault("a::y", "On");
     EXPECT_THAT(settings.value("a::x"), Optional(StrEq("Off")));
@@ -70,6 +67,9 @@ TEST(SettingsStore, LoadsAFileAndTakesAMissingOneForEmpty) {
     settings.load(path);
     other.join();
     EXPECT_THAT(settings.value("key"), Optional(StrEq("value")));
+    std::ofstream(path, std::ios::app) << "late=value\n" << std::string(4 << 20, '#');
+    settings.load(path);
+    EXPECT_THAT(settings.keysWithPrefix(""), ElementsAre("key")); // not half of a file that is too large
     std::remove(path.c_str());
 }
 

@@ -330,6 +330,12 @@ CoefficientBuffer anyBuffer(Random& random, std::uint32_t width, std::uint32_t h
             .plane = random() % 8 == 0 ? nullptr : plane.data()};
 }
 
+#ifdef __x86_64__
+TEST(ImagePath, UsesTheProcessorsLargestInstructionSetOnEverySystem) {
+    EXPECT_EQ(bestInstructionSet() == InstructionSet::avx2, __builtin_cpu_supports("avx2") != 0);
+}
+#endif
+
 TEST(ImagePath, EqualsAPlainLoopOverThePixels) {
     Random random(2);
     const auto chance = [&](unsigned percent) { return random() % 100 < percent; };

@@ -15,8 +15,7 @@
 // Row kernels are compiled once for the baseline and once for a larger instruction set.
 #define QELM_INLINE inline __attribute__((always_inline))
 
-// Not on Windows: there GCC aligns 32-byte stack slots to 16 bytes.
-#if defined(__x86_64__) && !defined(_WIN32)
+#ifdef __x86_64__
 #define QELM_HAS_AVX2 1
 #else
 #define QELM_HAS_AVX2 0
@@ -383,8 +382,7 @@ OffsetRules offsetRules(const ReferenceImage& gray, const ReferenceImage& black,
 
 InstructionSet bestInstructionSet() {
 #if QELM_HAS_AVX2
-    static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
-    return avx2 ? InstructionSet::avx2 : InstructionSet::baseline;
+    return __builtin_cpu_supports("avx2") != 0 ? InstructionSet::avx2 : InstructionSet::baseline;
 #else
     return InstructionSet::baseline;
 #endif

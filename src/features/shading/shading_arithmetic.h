@@ -33,7 +33,7 @@ struct ReferenceImage {
 };
 
 enum class InstructionSet { baseline, avx2 };
-/** What the processor offers, as far as compilers for this system handle it soundly. */
+/** The largest one that the processor offers. */
 InstructionSet bestInstructionSet();
 
 /** The largest signal of the grey image less the black image's, and at least 0. Looks at the whole grey image. */

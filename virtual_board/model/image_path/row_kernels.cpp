@@ -7,8 +7,7 @@
 
 #define QELM_INLINE inline __attribute__((always_inline))
 
-// Not on Windows: there GCC aligns 32-byte stack slots to 16 bytes.
-#if defined(__x86_64__) && !defined(_WIN32)
+#ifdef __x86_64__
 #define QELM_HAS_AVX2 1
 #else
 #define QELM_HAS_AVX2 0
@@ -136,8 +135,7 @@ QELM_KERNELS(avx2, __attribute__((target("avx2"))))
 
 InstructionSet bestInstructionSet() {
 #if QELM_HAS_AVX2
-    static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
-    return avx2 ? InstructionSet::avx2 : InstructionSet::baseline;
+    return __builtin_cpu_supports("avx2") != 0 ? InstructionSet::avx2 : InstructionSet::baseline;
 #else
     return InstructionSet::baseline;
 #endif

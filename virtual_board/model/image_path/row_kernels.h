@@ -8,7 +8,7 @@
 namespace qelm::virtual_board {
 
 enum class InstructionSet { baseline, avx2 };
-/** What the processor offers, as far as compilers for this system handle it soundly. */
+/** The largest one that the processor offers. */
 InstructionSet bestInstructionSet();
 
 inline constexpr std::uint16_t brightest = 4095;        ///< of 12 bits
