@@ -51,6 +51,14 @@ ROWS = {
         ("shading, the plain loop", "memory moved", None, ("plainLoop", "moveMemory/read_twice")),
         ("writing a coefficient image", "the bytes written plainly", (AT_MOST, 1.2), ("coefficientImage", "plainBytes")),
     ],
+    "shading_apply_benchmark": [
+        ("applying shading settings, full range", "reading and writing the files", (AT_MOST, 1.5),
+         ("applySettings/full_range", "ratio")),
+        ("applying shading settings, maximum", "reading and writing the files", (AT_MOST, 1.5),
+         ("applySettings/maximum", "ratio")),
+        ("applying shading settings, mean", "reading and writing the files", (AT_MOST, 1.5),
+         ("applySettings/mean", "ratio")),
+    ],
     "image_path_benchmark": [
         ("image path 1024 x 1024, SSE2", "frames of OpenCV", (AT_LEAST, 1.4), ("imagePath/1024", "baseline_ratio")),
         ("image path 1024 x 1024, AVX2", "frames of OpenCV", (AT_LEAST, 1.8), ("imagePath/1024", "avx2_ratio")),
