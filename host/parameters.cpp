@@ -1,6 +1,6 @@
 #include "qelm/host/parameters.h"
 
-#include "parameters/enumerations.h"
+#include "parameters/rows.h"
 #include "qelm/host/descriptions.h"
 #include "qelm/host/numbers.h"
 
@@ -12,41 +12,42 @@
 namespace qelm::host {
 namespace {
 
-/** The fixed parameters by identifier, while the information rows are read into them. */
-class RowReader {
-  public:
-    explicit RowReader(std::vector<Parameter>& all) {
-        for (Parameter& parameter : all) {
-            byId_[parameter.id] = &parameter;
-        }
+ParameterKind kindOf(const parameters::Row& row) {
+    if (row.enumeration != nullptr) {
+        return ParameterKind::enumeration;
     }
-
-    Parameter& describe(int32_t id, ParameterKind kind, const std::string& category, const char* displayName,
-                        int32_t access) {
-        Parameter& parameter = *byId_.at(id);
-        parameter.kind = kind;
-        parameter.category = category;
-        parameter.displayName = displayName;
-        parameter.access = access;
-        return parameter;
+    if (row.filter != nullptr) {
+        return ParameterKind::fileName;
     }
-
-    void limit(Parameter& parameter, double minimum, double maximum, double increment, const char* unit) {
-        parameter.minimum = minimum;
-        parameter.maximum = maximum;
-        parameter.increment = increment;
-        parameter.unit = unit;
+    switch (row.type) {
+    case parameters::ValueType::float64:
+        return ParameterKind::floatingPoint;
+    case parameters::ValueType::text:
+        return ParameterKind::text;
+    case parameters::ValueType::lutEntry:
+        return ParameterKind::lutEntry;
+    default:
+        return ParameterKind::integer;
     }
+}
 
-    void enumerate(Parameter& parameter, const parameters::Enumeration& enumeration) {
-        for (const parameters::Enumerator& entry : enumeration.entries()) {
+Parameter fixedParameter(const parameters::Row& row) {
+    Parameter parameter{.id = row.id, .name = row.name, .description = row.description, .kind = kindOf(row)};
+    parameter.category = row.category == nullptr ? "" : row.category->path();
+    parameter.displayName = row.displayName;
+    parameter.unit = row.unit;
+    parameter.minimum = row.minimum;
+    parameter.maximum = row.maximum;
+    parameter.increment = row.step == parameters::continuous ? 0.0 : row.step;
+    parameter.access = row.access;
+    parameter.filter = row.filter == nullptr ? "" : row.filter;
+    if (row.enumeration != nullptr) {
+        for (const parameters::Enumerator& entry : row.enumeration->entries()) {
             parameter.entries.push_back({entry.name, entry.value, entry.text});
         }
     }
-
-  private:
-    std::map<int32_t, Parameter*> byId_;
-};
+    return parameter;
+}
 
 struct FixedTable {
     std::vector<Parameter> parameters;
@@ -55,33 +56,12 @@ struct FixedTable {
 
 FixedTable makeFixedTable() {
     FixedTable table;
-    std::vector<Parameter>& all = table.parameters;
-    // Until a row says otherwise a parameter is a number that the runtime serves, to be read only.
-#define FG_PARAMETER(parameterName, identifier, text)                                                                  \
-    all.push_back({.id = (identifier), .name = #parameterName, .description = (text), .access = 1});
-#include "zantor_obvelline_qx4_rk/parameter_table.inc"
-
-    RowReader reader(all);
-    constexpr double doubleEpsilon = 0.0; // the rows' mark of continuous values
-    const std::string root;
-    const auto addCategory = [&table](const std::string& parent, const char* name) {
-        return table.categories.emplace_back(parent.empty() ? name : parent + " / " + name);
-    };
-#define INFO_CATEGORY(symbol, parent, name) const std::string symbol = addCategory(parent, name);
-#define INFO_INTEGER(category, shown, parameter, minimum, maximum, increment, unit, access, level)                     \
-    reader.limit(reader.describe(parameter, ParameterKind::integer, category, shown, access), minimum, maximum,        \
-                 increment, unit);
-#define INFO_FLOAT(category, shown, parameter, minimum, maximum, increment, unit, access, level)                       \
-    reader.limit(reader.describe(parameter, ParameterKind::floatingPoint, category, shown, access), minimum, maximum,  \
-                 increment, unit);
-#define INFO_ENUMERATION(category, shown, parameter, table, access)                                                    \
-    reader.enumerate(reader.describe(parameter, ParameterKind::enumeration, category, shown, access),                  \
-                     parameters::enumerations::table);
-#define INFO_FILE_NAME(category, shown, parameter, pattern, access)                                                    \
-    reader.describe(parameter, ParameterKind::fileName, category, shown, access).filter = pattern;
-#include "description/information_rows.inc"
-
-    reader.describe(FG_LUT_VALUE, ParameterKind::lutEntry, "", "", 7);
+    for (const parameters::Row* row : parameters::orders::registry) {
+        table.parameters.push_back(fixedParameter(*row));
+    }
+    for (const parameters::Category& category : parameters::categories) {
+        table.categories.push_back(category.path());
+    }
     return table;
 }
 

@@ -3,7 +3,7 @@
 #include "applet/identity.h"
 #include "applet/resources.h"
 #include "applet/runtime_binding.h"
-#include "parameters/enumerations.h"
+#include "parameters/rows.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
@@ -76,7 +76,7 @@ void putBlock(std::span<const std::uint8_t> block, void* out1, void* out2) {
 
 std::int32_t constant(const char* constantName) {
     const std::string_view wanted = constantName == nullptr ? "" : constantName;
-    for (const parameters::Enumeration* enumeration : parameters::allEnumerations()) {
+    for (const parameters::Enumeration* enumeration : parameters::allEnumerations) {
         const auto entries = enumeration->entries();
         if (const auto entry = std::ranges::find(entries, wanted, &parameters::Enumerator::name);
             entry != entries.end()) {

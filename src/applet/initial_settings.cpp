@@ -1,8 +1,7 @@
 // What start-up does to a bound design: the runtime's parameters that the applet handles, and the initial settings.
 
 #include "applet/fg_ze_wrapper_impl.h"
-
-#include <variant>
+#include "parameters/rows.h"
 
 namespace qelm::applet {
 namespace {
@@ -15,20 +14,6 @@ constexpr std::int32_t handledLater[] = {
     FG_TRIGGERMODE,    FG_EXSYNCON,  FG_FLASHON, FG_EXPOSURE, FG_EXSYNCDELAY, FG_EXSYNCPOLARITY, FG_STROBEPULSEDELAY,
     FG_FLASH_POLARITY, FG_PRESCALER, FG_CCSEL0,  FG_CCSEL1,   FG_CCSEL2,      FG_CCSEL3,         FG_DIGIO_OUTPUT,
 };
-
-struct InitialSetting {
-    std::int32_t id;
-    std::variant<std::int32_t, double> value; ///< floating-point parameters alone stand with a point
-};
-constexpr InitialSetting initialSettings[] = {
-#define INITIAL_SETTING(parameter, value) {parameter, value},
-#include "applet/initial_settings.inc"
-};
-
-void apply(const InitialSetting& setting, const parameters::Dispatch& dispatch) {
-    const auto value = std::visit([](auto number) -> parameters::Value { return number; }, setting.value);
-    parameters::skipRefusal([&] { dispatch.at(setting.id).set(value); });
-}
 
 } // namespace
 
@@ -50,8 +35,8 @@ void FgZeWrapperImpl::applyInitialSettings() {
     for (std::size_t i = 0; i < parameters::DesignAccess::simulatorRegisterCount; ++i) {
         parameters::skipRefusal([&] { design_.write(static_cast<parameters::SimulatorRegister>(i), 0); });
     }
-    for (const InitialSetting& setting : initialSettings) {
-        apply(setting, dispatch_);
+    for (const parameters::Row* row : parameters::orders::initialSettings) {
+        parameters::skipRefusal([&] { dispatch_.at(row->id).set(parameters::initialValue(*row)); });
     }
 }
 

@@ -2,8 +2,7 @@
 
 #include "description/display_text.h"
 #include "description/information_text.h"
-#include "parameters/registry.h"
-#include "zantor_obvelline_qx4_rk/parameter_ids.h"
+#include "parameters/rows.h"
 
 #include <utility>
 
@@ -92,31 +91,39 @@ void Information::addEntry(ParameterNode& enumeration, std::string_view text, st
     enumeration.entries.push_back({std::string(cutText(displayText(text), longestText)), value, displayText(name)});
 }
 
-void Information::addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
-                                 const parameters::Enumeration& enumeration, std::int32_t access, std::int32_t id) {
-    ParameterNode& node = addEnumeration(category, displayName, name, access, "", id);
-    for (const parameters::Enumerator& entry : enumeration.entries()) {
-        addEntry(node, entry.text, entry.value, entry.name);
+void Information::addFixedParameters() {
+    std::map<const parameters::Category*, CategoryNode*> nodes{{nullptr, &root()}};
+    for (const parameters::Category& category : parameters::categories) {
+        nodes[&category] = &addCategory(*nodes.at(category.parent), category.name);
+    }
+    for (const parameters::Row* row : parameters::orders::information) {
+        addFixedParameter(*nodes.at(row->category), *row);
     }
 }
 
-void Information::addFixedParameters() {
-    CategoryNode& root = this->root();
-#define INFO_CATEGORY(symbol, parent, name) CategoryNode& symbol = addCategory(parent, name);
-#define INFO_INTEGER(category, displayName, parameter, minimum, maximum, increment, unit, access, level)               \
-    addInteger(category, displayName, #parameter, minimum, maximum, increment, access, level, unit, parameter);
-#define INFO_FLOAT(category, displayName, parameter, minimum, maximum, increment, unit, access, level)                 \
-    addFloat(category, displayName, #parameter, minimum, maximum, increment, access, level, unit, parameter);
-#define INFO_ENUMERATION(category, displayName, parameter, enumeration, access)                                        \
-    addEnumeration(category, displayName, #parameter, parameters::enumerations::enumeration, access, parameter);
-#define INFO_FILE_NAME(category, displayName, parameter, filter, access)                                               \
-    addFileName(category, displayName, #parameter, filter, access, parameter);
-#include "description/information_rows.inc"
-
-    for (const parameters::FixedParameter& row : parameters::fixedParameters()) {
-        if (ParameterNode* node = findMutable(row.id)) {
-            node->description = row.description;
+void Information::addFixedParameter(CategoryNode& category, const parameters::Row& row) {
+    const Kind kind = row.enumeration != nullptr                   ? Kind::enumeration
+                      : row.filter != nullptr                      ? Kind::fileName
+                      : row.type == parameters::ValueType::float64 ? Kind::floatingPoint
+                                                                   : Kind::integer;
+    ParameterNode& node = add(kind, category, row.displayName, row.name, row.access, row.level, row.unit, row.id);
+    node.description = row.description;
+    switch (kind) {
+    case Kind::enumeration:
+        for (const parameters::Enumerator& entry : row.enumeration->entries()) {
+            addEntry(node, entry.text, entry.value, entry.name);
         }
+        break;
+    case Kind::fileName:
+        node.filter = displayText(row.filter);
+        break;
+    case Kind::floatingPoint:
+        setRange(node.floatRange, row.minimum, row.maximum, row.step);
+        break;
+    default:
+        setRange(node.integerRange, static_cast<std::int64_t>(row.minimum), static_cast<std::int64_t>(row.maximum),
+                 static_cast<std::int64_t>(row.step));
+        break;
     }
 }
 

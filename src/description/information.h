@@ -1,12 +1,11 @@
 #pragma once
 
-#include "parameters/enumerations.h"
+#include "parameters/row.h"
 #include "platform/critical_section.h"
 
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <limits>
 #include <map>
 #include <set>
 #include <string>
@@ -14,8 +13,6 @@
 #include <vector>
 
 namespace qelm::description {
-
-inline constexpr double doubleEpsilon = std::numeric_limits<double>::epsilon();
 
 /** Access flags of a described parameter: bit value 1 read, 2 write, 4 third access bit. */
 namespace access {
@@ -136,8 +133,7 @@ class Information {
     ParameterNode& add(ParameterNode::Kind kind, CategoryNode& category, std::string_view displayName,
                        std::string_view name, std::int32_t access, std::int32_t level, std::string_view unit,
                        std::int32_t id);
-    void addEnumeration(CategoryNode& category, std::string_view displayName, std::string_view name,
-                        const parameters::Enumeration& enumeration, std::int32_t access, std::int32_t id);
+    void addFixedParameter(CategoryNode& category, const parameters::Row& row);
     ParameterNode* findMutable(std::int32_t id);
 
     std::deque<CategoryNode> categories_; // the root first; a deque keeps addresses

@@ -33,27 +33,4 @@ class Enumeration {
     std::span<const Enumerator> entries_;
 };
 
-namespace enumerations {
-
-namespace rows {
-#define FG_ENUMERATION(table) inline constexpr Enumerator table[] = {
-#define FG_ENUMERATOR(name, value, text) {text, value, #name},
-#define FG_ENUMERATOR_SHARED(name, value, text) {text, value, #name},
-#define FG_ENUMERATION_END(table)                                                                                      \
-    }                                                                                                                  \
-    ;
-#include "zantor_obvelline_qx4_rk/enumerations.inc"
-} // namespace rows
-
-#define FG_ENUMERATION(table) inline constexpr Enumeration table{rows::table};
-#define FG_ENUMERATOR(name, value, text)
-#define FG_ENUMERATOR_SHARED(name, value, text) static_assert((name) == (value), #name " stands with two values");
-#define FG_ENUMERATION_END(table)
-#include "zantor_obvelline_qx4_rk/enumerations.inc"
-
-} // namespace enumerations
-
-/** Every enumeration. */
-std::span<const Enumeration* const> allEnumerations();
-
 } // namespace qelm::parameters

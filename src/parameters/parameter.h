@@ -1,5 +1,6 @@
 #pragma once
 
+#include "parameters/row.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 #include "zantor_obvelline_qx4_rk/parameter_ids.h"
@@ -16,16 +17,6 @@ class Dispatch;
 
 /** What parameters take and give. */
 using Value = std::variant<std::uint32_t, std::int32_t, double, std::string, LutEntry>;
-
-/** What callers hand over and expect behind the pointer of a set or get. */
-enum class ValueType : std::uint8_t {
-    unsigned32,
-    signed32,
-    float64,
-    text,        ///< zero-terminated characters
-    lutEntry,    ///< a LutEntry; a get finds the index in it
-    description, ///< zero-terminated characters; a get finds a parameter's name there
-};
 
 /** Refuses a value with the given code unless the condition holds. */
 inline void require(bool condition, std::int32_t code) {
@@ -56,6 +47,18 @@ T valueAs(const Value& value) {
         }
     }
     return std::get<T>(value);
+}
+
+/** What a number begins with. */
+inline Value initialValue(const Row& row) {
+    switch (row.type) {
+    case ValueType::unsigned32:
+        return static_cast<std::uint32_t>(row.initial);
+    case ValueType::signed32:
+        return static_cast<std::int32_t>(row.initial);
+    default:
+        return row.initial;
+    }
 }
 
 /**

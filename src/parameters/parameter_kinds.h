@@ -1,8 +1,8 @@
 #pragma once
 
 #include "parameters/design_access.h"
-#include "parameters/enumerations.h"
 #include "parameters/parameter.h"
+#include "parameters/rows.h"
 
 #include <functional>
 #include <string>

@@ -1,5 +1,7 @@
 #include "parameters/registry.h"
 
+#include "parameters/rows.h"
+
 namespace qelm::parameters {
 namespace {
 
@@ -10,19 +12,11 @@ std::optional<std::int32_t> find(const std::map<std::string, std::int32_t, std::
 
 } // namespace
 
-std::span<const FixedParameter> fixedParameters() {
-    static constexpr FixedParameter rows[] = {
-#define FG_PARAMETER(name, identifier, description) {#name, identifier, description},
-#include "zantor_obvelline_qx4_rk/parameter_table.inc"
-    };
-    return rows;
-}
-
 void Registry::addFixedParameters() {
-    for (const FixedParameter& row : fixedParameters()) {
-        ids_.emplace(row.name, row.id);
-        names_.emplace(count(), row.name);
-        descriptions_.emplace(row.name, row.description);
+    for (const Row* row : orders::registry) {
+        ids_.emplace(row->name, row->id);
+        names_.emplace(count(), row->name);
+        descriptions_.emplace(row->name, row->description);
     }
 }
 

@@ -4,21 +4,10 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
 namespace qelm::parameters {
-
-/** A row of the fixed parameter table. */
-struct FixedParameter {
-    const char* name;
-    std::int32_t id;
-    const char* description;
-};
-
-/** The fixed parameters in registry order. */
-std::span<const FixedParameter> fixedParameters();
 
 /**
  * The vocabulary of parameters of one applet: the fixed ones and, behind them, the direct-access ones. Built once at

@@ -55,10 +55,10 @@ bool store(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
 }
 
 bool apply(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
-    return forEachAppliedKey([&](const ConfigurationKey& key) {
-        Parameter& parameter = dispatch.at(key.id);
+    return std::ranges::all_of(appliedKeys, [&](const ConfigurationKey* key) {
+        Parameter& parameter = dispatch.at(key->id);
         const auto set = [&](const Value& value) { parameters::skipRefusal([&] { parameter.set(value); }); };
-        return read(parser, key, set);
+        return read(parser, *key, set);
     });
 }
 

@@ -1,18 +1,22 @@
 #pragma once
 
+#include "parameters/rows.h"
 #include "persistence/fg_config_file_parser.h"
-#include "zantor_obvelline_qx4_rk/parameter_ids.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <variant>
 
-/** The keys of a configuration file, from configuration_keys.inc. */
+/** The keys of a configuration file, as the rows of their parameters say. */
 namespace qelm::persistence {
 
 enum class KeyType : std::uint8_t { integer, number, text };
-enum class KeyLoading : std::uint8_t { both, first, keepOnly, applyOnly };
+/** What a load does with the value: keep it without a check, apply it through the parameter's setter, or both. */
+enum class KeyLoading : std::uint8_t { both, keepOnly, applyOnly };
 
 struct ConfigurationKey {
     const char* name;
@@ -21,11 +25,34 @@ struct ConfigurationKey {
     KeyLoading loading;
 };
 
+constexpr ConfigurationKey keyOf(const parameters::Row& row) {
+    using parameters::ConfigurationUse;
+    using parameters::ValueType;
+    return {row.name, row.id,
+            row.type == ValueType::text      ? KeyType::text
+            : row.type == ValueType::float64 ? KeyType::number
+                                             : KeyType::integer,
+            row.configuration == ConfigurationUse::kept      ? KeyLoading::keepOnly
+            : row.configuration == ConfigurationUse::applied ? KeyLoading::applyOnly
+                                                             : KeyLoading::both};
+}
+
 /** In file order. */
-inline constexpr ConfigurationKey configurationKeys[] = {
-#define CONFIGURATION_KEY(parameter, type, loading) {#parameter, parameter, KeyType::type, KeyLoading::loading},
-#include "persistence/configuration_keys.inc"
-};
+inline constexpr auto configurationKeys = [] {
+    std::array<ConfigurationKey, std::size(parameters::orders::configuration)> keys{};
+    std::ranges::transform(parameters::orders::configuration, keys.begin(),
+                           [](const parameters::Row* row) { return keyOf(*row); });
+    return keys;
+}();
+
+/** Those that a load applies, in that order. */
+inline constexpr auto appliedKeys = [] {
+    std::array<const ConfigurationKey*, std::size(parameters::orders::load)> keys{};
+    std::ranges::transform(parameters::orders::load, keys.begin(), [](const parameters::Row* row) {
+        return &*std::ranges::find(configurationKeys, row->id, &ConfigurationKey::id);
+    });
+    return keys;
+}();
 
 /** The port whose section holds them; files may have sections for others. */
 inline constexpr std::uint32_t configurationPort = 0;
@@ -35,19 +62,5 @@ using ConfigurationValue = std::variant<std::int32_t, double, std::string>;
 
 /** The value of a key; nothing when it is missing or, as a text too, holds "Error", the mark of a missing one. */
 std::optional<ConfigurationValue> readKey(Fg_ConfigFileParser& parser, const ConfigurationKey& key);
-
-/** Calls use(key) for every key that a load applies, in that order, as long as it answers true. */
-template <typename Use>
-bool forEachAppliedKey(Use&& use) {
-    for (const bool first : {true, false}) {
-        for (const ConfigurationKey& key : configurationKeys) {
-            const bool applied = key.loading != KeyLoading::keepOnly && (key.loading == KeyLoading::first) == first;
-            if (applied && !use(key)) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
 
 } // namespace qelm::persistence

@@ -244,10 +244,9 @@ void Check::checkSettings() {
     constexpr std::string_view stop = "FG_AREATRIGGERMODE=";
     const TemporaryFile beginning(without(contents_.text(), stop));
     applet_->Fg_loadConfig(session.board(), beginning.path().c_str());
-    persistence::forEachAppliedKey([&](const ConfigurationKey& key) {
-        apply(session, key);
-        return true;
-    });
+    for (const ConfigurationKey* key : persistence::appliedKeys) {
+        apply(session, *key);
+    }
     const host::Reference shading = host::parseReference(session.parameters(), "FG_SHADING_APPLY_SETTINGS");
     try {
         host::writeValue(session.board(), {shading, uint32_t{FG_APPLY}});

@@ -1,8 +1,10 @@
-#include "markdown.h"
 #include "output.h"
 #include "session.h"
 
+#include "parameters/reference.h"
+
 #include <algorithm>
+#include <iostream>
 #include <utility>
 
 namespace qelm::tool {
@@ -64,7 +66,7 @@ class Tree {
 
 int list(const CommonOptions& options, const ListOptions& listOptions) {
     if (listOptions.markdown) {
-        printMarkdownReference();
+        std::cout << parameters::reference;
         return 0;
     }
     const host::Applet applet = loadApplet(options);
