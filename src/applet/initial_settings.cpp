@@ -8,23 +8,19 @@ namespace {
 
 constexpr std::int32_t port = 0;
 
-// Runtime parameters that the applet handles itself, in the order in which they are marked.
-constexpr std::int32_t handledFirst = FG_SHADING_GAIN_NORMALIZATION_VALUE;
-constexpr std::int32_t handledLater[] = {
-    FG_TRIGGERMODE,    FG_EXSYNCON,  FG_FLASHON, FG_EXPOSURE, FG_EXSYNCDELAY, FG_EXSYNCPOLARITY, FG_STROBEPULSEDELAY,
-    FG_FLASH_POLARITY, FG_PRESCALER, FG_CCSEL0,  FG_CCSEL1,   FG_CCSEL2,      FG_CCSEL3,         FG_DIGIO_OUTPUT,
-};
-
 } // namespace
 
 void FgZeWrapperImpl::prepareDesign() {
     const templates::platform::CriticalSectionGuard guard(&objectLock_);
     try {
-        markHandled(port, handledFirst);
+        // Parameters that the runtime knows as well and the applet handles.
+        markHandled(port, FG_SHADING_GAIN_NORMALIZATION_VALUE);
         shading_.prepare();
         triggerUnit_.prepare();
-        for (const std::int32_t id : handledLater) {
-            markHandled(port, id);
+        for (const parameters::Row* row : parameters::orders::registry) {
+            if (row->triggerSet == parameters::TriggerSet::legacy) {
+                markHandled(port, row->id);
+            }
         }
     } catch (...) { // NOLINT(bugprone-empty-catch): one failure ends the step; the rest of the marks stays unset
     }
