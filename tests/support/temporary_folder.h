@@ -18,8 +18,9 @@ class TemporaryFolder {
   public:
     TemporaryFolder() {
         const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
-        path_ = std::filesystem::path(testing::TempDir()) /
-                (std::string("qelm_") + test->test_suite_name() + "_" + test->name());
+        std::string name = std::string("qelm_") + test->test_suite_name() + "_" + test->name();
+        std::replace(name.begin(), name.end(), '/', '_'); // of tests with parameters
+        path_ = std::filesystem::path(testing::TempDir()) / name;
         std::filesystem::remove_all(path_);
         std::filesystem::create_directories(path_ / "system");
         useForSystem(path_ / "system");

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 constexpr std::size_t headerLength = 64;
@@ -188,4 +188,4 @@ TEST(DesignLoader, BoardsRunTheDesignTheyWereStartedWith) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

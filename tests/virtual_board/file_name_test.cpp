@@ -11,7 +11,7 @@
 #include <windows.h>
 #endif
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 constexpr std::uint8_t pixels[32] = {1, 2, 3};
@@ -36,7 +36,7 @@ std::string inCodePage(const std::filesystem::path& path) {
 
 class FileNames : public testing::TestWithParam<const char8_t*> {
   protected:
-    Folder folder_;
+    TemporaryFolder folder_;
     StartedBoard started_;
 };
 
@@ -56,7 +56,8 @@ TEST_P(FileNames, OfScenesAndPicturesAreUtf8) {
         EXPECT_TRUE(std::filesystem::exists(path));
         EXPECT_EQ(connect(), 0) << problem;
     }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2) << "and no other name";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 3)
+        << "the system's folder, and no other name";
 }
 
 TEST_P(FileNames, ThroughVendorLibrariesAreInTheSystemsCodePage) {
@@ -79,12 +80,12 @@ INSTANTIATE_TEST_SUITE_P(All, FileNames, testing::Values(u8"plain", u8"\u00fc", 
 
 #if defined(_WIN32)
 TEST(FileName, ThatIsNoUtf8IsRefused) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string name = folder.path().string() + "\\\xfc.tif";
     EXPECT_EQ(virtualBoardWritePicture(name.c_str(), pixels, 16, 2, 8), -1);
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_TRUE(folder.files().empty());
 }
 #endif
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/temporary_folder.h"
 #include "vendor/nuvpix.h"
 #include "vendor/nuvrak5.h"
 #include "vendor/nuvrod.h"
@@ -8,9 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -21,7 +20,7 @@ extern "C" {
 #undef VENDOR_FUNCTION
 }
 
-namespace qelm::tests {
+namespace qelm::test {
 
 inline constexpr std::int32_t designNumber = 2628;
 
@@ -33,28 +32,6 @@ inline std::string readFile(const std::string& path) {
 inline void writeFile(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
-
-/** A folder of the test's own, gone with it. */
-class Folder {
-  public:
-    Folder() {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        std::string name = std::string("virtual_board_") + test->test_suite_name() + "_" + test->name();
-        std::replace(name.begin(), name.end(), '/', '_'); // of tests with parameters
-        path_ = std::filesystem::temp_directory_path() / name;
-        std::filesystem::remove_all(path_);
-        std::filesystem::create_directories(path_);
-    }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-  private:
-    std::filesystem::path path_;
-};
 
 /** A board that runs the built design image, as an applet would have started it. */
 class StartedBoard {
@@ -81,4 +58,4 @@ class StartedBoard {
     void* handle;
 };
 
-} // namespace qelm::tests
+} // namespace qelm::test

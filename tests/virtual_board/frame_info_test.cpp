@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 using testing::ElementsAre;
@@ -128,4 +128,4 @@ TEST_F(FrameInfo, TellsOfOverflows) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

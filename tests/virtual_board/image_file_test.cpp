@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 enum class Compression : std::uint16_t { None = 1, Lzw = 5, Deflate = 8, PackBits = 32773 };
@@ -243,7 +243,7 @@ TEST(ImageFiles, ReadsEveryLayoutToTheSamePixels) {
         {"colour planes", {.samples = 3, .photometric = 2, .planar = 2, .decoded = planes}, 8, 3, rgb},
 #endif
     };
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const auto& row : cases) {
         SCOPED_TRACE(row.what);
         const std::string path = folder.file("image.tiff");
@@ -267,7 +267,7 @@ TEST(ImageFiles, RefusesWhatItCannotTell) {
         {"without width", {.width = 0, .decoded = {}}},
         {"unknown compression", {.compression = static_cast<Compression>(999), .decoded = pixels}},
     };
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.file("image.tiff");
     for (const auto& [what, file] : cases) {
         SCOPED_TRACE(what);
@@ -284,7 +284,7 @@ TEST(ImageFiles, RefusesWhatItCannotTell) {
 }
 
 TEST(ImageFiles, SurvivesDamagedFilesInSilence) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.file("image.tiff");
     std::mt19937 random(26);
     ::testing::internal::CaptureStderr();
@@ -303,7 +303,7 @@ TEST(ImageFiles, SurvivesDamagedFilesInSilence) {
 }
 
 TEST(ImageFiles, WritesWhatItReadsAndLeavesNoHalfFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string path = folder.file("image.tiff");
     std::string pixels;
     for (int i = 0; i < 2 * 33 * 7; ++i) {
@@ -327,4 +327,4 @@ TEST(ImageFiles, WritesWhatItReadsAndLeavesNoHalfFile) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

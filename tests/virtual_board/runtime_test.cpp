@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 constexpr std::int32_t notPermitted = -12;
@@ -456,7 +456,7 @@ TEST_F(Runtime, ChosenCallsFailWithoutEffect) {
 
 TEST_F(Runtime, CoefficientsAreReadWhenTheyAreLoaded) {
     constexpr std::int32_t side = 8192;
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string plane = folder.file("plane.tiff"), small = folder.file("small.tiff");
     std::vector<std::uint16_t> values(std::size_t{side} * side, 4096);
     values[1] = 0x1234;
@@ -487,4 +487,4 @@ TEST_F(Runtime, CoefficientsAreReadWhenTheyAreLoaded) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

@@ -13,7 +13,7 @@
 #include <dlfcn.h>
 #endif
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 #ifdef _WIN32
@@ -92,4 +92,4 @@ TEST(RuntimeVariants, LackExactlyTheirFunctionsAndAreFoundByName) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

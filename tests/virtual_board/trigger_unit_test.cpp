@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace qelm::tests {
+namespace qelm::test {
 namespace {
 
 using testing::ElementsAre;
@@ -294,4 +294,4 @@ TEST_F(TriggerUnit, WithoutAQueueATriggerThatComesTooEarlyIsLost) {
 }
 
 } // namespace
-} // namespace qelm::tests
+} // namespace qelm::test

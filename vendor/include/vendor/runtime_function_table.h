@@ -48,7 +48,6 @@ class RuntimeFunctionTable {
 using InitHandleSlaveAware = void* (*)(const char* hapFileName, void* board, void* designImage, std::int32_t isSlave);
 using InitHandle = void* (*)(const char* hapFileName, void* board, void* designImage);
 using GetParameterIdByName = std::int32_t (*)(void* handle, const char* name);
-using GetLastErrorNumber = std::int32_t (*)(void* handle);
 using GetDesignTree = const DesignNode* (*)(void* handle);
 
 } // namespace qelm::vendor
