@@ -2,6 +2,7 @@
 
 #include "applet/identity.h"
 #include "description/direct_access.h"
+#include "parameters/rows.h"
 #include "persistence/configuration.h"
 #include "platform/operating_system.h"
 #include "vendor/nuvrod.h"
@@ -19,6 +20,10 @@ constexpr std::int32_t onlyPort = 0;
 
 [[noreturn]] void throwNotImplemented(const char* operation) {
     throw std::runtime_error(std::string(operation) + "() is not implemented.");
+}
+
+void applyInitialSetting(const parameters::Row& row, const parameters::Dispatch& dispatch) {
+    parameters::skipRefusal([&] { dispatch.at(row.id).set(parameters::initialValue(row)); });
 }
 
 } // namespace
@@ -87,6 +92,32 @@ void FgZeWrapperImpl::buildParameterInfo() {
     }
     if (directDesignAccess_) {
         description::direct_access::describeDesignParameters(information(), registry_, binding().designTree());
+    }
+}
+
+void FgZeWrapperImpl::prepareDesign() {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    try {
+        // Parameters that the runtime knows as well and the applet handles.
+        markHandled(onlyPort, FG_SHADING_GAIN_NORMALIZATION_VALUE);
+        shading_.prepare();
+        triggerUnit_.prepare();
+        for (const parameters::Row* row : parameters::orders::registry) {
+            if (row->triggerSet == parameters::TriggerSet::legacy) {
+                markHandled(onlyPort, row->id);
+            }
+        }
+    } catch (...) { // NOLINT(bugprone-empty-catch): one failure ends the step; the rest of the marks stays unset
+    }
+}
+
+void FgZeWrapperImpl::applyInitialSettings() {
+    const templates::platform::CriticalSectionGuard guard(&objectLock_);
+    for (std::size_t i = 0; i < parameters::DesignAccess::simulatorRegisterCount; ++i) {
+        parameters::skipRefusal([&] { design_.write(static_cast<parameters::SimulatorRegister>(i), 0); });
+    }
+    for (const parameters::Row* row : parameters::orders::initialSettings) {
+        applyInitialSetting(*row, dispatch_);
     }
 }
 

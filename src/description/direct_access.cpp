@@ -140,7 +140,7 @@ class UniqueCategories {
         std::string name = displayText(groupName);
         for (const CategoryNode* around = &parent; around != nullptr && taken_.contains(name);
              around = around->parent) {
-            name = around->name + "_" + name;
+            name.insert(0, around->name + "_");
         }
         while (!taken_.insert(name).second) {
             name += '_';

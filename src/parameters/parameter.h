@@ -37,13 +37,10 @@ void skipRefusal(Action&& action) {
 /** The value in a parameter's own type; 32-bit integers are taken for each other, bit by bit. */
 template <typename T>
 T valueAs(const Value& value) {
-    if constexpr (std::is_same_v<T, std::uint32_t>) {
-        if (const auto* number = std::get_if<std::int32_t>(&value)) {
-            return static_cast<std::uint32_t>(*number);
-        }
-    } else if constexpr (std::is_same_v<T, std::int32_t>) {
-        if (const auto* number = std::get_if<std::uint32_t>(&value)) {
-            return static_cast<std::int32_t>(*number);
+    if constexpr (std::is_integral_v<T>) {
+        using OtherSign = std::conditional_t<std::is_signed_v<T>, std::uint32_t, std::int32_t>;
+        if (const auto* number = std::get_if<OtherSign>(&value)) {
+            return static_cast<T>(*number);
         }
     }
     return std::get<T>(value);

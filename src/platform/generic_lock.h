@@ -73,8 +73,8 @@ class QELM_LOCK_GUARD GenericLockGuard : public Guard<GenericLock*> {
         lock_->enter();
         held_ = true;
     }
-    ~GenericLockGuard() noexcept(false)
-        QELM_RELEASES() QELM_IMPLEMENTS_LOCK override { // NOLINT(bugprone-exception-escape)
+    // NOLINTNEXTLINE(bugprone-exception-escape)
+    ~GenericLockGuard() noexcept(false) QELM_RELEASES() QELM_IMPLEMENTS_LOCK override {
         if (held_) {
             lock_->leave();
         }

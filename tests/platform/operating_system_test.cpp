@@ -15,7 +15,6 @@ namespace {
 
 using namespace platform;
 
-using testing::EndsWith;
 using testing::Optional;
 using testing::StrEq;
 
