@@ -5,7 +5,7 @@
 
 #include "runtime.h"
 
-#include "maker/nuvpix.h"
+#include "vendor/nuvpix.h"
 
 #include <benchmark/benchmark.h>
 
