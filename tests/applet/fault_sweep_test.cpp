@@ -1,4 +1,4 @@
-// Every call that an operation makes into the maker's libraries fails in turn. Whatever it was, the code comes back,
+// Every call that an operation makes into the vendor libraries fails in turn. Whatever it was, the code comes back,
 // the board's values and descriptions stay as they were, nothing is left behind, and the next try works.
 
 #include "support/fault_sweep.h"

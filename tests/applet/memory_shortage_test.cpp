@@ -17,7 +17,7 @@ namespace {
 /** Of the allocations on this thread the one that fails; counted down. None does while it is negative. */
 thread_local int allocationsUntilFailure = -1;
 
-/** Whether the maker's libraries, which are not under test, are among the callers. */
+/** Whether the vendor libraries, which are not under test, are among the callers. */
 bool isTheMakers() {
     std::array<void*, 64> callers{};
     const int depth = backtrace(callers.data(), static_cast<int>(callers.size()));

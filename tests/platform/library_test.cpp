@@ -19,8 +19,8 @@
 namespace qelm::test {
 namespace {
 
-/** The maker's libraries, kept in the process as a host does that has more than one applet. */
-std::list<host::Library> makersLibraries() {
+/** The vendor libraries, kept in the process as a host does that has more than one applet. */
+std::list<host::Library> vendorLibraries() {
     std::list<host::Library> libraries;
     for (const char* name : {"qelm_virtual_board", "nuvrak5", "nuvrod", "qelm_hw", "nuvpix"}) {
         libraries.emplace_back(host::executableFolder() / host::libraryFileName(name));
@@ -88,10 +88,10 @@ TEST(AppletLibrary, IsLoadedAndUnloadedThousandsOfTimesWithoutATrace) {
 #else
     constexpr int cycles = 5000;
 #endif
-    constexpr int warm = 100; // by then the host, the system and the maker's libraries have what they keep
+    constexpr int warm = 100; // by then the host, the system and the vendor libraries have what they keep
     constexpr int seldom = 20;
     constexpr std::size_t tolerated = std::size_t{128} << 10;
-    const std::list<host::Library> kept = makersLibraries();
+    const std::list<host::Library> kept = vendorLibraries();
     const TemporaryFolder folder;
     Worker worker;
     std::size_t index = 0;

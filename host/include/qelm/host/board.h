@@ -29,7 +29,7 @@ struct BoardOptions {
     int32_t mode = 0;
 };
 
-/** One call into the maker's libraries, as the virtual board recorded it. */
+/** One call into the vendor libraries, as the virtual board recorded it. */
 struct TracedCall {
     std::string call;
     std::string target; ///< design parameter, register or runtime parameter; an element as "name[2]"
