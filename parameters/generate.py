@@ -31,6 +31,13 @@ TYPES = {
     "text": "text",
     "lut entry": "lutEntry",
 }
+CPP_TYPES = {
+    "uint32": "std::uint32_t",
+    "int32": "std::int32_t",
+    "float64": "double",
+    "text": "std::string",
+    "lut entry": "LutEntry",
+}
 USES = {"settable": "settable", "command": "command", "read-only": "readOnly", "live": "live"}
 CONFIGURATION_USES = {"kept and applied": "keptAndApplied", "kept": "kept", "applied": "applied"}
 TRIGGER_SETS = {"current": "current", "legacy": "legacy", "shared": "shared"}
@@ -129,6 +136,7 @@ class Parameter:
     enumeration: str | None = None
     filter: str | None = None
     limits: tuple | None = None  # minimum, maximum, step
+    moving: str | None = None  # "minimum" or "maximum"
     unit: str = ""
     initial: int | float | None = None
     configuration: str | None = None
@@ -289,8 +297,11 @@ class Tables:
         kinds = [int] if parameter.is_integer else [int, float]
         step_kinds = kinds if parameter.is_integer else [*kinds, str]
         known = {"minimum": kinds, "maximum": kinds, "step": step_kinds}
-        limits = table.fields(fields["limits"], known, *place)
+        limits = table.fields(fields["limits"], known | {"moving": [str]}, *place)
         table.require(limits, known, fields["limits"], *place)
+        parameter.moving = limits.pop("moving", None)
+        if parameter.moving not in (None, "minimum", "maximum"):
+            table.error('what moves is the "minimum" or the "maximum"', *place)
         if not parameter.is_number:
             table.error("only numbers have limits", *place)
         if len(limits) != len(known):
@@ -495,9 +506,9 @@ def rows(tables):
     add("/** A row for each parameter. */")
     add("namespace rows {")
     for parameter in tables.ordered("registry"):
-        add(f"inline constexpr Row {parameter.name}{{")
+        add(f"inline constexpr RowOf<{CPP_TYPES[parameter.type]}> {parameter.name}{{{{")
         lines.extend(f"    .{field} = {value}," for field, value in row_fields(tables, parameter))
-        add("};")
+        add("}};")
     add("} // namespace rows")
     add("")
     add("/** Rows in the orders that callers see. */")
@@ -548,6 +559,8 @@ def row_fields(tables, parameter):
         yield "minimum", plain(minimum)
         yield "maximum", plain(maximum)
         yield "step", "continuous" if step == "continuous" else plain(step)
+    if parameter.moving:
+        yield "moving", f"Moving::{parameter.moving}"
     if parameter.unit:
         yield "unit", quoted(parameter.unit)
     if parameter.filter is not None:

@@ -5,12 +5,11 @@
 namespace qelm::features {
 namespace {
 
+namespace rows = parameters::rows;
 using parameters::require;
 using enum parameters::DesignParameter;
 
 constexpr std::uint32_t port = 0;
-constexpr std::uint32_t shortestTimeout = 2;         // seconds
-constexpr std::uint32_t longestTimeout = 2147483646; // seconds
 constexpr std::uint32_t appletId = 0;
 constexpr std::uint32_t appletVersion = 2;
 constexpr std::uint32_t appletRevision = 4;
@@ -38,18 +37,16 @@ auto passesOn(parameters::DesignAccess& design, std::int32_t id) {
 BoardStatus::BoardStatus(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                          std::string designImageFileName)
     : design_(design)
-    , timeout_(dispatch, FG_TIMEOUT, 1000000,
-               {.check = parameters::inRange(shortestTimeout, longestTimeout), .apply = passesOn(design, FG_TIMEOUT)})
-    , turboDmaMode_(dispatch, FG_TURBO_DMA_MODE, 0,
-                    {.check = parameters::inRange(0U, 1U), .apply = passesOn(design, FG_TURBO_DMA_MODE)})
-    , overflow_(dispatch, FG_OVERFLOW, parameters::calls(this, &BoardStatus::readOverflow))
-    , fillLevel_(dispatch, FG_FILLLEVEL, [this] { return readFillLevel(readOverflow()); })
-    , extendedStatus_(dispatch, FG_CAMSTATUS_EXTENDED, parameters::calls(this, &BoardStatus::readExtendedStatus))
-    , cameraStatus_(dispatch, FG_CAMSTATUS, [this] { return readExtendedStatus() & 1U; })
-    , appletId_(dispatch, FG_APPLET_ID, [] { return appletId; })
-    , appletVersion_(dispatch, FG_APPLET_VERSION, [] { return appletVersion; })
-    , appletRevision_(dispatch, FG_APPLET_REVISION, [] { return appletRevision; })
-    , hapFile_(dispatch, FG_HAP_FILE, [name = std::move(designImageFileName)] { return name; }) {
+    , timeout_(dispatch, rows::FG_TIMEOUT, {.apply = passesOn(design, FG_TIMEOUT)})
+    , turboDmaMode_(dispatch, rows::FG_TURBO_DMA_MODE, {.apply = passesOn(design, FG_TURBO_DMA_MODE)})
+    , overflow_(dispatch, rows::FG_OVERFLOW, parameters::calls(this, &BoardStatus::readOverflow))
+    , fillLevel_(dispatch, rows::FG_FILLLEVEL, [this] { return readFillLevel(readOverflow()); })
+    , extendedStatus_(dispatch, rows::FG_CAMSTATUS_EXTENDED, parameters::calls(this, &BoardStatus::readExtendedStatus))
+    , cameraStatus_(dispatch, rows::FG_CAMSTATUS, [this] { return readExtendedStatus() & 1U; })
+    , appletId_(dispatch, rows::FG_APPLET_ID, [] { return appletId; })
+    , appletVersion_(dispatch, rows::FG_APPLET_VERSION, [] { return appletVersion; })
+    , appletRevision_(dispatch, rows::FG_APPLET_REVISION, [] { return appletRevision; })
+    , hapFile_(dispatch, rows::FG_HAP_FILE, [name = std::move(designImageFileName)] { return name; }) {
     for (const std::int32_t id : answeredByRuntime) {
         dispatch.addAnsweredByRuntime(id);
     }

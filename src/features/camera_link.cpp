@@ -3,7 +3,7 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using enum parameters::DesignParameter;
 
 constexpr std::uint32_t tapCount = 4;
@@ -39,15 +39,11 @@ constexpr std::uint32_t sourceTap(std::uint32_t code, std::uint32_t tap) {
 
 CameraLink::CameraLink(parameters::Dispatch& dispatch, parameters::DesignAccess& design)
     : design_(design)
-    , cameraType_(dispatch, FG_CAMERA_LINK_CAMTYPE, FG_CL_MEDIUM_8_BIT,
-                  {.check = parameters::oneOf<std::int32_t>(enumerations::CameraType),
-                   .apply = parameters::calls(this, &CameraLink::writeCameraType)})
-    , useDval_(dispatch, FG_USEDVAL, FG_YES,
-               {.check = parameters::oneOf<std::int32_t>(enumerations::YesNo),
-                .apply = parameters::writesTo(design, Camera_UseDval)})
-    , tapGeometry_(dispatch, FG_DEVICETAPGEOMETRY, Geometry_2XE_2YE,
-                   {.check = parameters::oneOf<std::uint32_t>(enumerations::TapGeometry),
-                    .apply = parameters::calls(this, &CameraLink::writeTapGeometry)}) {}
+    , cameraType_(dispatch, rows::FG_CAMERA_LINK_CAMTYPE,
+                  {.apply = parameters::calls(this, &CameraLink::writeCameraType)})
+    , useDval_(dispatch, rows::FG_USEDVAL, {.apply = parameters::writesTo(design, Camera_UseDval)})
+    , tapGeometry_(dispatch, rows::FG_DEVICETAPGEOMETRY,
+                   {.apply = parameters::calls(this, &CameraLink::writeTapGeometry)}) {}
 
 void CameraLink::writeCameraType() {
     for (const CameraFormat& format : cameraFormats) {

@@ -30,7 +30,7 @@ class CameraSimulator {
     /** Raises -6000 when accuracy and frequency (MHz) make no such clock. */
     static Clock divide(std::uint32_t accuracy, double frequency);
 
-    Tap tap(parameters::Dispatch& dispatch, std::int32_t id, std::uint32_t bit);
+    Tap tap(parameters::Dispatch& dispatch, const parameters::RowOf<std::int32_t>& row, std::uint32_t bit);
     void writeWidths();
     void writeClock();
 

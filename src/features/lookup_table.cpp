@@ -10,7 +10,7 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -61,7 +61,7 @@ void computeProcessorTable(const ProcessorSettings& settings, std::span<std::uin
 }
 
 LookupTable::Entry::Entry(parameters::Dispatch& dispatch, LookupTable& table)
-    : Parameter(dispatch, FG_LUT_VALUE, parameters::ValueType::lutEntry)
+    : Parameter(dispatch, rows::FG_LUT_VALUE.id, rows::FG_LUT_VALUE.type)
     , owner_(table) {}
 
 parameters::Value LookupTable::Entry::get(const parameters::Value& request) {
@@ -94,25 +94,20 @@ LookupTable::LookupTable(parameters::Dispatch& dispatch, parameters::DesignAcces
                          description::Information& information)
     : design_(design)
     , information_(information)
-    , type_(dispatch, FG_LUT_TYPE, LUT_TYPE_PROCESSING,
-            {.check = parameters::oneOf<std::int32_t>(enumerations::LutType),
-             .apply = parameters::calls(this, &LookupTable::fill),
+    , type_(dispatch, rows::FG_LUT_TYPE,
+            {.apply = parameters::calls(this, &LookupTable::fill),
              .settled = parameters::calls(this, &LookupTable::updateAccess)})
-    , customFile_(dispatch, FG_LUT_CUSTOM_FILE, "", {.apply = parameters::calls(this, &LookupTable::loadFile)})
-    , saveFile_(dispatch, FG_LUT_SAVE_FILE, "", {.apply = parameters::calls(this, &LookupTable::saveFile)})
-    , offset_(dispatch, FG_PROCESSING_OFFSET, 0.0,
-              {.check = parameters::inRange(-1.0, 1.0), .apply = parameters::calls(this, &LookupTable::process)})
-    , gain_(dispatch, FG_PROCESSING_GAIN, 1.0,
-            {.check = parameters::inRange(0.0, 4096.0), .apply = parameters::calls(this, &LookupTable::process)})
-    , gamma_(dispatch, FG_PROCESSING_GAMMA, 1.0,
-             {.check = parameters::inRange(-1000.0, 1000.0), .apply = parameters::calls(this, &LookupTable::process)})
-    , invert_(dispatch, FG_PROCESSING_INVERT, FG_OFF,
-              {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
-               .apply = parameters::calls(this, &LookupTable::process)})
+    , customFile_(dispatch, rows::FG_LUT_CUSTOM_FILE, {.apply = parameters::calls(this, &LookupTable::loadFile)})
+    , saveFile_(dispatch, rows::FG_LUT_SAVE_FILE, {.apply = parameters::calls(this, &LookupTable::saveFile)})
+    , offset_(dispatch, rows::FG_PROCESSING_OFFSET, {.apply = parameters::calls(this, &LookupTable::process)})
+    , gain_(dispatch, rows::FG_PROCESSING_GAIN, {.apply = parameters::calls(this, &LookupTable::process)})
+    , gamma_(dispatch, rows::FG_PROCESSING_GAMMA, {.apply = parameters::calls(this, &LookupTable::process)})
+    , invert_(dispatch, rows::FG_PROCESSING_INVERT, {.apply = parameters::calls(this, &LookupTable::process)})
     , entry_(dispatch, *this)
-    , implementation_(dispatch, FG_LUT_IMPLEMENTATION_TYPE, [] { return std::int32_t{LUT_IMPLEMENTATION_FULL_LUT}; })
-    , inBits_(dispatch, FG_LUT_IN_BITS, [] { return bits; })
-    , outBits_(dispatch, FG_LUT_OUT_BITS, [] { return bits; }) {}
+    , implementation_(dispatch, rows::FG_LUT_IMPLEMENTATION_TYPE,
+                      [] { return std::int32_t{LUT_IMPLEMENTATION_FULL_LUT}; })
+    , inBits_(dispatch, rows::FG_LUT_IN_BITS, [] { return bits; })
+    , outBits_(dispatch, rows::FG_LUT_OUT_BITS, [] { return bits; }) {}
 
 // Either of the two does nothing in the other's mode.
 void LookupTable::fill() {

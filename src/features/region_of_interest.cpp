@@ -5,6 +5,7 @@
 namespace qelm::features {
 namespace {
 
+namespace rows = parameters::rows;
 using parameters::calls;
 using parameters::DesignParameter;
 using parameters::require;
@@ -28,56 +29,45 @@ std::int64_t remaining(const RegionOfInterest::Pixels& camera, const RegionOfInt
     return std::int64_t{camera.value()} - std::int64_t{taken.value()};
 }
 
-void checkCameraWidth(std::uint32_t width) {
-    require(width >= alignment && width <= designLimit, FG_ERROR_OUT_OF_RANGE);
-    require(width % alignment == 0, FG_ERROR_ALIGNMENT);
-}
-
 } // namespace
 
 RegionOfInterest::RegionOfInterest(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                                    description::Information& information)
     : design_(design)
     , information_(information)
-    , width_(dispatch, FG_WIDTH, 1024,
+    , width_(dispatch, rows::FG_WIDTH,
              {.check = calls(this, &RegionOfInterest::checkWidth),
               .apply = calls(this, &RegionOfInterest::writeWidth),
               .settled = calls(this, &RegionOfInterest::limitXOffset)})
-    , height_(dispatch, FG_HEIGHT, 1024,
+    , height_(dispatch, rows::FG_HEIGHT,
               {.check = calls(this, &RegionOfInterest::checkHeight),
                .apply = calls(this, &RegionOfInterest::writeHeight),
                .settled = calls(this, &RegionOfInterest::limitYOffset)})
-    , xOffset_(dispatch, FG_XOFFSET, 0,
+    , xOffset_(dispatch, rows::FG_XOFFSET,
                {.check = calls(this, &RegionOfInterest::checkXOffset),
                 .apply = calls(this, &RegionOfInterest::writeXOffset),
                 .settled = calls(this, &RegionOfInterest::limitWidth)})
-    , yOffset_(dispatch, FG_YOFFSET, 0,
+    , yOffset_(dispatch, rows::FG_YOFFSET,
                {.check = calls(this, &RegionOfInterest::checkYOffset),
                 .apply = calls(this, &RegionOfInterest::writeYOffset),
                 .settled = calls(this, &RegionOfInterest::limitHeight)})
-    , cameraWidth_(dispatch, FG_CAMERA_WIDTH, 1024,
-                   {.check = checkCameraWidth,
-                    .apply = calls(this, &RegionOfInterest::writeCameraWidth),
+    , cameraWidth_(dispatch, rows::FG_CAMERA_WIDTH,
+                   {.apply = calls(this, &RegionOfInterest::writeCameraWidth),
                     .settled = [this] { limitWidth(), limitXOffset(); }})
-    , cameraHeight_(dispatch, FG_CAMERA_HEIGHT, 1024,
-                    {.check = parameters::inRange(minimumHeight, designLimit),
-                     .apply = calls(this, &RegionOfInterest::writeCameraHeight),
+    , cameraHeight_(dispatch, rows::FG_CAMERA_HEIGHT,
+                    {.apply = calls(this, &RegionOfInterest::writeCameraHeight),
                      .settled = [this] { limitHeight(), limitYOffset(); }}) {}
 
 void RegionOfInterest::checkWidth(std::uint32_t width) const {
-    require(width >= alignment, FG_ERROR_OUT_OF_RANGE);
     require(width <= remaining(cameraWidth_, xOffset_), FG_ERROR_OUT_OF_RANGE);
-    require(width % alignment == 0, FG_ERROR_ALIGNMENT);
 }
 
 void RegionOfInterest::checkHeight(std::uint32_t height) const {
-    require(height >= minimumHeight, FG_ERROR_OUT_OF_RANGE);
     require(height <= remaining(cameraHeight_, yOffset_), FG_ERROR_OUT_OF_RANGE);
 }
 
 void RegionOfInterest::checkXOffset(std::uint32_t x) const {
     require(x <= remaining(cameraWidth_, width_), FG_ERROR_OUT_OF_RANGE);
-    require(x % alignment == 0, FG_ERROR_ALIGNMENT);
 }
 
 void RegionOfInterest::checkYOffset(std::uint32_t y) const {

@@ -11,45 +11,69 @@
 
 namespace qelm::parameters {
 
+/** Refuses what the row does not allow. Written so that a double that is not a number is out of range. */
 template <typename T>
-constexpr ValueType valueTypeOf() {
-    if constexpr (std::is_same_v<T, std::uint32_t>) {
-        return ValueType::unsigned32;
-    } else if constexpr (std::is_same_v<T, std::int32_t>) {
-        return ValueType::signed32;
-    } else if constexpr (std::is_same_v<T, double>) {
-        return ValueType::float64;
-    } else {
-        static_assert(std::is_same_v<T, std::string>);
-        return ValueType::text;
+void requireInRange(const Row& row, const T& value) {
+    if constexpr (std::is_integral_v<T>) {
+        if (row.enumeration != nullptr) {
+            require(row.enumeration->find(static_cast<std::int32_t>(value)) != nullptr, FG_ERROR_OUT_OF_RANGE);
+        }
+    }
+    if constexpr (std::is_arithmetic_v<T>) {
+        if (row.hasLimits()) {
+            require(row.moving == Moving::minimum || value >= row.minimum, FG_ERROR_OUT_OF_RANGE);
+            require(row.moving == Moving::maximum || value <= row.maximum, FG_ERROR_OUT_OF_RANGE);
+        }
+    }
+}
+
+/** Refuses an integer between two steps; other numbers are rounded by whoever writes them. */
+template <typename T>
+void requireStep(const Row& row, const T& value) {
+    if constexpr (std::is_integral_v<T>) {
+        require(row.step <= 1.0 || value % static_cast<T>(row.step) == 0, FG_ERROR_ALIGNMENT);
     }
 }
 
 /**
  * The shape of every settable parameter: check the value, cache it, write the design, update dependants; when a
  * write fails the old value comes back. Design writes already made stay.
+ *
+ * The row says what the parameter begins with, and which values there are. The rules say what is special about it. A
+ * value that is no multiple of the step is refused last: one that does not fit is out of range before it is that.
  */
 template <typename T>
 class Cached final : public Parameter {
   public:
     struct Rules {
-        std::function<void(const T& value)> check{}; ///< throws the refusal; nothing has changed then
+        std::function<void()> permit{}; ///< throws when no value may be set now; asked first
+        std::function<void(const T& value)>
+            check{}; ///< throws the refusal of a value in range; nothing has changed then
         std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is cached
         std::function<void()> settled{};                                ///< updates dependants, after every write
         std::function<T()> read{}; ///< what a get answers; without it the cached value
     };
 
-    Cached(Dispatch& dispatch, std::int32_t id, T initial, Rules rules)
-        : Parameter(dispatch, id, valueTypeOf<T>())
-        , value_(std::move(initial))
-        , rules_(std::move(rules)) {}
+    Cached(Dispatch& dispatch, const RowOf<T>& row, Rules rules)
+        : Parameter(dispatch, row.id, row.type)
+        , row_(row)
+        , rules_(std::move(rules)) {
+        if constexpr (std::is_arithmetic_v<T>) {
+            value_ = static_cast<T>(row.initial);
+        }
+    }
 
     const T& value() const { return value_; }
 
     void set(T value) {
+        if (rules_.permit) {
+            rules_.permit();
+        }
+        requireInRange(row_, value);
         if (rules_.check) {
             rules_.check(value);
         }
+        requireStep(row_, value);
         std::swap(value_, value); // `value` is now the previous one
         if (rules_.apply) {
             try {
@@ -71,7 +95,8 @@ class Cached final : public Parameter {
     Value cached() override { return value_; }
 
   private:
-    T value_;
+    const Row& row_;
+    T value_{};
     Rules rules_;
 };
 
@@ -79,8 +104,8 @@ class Cached final : public Parameter {
 template <typename T>
 class ReadOnly final : public Parameter {
   public:
-    ReadOnly(Dispatch& dispatch, std::int32_t id, std::function<T()> read)
-        : Parameter(dispatch, id, valueTypeOf<T>())
+    ReadOnly(Dispatch& dispatch, const RowOf<T>& row, std::function<T()> read)
+        : Parameter(dispatch, row.id, row.type)
         , read_(std::move(read)) {}
 
     Value get(const Value& /*request*/) override { return read_(); }
@@ -112,20 +137,6 @@ auto writesTo(DesignAccess& design, Target target) {
 /** Read: what a design parameter holds. */
 inline auto reads(const DesignAccess& design, DesignParameter parameter) {
     return [&design, parameter] { return design.read(parameter); };
-}
-
-/** Check: minimum <= value <= maximum. Written so that a double that is not a number is out of range. */
-template <typename T>
-auto inRange(T minimum, T maximum) {
-    return [=](const T& value) { require(value >= minimum && value <= maximum, FG_ERROR_OUT_OF_RANGE); };
-}
-
-/** Check: the value is one of the enumeration's. */
-template <typename T>
-auto oneOf(const Enumeration& enumeration) {
-    return [&enumeration](const T& value) {
-        require(enumeration.find(static_cast<std::int32_t>(value)) != nullptr, FG_ERROR_OUT_OF_RANGE);
-    };
 }
 
 } // namespace qelm::parameters

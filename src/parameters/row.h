@@ -1,6 +1,7 @@
 #pragma once
 
 #include "parameters/enumerations.h"
+#include "zantor_obvelline_qx4_rk/applet.h"
 
 #include <cstdint>
 #include <limits>
@@ -25,6 +26,8 @@ enum class ValueType : std::uint8_t {
 enum class Use : std::uint8_t { settable, command, readOnly, live };
 enum class ConfigurationUse : std::uint8_t { notSaved, keptAndApplied, kept, applied };
 enum class TriggerSet : std::uint8_t { none, current, legacy, shared };
+/** The limit that follows other parameters; it stands in the row at its widest, and the feature checks it. */
+enum class Moving : std::uint8_t { none, minimum, maximum };
 
 struct Category {
     const char* name;
@@ -49,14 +52,18 @@ struct Row {
     double minimum = 0.0; ///< limits and step are 0 when no range is stated
     double maximum = 0.0;
     double step = 0.0;
+    Moving moving = Moving::none;
     const char* unit = "";
     const char* filter = nullptr; ///< of file names
     double initial = 0.0;         ///< of numbers; every one is exact in a double. Texts begin empty.
     ConfigurationUse configuration = ConfigurationUse::notSaved;
     TriggerSet triggerSet = TriggerSet::none;
 
-    constexpr bool isSettable() const { return use == Use::settable || use == Use::command; }
     constexpr bool hasLimits() const { return step != 0.0; }
 };
+
+/** The row of a parameter with values of that type. */
+template <typename T>
+struct RowOf : Row {};
 
 } // namespace qelm::parameters

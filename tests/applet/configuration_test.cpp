@@ -380,6 +380,24 @@ TEST_F(ConfigurationTest, RefusedValuesStayKeptAndTheLoadGoesOn) {
     control().clearFaults();
 }
 
+TEST_F(ConfigurationTest, LimitsThatFollowOthersFollowKeptValues) {
+    std::string text = with(with(freshConfiguration(), "FG_CAMERA_WIDTH", "100000"), "FG_WIDTH", "50000");
+    text = with(with(text, "FG_CAMERA_HEIGHT", "90000"), "FG_YOFFSET", "60000");
+    text =
+        with(with(text, "FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE", "200"), "FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE", "9");
+    text = with(with(text, "FG_GEN_ACCURACY", "100"), "FG_GEN_FREQ", "2.5");
+    ASSERT_EQ(loadText(board_, text), 0);
+    EXPECT_EQ(peek("Device1_Process0_Buffer_0_ROI_X_Length"), 50000U);
+    EXPECT_EQ(peek("Device1_Process0_Buffer_0_ROI_Y_Offset"), 60000U);
+    EXPECT_EQ(
+        peek("Device1_Process1_Trigger_TriggerCam0_PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse"),
+        9U);
+    EXPECT_EQ(peekRegister("AAGenActive"), 1U);
+    EXPECT_EQ(peek("Device1_Process1_Trigger_TriggerCam0_PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale"),
+              1U)
+        << "its own limits are fixed";
+}
+
 TEST_F(ConfigurationTest, KeptValuesTakeEffectThroughOthers) {
     std::string text = with(freshConfiguration(), "FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE", "1");
     text = with(with(text, "FG_PROCESSING_INVERT", "1"), "FG_PROCESSING_GAIN", "2");

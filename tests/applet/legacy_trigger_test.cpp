@@ -75,6 +75,36 @@ TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
     EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERCC_SELECT2), uint32_t{CC_VCC});
 }
 
+TEST_F(Legacy, RefusalsHaveAnOrder) {
+    const struct {
+        int32_t mode;
+        int32_t id;
+        uint32_t value;
+        int32_t code;
+    } cases[] = {
+        // What a legacy parameter could not take is refused as such, whatever set is in force.
+        {FG_OFF, FG_EXPOSURE, 5, -6000},
+        {FG_OFF, FG_EXPOSURE, 15, -7080},
+        {FG_OFF, FG_EXPOSURE, 20, -2070},
+        {FG_OFF, FG_FLASHON, 7, -6000},
+        {FG_OFF, FG_DIGIO_OUTPUT, 4, -6000},
+        // A current parameter is not looked at while the other set is in force; a shared one is.
+        {FG_ON, FG_AREATRIGGERMODE, 99, -2070},
+        {FG_ON, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, 99, -2070},
+        {FG_ON, FG_TRIGGEROUT_SELECT0, 99, -2070},
+        {FG_ON, FG_TRIGGERIN_STATS_MINMAXFREQUENCY_CLEAR, 99, -2070},
+        {FG_ON, FG_TRIGGERIN_SRC, 99, -6000},
+        // Out of range before anything about the state of the unit.
+        {FG_OFF, FG_SENDSOFTWARETRIGGER, 0, -6000},
+        {FG_OFF, FG_SENDSOFTWARETRIGGER, 2, -6000},
+        {FG_OFF, FG_SENDSOFTWARETRIGGER, 1, -2140},
+    };
+    for (const auto& row : cases) {
+        board_.change(FG_TRIGGER_LEGACY_MODE, row.mode);
+        expectRefused(row.id, row.value, row.code);
+    }
+}
+
 TEST_F(Legacy, OnlyTheSetInForceTakesValues) {
     const int32_t legacyIds[] = {FG_TRIGGERMODE,    FG_EXSYNCON, FG_FLASHON, FG_EXPOSURE,    FG_EXSYNCPOLARITY,
                                  FG_FLASH_POLARITY, FG_CCSEL0,   FG_CCSEL3,  FG_DIGIO_OUTPUT};

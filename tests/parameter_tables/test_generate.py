@@ -155,7 +155,7 @@ def test_rows_for_the_applet(tables, tmp_path):
     assert generate(tables, tmp_path) == (0, "")
     rows = (tmp_path / "src" / "parameters" / "rows.h").read_text()
     assert '    {"Things", nullptr},\n    {"Small", &categories[0]},\n' in rows
-    size = re.search(r"Row FG_SIZE\{\n(.*?)\n\};", rows, re.DOTALL)[1]
+    size = re.search(r"RowOf<std::uint32_t> FG_SIZE\{\{\n(.*?)\n\}\};", rows, re.DOTALL)[1]
     assert [line.strip(" ,") for line in size.splitlines()] == [
         '.name = "FG_SIZE"',
         ".id = 7",
@@ -174,7 +174,7 @@ def test_rows_for_the_applet(tables, tmp_path):
         ".configuration = ConfigurationUse::keptAndApplied",
         ".triggerSet = TriggerSet::current",
     ]
-    assert re.search(r"Row FG_SHAPE\{.*?\.enumeration = &enumerations::Shape,.*?\.initial = 4,", rows, re.DOTALL)
+    assert re.search(r"RowOf<std::int32_t> FG_SHAPE\{\{.*?\.enumeration = &enumerations::Shape,.*?\.initial = 4,", rows, re.DOTALL)
     assert re.search(r"Row\* registry\[\] = \{\s+&rows::FG_SHAPE,\s+&rows::FG_SIZE,", rows)
 
 
@@ -214,6 +214,7 @@ MISTAKES = {
     "unknown trigger set": ("parameters", '"current"', '"new"', 'parameters.toml:11: unknown trigger_set "new"'),
     "minimum above maximum": ("parameters", "= 64", "= 8", "parameters.toml:7: the minimum 16 is above the maximum 8"),
     "no step": ("parameters", "step = 16", "step = 0", "parameters.toml:7: the step is a positive number"),
+    "what moves": ("parameters", "= 16 }", '= 16, moving = "up" }', 'parameters.toml:7: what moves is the "minimum" o'),
     "limits of the type": ("parameters", "= 64", "= 4294967296", "parameters.toml:7: limits beyond those of uint32"),
     "fraction as limit": ("parameters", "= 64", "= 64.5", 'parameters.toml:7: "maximum" has to be of type int'),
     "initial value beyond": ("parameters", "= 32", "= 65", "parameters.toml:9: the initial value 65 is beyond the lim"),

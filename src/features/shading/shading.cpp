@@ -9,13 +9,12 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using parameters::require;
 using enum parameters::DesignParameter;
 
 constexpr double largestGray = 4095.0; // of 12 bits: what the normalisation value counts in
-constexpr std::uint32_t largestThreshold = 4095;
-constexpr std::uint32_t load = 1; // written to LoadCoefficients
+constexpr std::uint32_t load = 1;      // written to LoadCoefficients
 
 /** An image read from a file; absent without a file name. Throws -2076 for what is not a grey image of 8 or 16 bits. */
 class ImageFile {
@@ -67,27 +66,20 @@ Shading::Shading(parameters::Dispatch& dispatch, parameters::DesignAccess& desig
                  description::Information& information)
     : design_(design)
     , information_(information)
-    , offsetEnable_(dispatch, FG_SHADING_OFFSET_ENABLE, FG_OFF,
-                    {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
-                     .apply = parameters::writesTo(design, Shading_EnableOffset_Enable_Value)})
-    , gainEnable_(dispatch, FG_SHADING_GAIN_ENABLE, FG_OFF,
-                  {.check = parameters::oneOf<std::int32_t>(enumerations::OnOff),
-                   .apply = parameters::writesTo(design, Shading_EnableGain_Enable_Value)})
-    , deadPixelEnable_(dispatch, FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, FG_OFF,
-                       {.check = parameters::oneOf<std::uint32_t>(enumerations::OnOff),
-                        .apply = parameters::writesTo(design, NoiseFilter_EnableDeadPixelReplacement_Value)})
-    , deadPixelThreshold_(dispatch, FG_SHADING_DEAD_PIXEL_INTERPOLATION_THRESHOLD, 0,
-                          {.check = parameters::inRange(std::uint32_t{0}, largestThreshold)})
-    , blackFile_(dispatch, FG_SHADING_BLACK_FILENAME, "", {})
-    , grayFile_(dispatch, FG_SHADING_GRAY_FILENAME, "", {})
-    , gainMode_(dispatch, FG_SHADING_GAIN_CORRECTION_MODE, FG_MAX_VALUE,
-                {.check = parameters::oneOf<std::uint32_t>(enumerations::GainCorrectionMode),
-                 .apply = parameters::calls(this, &Shading::followMode)})
-    , normalization_(dispatch, FG_SHADING_GAIN_NORMALIZATION_VALUE, largestGray,
-                     {.check = parameters::inRange(0.0, largestGray)})
-    , apply_(dispatch, FG_SHADING_APPLY_SETTINGS, FG_APPLY,
-             {.check = parameters::oneOf<std::int32_t>(enumerations::Apply),
-              .apply = parameters::calls(this, &Shading::computeCoefficients)}) {}
+    , offsetEnable_(dispatch, rows::FG_SHADING_OFFSET_ENABLE,
+                    {.apply = parameters::writesTo(design, Shading_EnableOffset_Enable_Value)})
+    , gainEnable_(dispatch, rows::FG_SHADING_GAIN_ENABLE,
+                  {.apply = parameters::writesTo(design, Shading_EnableGain_Enable_Value)})
+    , deadPixelEnable_(dispatch, rows::FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE,
+                       {.apply = parameters::writesTo(design, NoiseFilter_EnableDeadPixelReplacement_Value)})
+    , deadPixelThreshold_(dispatch, rows::FG_SHADING_DEAD_PIXEL_INTERPOLATION_THRESHOLD, {})
+    , blackFile_(dispatch, rows::FG_SHADING_BLACK_FILENAME, {})
+    , grayFile_(dispatch, rows::FG_SHADING_GRAY_FILENAME, {})
+    , gainMode_(dispatch, rows::FG_SHADING_GAIN_CORRECTION_MODE,
+                {.apply = parameters::calls(this, &Shading::followMode)})
+    , normalization_(dispatch, rows::FG_SHADING_GAIN_NORMALIZATION_VALUE, {})
+    , apply_(dispatch, rows::FG_SHADING_APPLY_SETTINGS,
+             {.apply = parameters::calls(this, &Shading::computeCoefficients)}) {}
 
 void Shading::prepare() {
     information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE,

@@ -1,25 +1,12 @@
 #include "features/trigger/legacy_trigger.h"
 
-#include <type_traits>
-#include <utility>
+#include <iterator>
 
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
-using parameters::inRange;
-using parameters::oneOf;
-using parameters::require;
-
-constexpr std::uint32_t shortestExposure = 10;    // µs
-constexpr std::uint32_t longestExposure = 124990; // µs
-constexpr std::uint32_t exposureStep = 10;        // µs
-constexpr std::uint32_t initialExposure = 4000;   // µs
-constexpr double longestDelay = 10230.0;          // µs
-constexpr double smallestPrescaler = 0.032;       // µs
-constexpr double largestPrescaler = 1048.56;      // µs
-constexpr double initialPrescaler = 10.0;         // µs
-constexpr std::uint32_t allDigitalOutputs = 3;    // a bit for each
+namespace rows = parameters::rows;
+using parameters::TriggerSet;
 
 constexpr std::size_t exsyncGenerator = 0;
 constexpr std::size_t strobeGenerator = 1;
@@ -55,65 +42,49 @@ constexpr ModeTranslation modeTranslations[] = {
 };
 // clang-format on
 
-struct CameraControlLine {
-    std::int32_t id;
-    std::uint32_t initial;
-};
-constexpr CameraControlLine cameraControlLines[] = {
-    {FG_CCSEL0, CC_EXSYNC}, {FG_CCSEL1, CC_VCC}, {FG_CCSEL2, CC_VCC}, {FG_CCSEL3, CC_VCC}};
-
-void checkExposure(std::uint32_t exposure) {
-    require(exposure >= shortestExposure && exposure <= longestExposure, FG_ERROR_OUT_OF_RANGE);
-    require(exposure % exposureStep == 0, FG_ERROR_ALIGNMENT);
-}
+constexpr const parameters::RowOf<std::uint32_t>* cameraControlRows[] = {&rows::FG_CCSEL0, &rows::FG_CCSEL1,
+                                                                         &rows::FG_CCSEL2, &rows::FG_CCSEL3};
 
 } // namespace
 
 LegacyTrigger::LegacyTrigger(parameters::Dispatch& dispatch, TriggerSets& sets, TriggerParts parts)
-    : sets_(sets)
+    : dispatch_(dispatch)
+    , sets_(sets)
     , parts_(parts)
-    , triggerMode_(dispatch, FG_TRIGGERMODE, FREE_RUN,
-                   driving(oneOf<std::uint32_t>(enumerations::LegacyTriggerMode), &LegacyTrigger::applyTriggerMode))
-    , exsyncOn_(dispatch, FG_EXSYNCON, FG_OFF,
-                driving(oneOf<std::uint32_t>(enumerations::OnOff), &LegacyTrigger::applyExsync))
-    , exsyncPolarity_(dispatch, FG_EXSYNCPOLARITY, FG_LOW,
-                      driving(oneOf<std::uint32_t>(enumerations::LegacyPolarity), &LegacyTrigger::applyExsync))
-    , flashOn_(dispatch, FG_FLASHON, FG_OFF,
-               driving(oneOf<std::uint32_t>(enumerations::OnOff), &LegacyTrigger::applyStrobe))
-    , flashPolarity_(dispatch, FG_FLASH_POLARITY, FG_LOW,
-                     driving(oneOf<std::uint32_t>(enumerations::LegacyPolarity), &LegacyTrigger::applyStrobe))
-    , exposure_(dispatch, FG_EXPOSURE, initialExposure, driving(checkExposure, &LegacyTrigger::applyExposure))
-    , exsyncDelay_(dispatch, FG_EXSYNCDELAY, 0.0, drivingDelay(exsyncGenerator))
-    , strobeDelay_(dispatch, FG_STROBEPULSEDELAY, 0.0, drivingDelay(strobeGenerator))
-    , prescaler_(dispatch, FG_PRESCALER, initialPrescaler,
-                 {.check = sets.legacy(inRange(smallestPrescaler, largestPrescaler))})
-    , digitalOutputs_(dispatch, FG_DIGIO_OUTPUT, allDigitalOutputs,
-                      driving(inRange(0U, allDigitalOutputs), &LegacyTrigger::applyDigitalOutputs)) {
-    for (const auto& [id, initial] : cameraControlLines) {
+    , triggerMode_(driving(rows::FG_TRIGGERMODE, &LegacyTrigger::applyTriggerMode))
+    , exsyncOn_(driving(rows::FG_EXSYNCON, &LegacyTrigger::applyExsync))
+    , exsyncPolarity_(driving(rows::FG_EXSYNCPOLARITY, &LegacyTrigger::applyExsync))
+    , flashOn_(driving(rows::FG_FLASHON, &LegacyTrigger::applyStrobe))
+    , flashPolarity_(driving(rows::FG_FLASH_POLARITY, &LegacyTrigger::applyStrobe))
+    , exposure_(driving(rows::FG_EXPOSURE, &LegacyTrigger::applyExposure))
+    , exsyncDelay_(drivingDelay(rows::FG_EXSYNCDELAY, exsyncGenerator))
+    , strobeDelay_(drivingDelay(rows::FG_STROBEPULSEDELAY, strobeGenerator))
+    , prescaler_(dispatch, rows::FG_PRESCALER, {.check = sets.legacy(rows::FG_PRESCALER)})
+    , digitalOutputs_(driving(rows::FG_DIGIO_OUTPUT, &LegacyTrigger::applyDigitalOutputs)) {
+    for (const auto* row : cameraControlRows) {
         const std::size_t line = lines_.size();
-        lines_.emplace_back(
-            dispatch, id, initial,
-            driving(oneOf<std::uint32_t>(enumerations::LegacyCameraControl), [this, line] { applyLine(line); }));
+        lines_.emplace_back(dispatch, *row, rulesOf(*row, [this, line] { applyLine(line); }));
     }
 }
 
-template <typename Check, typename Action>
-LegacyTrigger::Unsigned::Rules LegacyTrigger::driving(Check check, Action action) {
-    return {.check = sets_.legacy(std::move(check)), .apply = [this, action = std::move(action)](auto...) {
+template <typename Action>
+LegacyTrigger::Unsigned::Rules LegacyTrigger::rulesOf(const parameters::Row& row, Action action) {
+    return {.check = sets_.legacy(row), .apply = [this, action](auto...) {
                 const TriggerSets::Applying applying(sets_);
-                if constexpr (std::is_member_function_pointer_v<Action>) {
-                    (this->*action)();
-                } else {
-                    action();
-                }
+                action();
             }};
 }
 
-LegacyTrigger::Double::Rules LegacyTrigger::drivingDelay(std::size_t generator) {
-    return {.check = sets_.legacy(inRange(0.0, longestDelay)), .apply = [this, generator](double time, auto) {
-                const TriggerSets::Applying applying(sets_);
-                parts_.timing.generator(generator).delay().set(time);
-            }};
+LegacyTrigger::Unsigned LegacyTrigger::driving(const parameters::RowOf<std::uint32_t>& row,
+                                               void (LegacyTrigger::*apply)()) {
+    return Unsigned(dispatch_, row, rulesOf(row, [this, apply] { (this->*apply)(); }));
+}
+
+LegacyTrigger::Double LegacyTrigger::drivingDelay(const parameters::RowOf<double>& row, std::size_t generator) {
+    return Double(dispatch_, row, {.check = sets_.legacy(row), .apply = [this, generator](double time, auto) {
+                                       const TriggerSets::Applying applying(sets_);
+                                       parts_.timing.generator(generator).delay().set(time);
+                                   }});
 }
 
 void LegacyTrigger::applyTriggerMode() {
@@ -203,57 +174,20 @@ void LegacyTrigger::switchSet(std::int32_t mode, std::int32_t previous) {
 
 // What is refused or fails keeps its value; the others follow all the same.
 void LegacyTrigger::applyDefaults() {
-    const auto set = []<typename T>(parameters::Cached<T>& parameter, auto value) {
-        parameters::skipRefusal([&] { parameter.set(static_cast<T>(value)); });
-    };
-    auto& [input, timing, crossbar, state, queue, statistics] = parts_;
-    set(state.mode(), ATM_GENERATOR);
-    set(state.state(), TS_SYNC_STOP);
-    set(timing.rate(), 8.0);
-    set(input.debounce(), 1.0);
-    set(input.source(), TRGINSRC_0);
-    set(input.polarity(), HIGH_ACTIVE);
-    set(input.downscale(), 1);
-    set(input.phase(), 0);
-    set(input.bypassSource(), TRGINSRC_0);
-    set(queue.multiplyPulses(), 1);
-    set(queue.mode(), FG_OFF);
-    set(queue.onThreshold(), 2047);
-    set(queue.offThreshold(), 2);
-    for (std::size_t i = 0; i < TriggerTiming::generatorCount; ++i) {
-        PulseFormGenerator& generator = timing.generator(i);
-        set(generator.downscale(), 1);
-        set(generator.phase(), 0);
-        set(generator.delay(), 0.0);
-        set(generator.width(), i == exsyncGenerator ? 4000.0 : 4.0);
+    for (const parameters::Row* row : parameters::orders::initialSettings) {
+        if ((row->triggerSet == TriggerSet::current || row->triggerSet == TriggerSet::shared) &&
+            row->use == parameters::Use::settable) {
+            parameters::skipRefusal([&] { dispatch_.find(row->id)->set(parameters::initialValue(*row)); });
+        }
     }
-    set(crossbar.cameraControl(0), CC_NOT_PULSEGEN0);
-    for (std::size_t line = 1; line < TriggerCrossbar::cameraControlCount; ++line) {
-        set(crossbar.cameraControl(line), CC_VCC);
-    }
-    set(crossbar.output(exsyncOutput), NOT_PULSEGEN0);
-    set(crossbar.output(strobeOutput), NOT_PULSEGEN1);
-    for (std::size_t line = 2; line < TriggerCrossbar::outputCount; ++line) {
-        set(crossbar.output(line), VCC);
-    }
-    set(statistics.outputSource(), PULSEGEN0);
-    set(statistics.outputEventSource(), PULSEGEN0);
 }
 
 void LegacyTrigger::resetFields() {
-    triggerMode_.store(FREE_RUN);
-    exsyncOn_.store(FG_OFF);
-    exsyncPolarity_.store(FG_LOW);
-    flashOn_.store(FG_OFF);
-    flashPolarity_.store(FG_LOW);
-    exposure_.store(initialExposure);
-    exsyncDelay_.store(0.0);
-    strobeDelay_.store(0.0);
-    prescaler_.store(initialPrescaler);
-    for (std::size_t line = 0; line < lines_.size(); ++line) {
-        lines_[line].store(cameraControlLines[line].initial);
+    for (const parameters::Row* row : parameters::orders::registry) {
+        if (row->triggerSet == TriggerSet::legacy) {
+            dispatch_.find(row->id)->store(parameters::initialValue(*row));
+        }
     }
-    digitalOutputs_.store(allDigitalOutputs);
 }
 
 } // namespace qelm::features

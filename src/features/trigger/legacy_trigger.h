@@ -19,12 +19,10 @@ namespace qelm::features {
 
 /** What the legacy set drives. */
 struct TriggerParts {
-    TriggerInput& input;
     TriggerTiming& timing;
     TriggerCrossbar& crossbar;
     TriggerState& state;
     TriggerQueue& queue;
-    TriggerStatistics& statistics;
 };
 
 /**
@@ -45,9 +43,10 @@ class LegacyTrigger {
 
   private:
     /** A check that needs the legacy set, and an action that may set current parameters. */
-    template <typename Check, typename Action>
-    typename Unsigned::Rules driving(Check check, Action action);
-    Double::Rules drivingDelay(std::size_t generator);
+    template <typename Action>
+    Unsigned::Rules rulesOf(const parameters::Row& row, Action action);
+    Unsigned driving(const parameters::RowOf<std::uint32_t>& row, void (LegacyTrigger::*apply)());
+    Double drivingDelay(const parameters::RowOf<double>& row, std::size_t generator);
 
     void applyTriggerMode();
     void applyExposure();
@@ -62,6 +61,7 @@ class LegacyTrigger {
     void applyDefaults();
     void resetFields();
 
+    parameters::Dispatch& dispatch_;
     TriggerSets& sets_;
     TriggerParts parts_;
     Unsigned triggerMode_;

@@ -5,6 +5,7 @@
 namespace qelm::features {
 namespace {
 
+namespace rows = parameters::rows;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -15,10 +16,10 @@ constexpr platform::Duration pulseDistance{.seconds = 0, .nanoseconds = 160};
 
 SoftwareTrigger::SoftwareTrigger(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                                  const TriggerState& state, const TriggerQueue& queue)
-    : send_(dispatch, FG_SENDSOFTWARETRIGGER, 0,
+    : send_(dispatch, rows::FG_SENDSOFTWARETRIGGER,
             {.check =
                  [&state, &queue](std::uint32_t pulses) {
-                     require(pulses >= 1 && pulses <= queue.burstLimit(), FG_ERROR_OUT_OF_RANGE);
+                     require(pulses <= queue.burstLimit(), FG_ERROR_OUT_OF_RANGE);
                      require(state.mode().value() == ATM_SOFTWARE, FG_ERROR_TRIGGER_MODE);
                      require(state.state().value() == TS_ACTIVE, FG_ERROR_TRIGGER_STATE);
                      require(queue.isOn() || !queue.isBusy(), FG_ERROR_SOFTWARE_TRIGGER_BUSY);

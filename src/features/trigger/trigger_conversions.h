@@ -9,8 +9,6 @@
 namespace qelm::features {
 
 inline constexpr double tickSeconds = 16e-9;
-inline constexpr double lowestRate = 0.01455191522836685; // a period of 2^32 ticks
-inline constexpr double highestRate = 6250000.0;          // a period of 10 ticks
 
 /**
  * A double as a 32-bit register takes it: truncated toward zero, then the lower 32 bits. What no 64-bit integer holds,

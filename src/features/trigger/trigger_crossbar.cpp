@@ -5,6 +5,7 @@
 namespace qelm::features {
 namespace {
 
+namespace rows = parameters::rows;
 using parameters::require;
 using enum parameters::DesignParameter;
 
@@ -33,21 +34,20 @@ constexpr Route routes[] = {
 };
 
 constexpr TriggerCrossbar::Line cameraControlLines[TriggerCrossbar::cameraControlCount] = {
-    {FG_TRIGGERCC_SELECT0, CC_NOT_PULSEGEN0, CameraControl_Select0_Select_Select,
-     CameraControl_Select0_Polarity_Invert},
-    {FG_TRIGGERCC_SELECT1, CC_VCC, CameraControl_Select1_Select_Select, CameraControl_Select1_Polarity_Invert},
-    {FG_TRIGGERCC_SELECT2, CC_VCC, CameraControl_Select2_Select_Select, CameraControl_Select2_Polarity_Invert},
-    {FG_TRIGGERCC_SELECT3, CC_VCC, CameraControl_Select3_Select_Select, CameraControl_Select3_Polarity_Invert},
+    {rows::FG_TRIGGERCC_SELECT0, CameraControl_Select0_Select_Select, CameraControl_Select0_Polarity_Invert},
+    {rows::FG_TRIGGERCC_SELECT1, CameraControl_Select1_Select_Select, CameraControl_Select1_Polarity_Invert},
+    {rows::FG_TRIGGERCC_SELECT2, CameraControl_Select2_Select_Select, CameraControl_Select2_Polarity_Invert},
+    {rows::FG_TRIGGERCC_SELECT3, CameraControl_Select3_Select_Select, CameraControl_Select3_Polarity_Invert},
 };
 constexpr TriggerCrossbar::Line outputLines[TriggerCrossbar::outputCount] = {
-    {FG_TRIGGEROUT_SELECT0, NOT_PULSEGEN0, TriggerOutput_Select0_Select_Select, TriggerOutput_Select0_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT1, NOT_PULSEGEN1, TriggerOutput_Select1_Select_Select, TriggerOutput_Select1_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT2, VCC, TriggerOutput_Select2_Select_Select, TriggerOutput_Select2_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT3, VCC, TriggerOutput_Select3_Select_Select, TriggerOutput_Select3_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT4, VCC, TriggerOutput_Select4_Select_Select, TriggerOutput_Select4_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT5, VCC, TriggerOutput_Select5_Select_Select, TriggerOutput_Select5_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT6, VCC, TriggerOutput_Select6_Select_Select, TriggerOutput_Select6_Polarity_Invert},
-    {FG_TRIGGEROUT_SELECT7, VCC, TriggerOutput_Select7_Select_Select, TriggerOutput_Select7_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT0, TriggerOutput_Select0_Select_Select, TriggerOutput_Select0_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT1, TriggerOutput_Select1_Select_Select, TriggerOutput_Select1_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT2, TriggerOutput_Select2_Select_Select, TriggerOutput_Select2_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT3, TriggerOutput_Select3_Select_Select, TriggerOutput_Select3_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT4, TriggerOutput_Select4_Select_Select, TriggerOutput_Select4_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT5, TriggerOutput_Select5_Select_Select, TriggerOutput_Select5_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT6, TriggerOutput_Select6_Select_Select, TriggerOutput_Select6_Polarity_Invert},
+    {rows::FG_TRIGGEROUT_SELECT7, TriggerOutput_Select7_Select_Select, TriggerOutput_Select7_Polarity_Invert},
 };
 
 } // namespace
@@ -56,17 +56,15 @@ TriggerCrossbar::TriggerCrossbar(parameters::Dispatch& dispatch, parameters::Des
                                  const TriggerSets& sets)
     : design_(design) {
     for (const Line& line : cameraControlLines) {
-        cameraControl_.emplace_back(dispatch, line.id, line.initial, rules(line, sets));
+        cameraControl_.emplace_back(dispatch, line.row, rules(line, sets));
     }
     for (const Line& line : outputLines) {
-        outputs_.emplace_back(dispatch, line.id, line.initial, rules(line, sets));
+        outputs_.emplace_back(dispatch, line.row, rules(line, sets));
     }
 }
 
 TriggerCrossbar::Selection::Rules TriggerCrossbar::rules(const Line& line, const TriggerSets& sets) {
-    return {.check =
-                sets.current([](std::uint32_t value) { require(value < std::size(routes), FG_ERROR_OUT_OF_RANGE); }),
-            .apply = [this, &line](std::uint32_t value, auto) { write(line, value); }};
+    return {.permit = sets.current(), .apply = [this, &line](std::uint32_t value, auto) { write(line, value); }};
 }
 
 void TriggerCrossbar::off() {

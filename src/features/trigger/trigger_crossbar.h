@@ -30,8 +30,7 @@ class TriggerCrossbar {
 
     /** A line of the crossbar: its parameter, and what routes it in the design. */
     struct Line {
-        std::int32_t id;
-        std::uint32_t initial;
+        const parameters::RowOf<std::uint32_t>& row;
         parameters::DesignParameter select, polarity;
     };
 

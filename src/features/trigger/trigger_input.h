@@ -19,14 +19,6 @@ class TriggerInput {
     TriggerInput(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                  description::Information& information, const TriggerSets& sets);
 
-    /* For the defaults of a switched parameter set. */
-    Unsigned& source() { return source_; }
-    Signed& polarity() { return polarity_; }
-    Signed& bypassSource() { return bypassSource_; }
-    parameters::Cached<double>& debounce() { return debounce_; }
-    Unsigned& downscale() { return downscale_; }
-    Unsigned& phase() { return phase_; }
-
   private:
     Unsigned source_;
     Signed polarity_;

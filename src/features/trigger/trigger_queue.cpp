@@ -5,14 +5,11 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using enum parameters::DesignParameter;
 
 constexpr std::uint32_t queueLength = 2040;
 constexpr std::uint32_t noQueue = 1; // full with a single pulse
-constexpr std::uint32_t mostMultiplied = 65535;
-constexpr std::uint32_t lowestThreshold = 2;
-constexpr std::uint32_t highestThreshold = 2047;
 constexpr std::uint32_t fullBit = 2; // of the queue status
 
 } // namespace
@@ -24,23 +21,23 @@ TriggerQueue::TriggerQueue(parameters::Dispatch& dispatch, parameters::DesignAcc
     , information_(information)
     , timing_(timing)
     , state_(state)
-    , multiplyPulses_(dispatch, FG_TRIGGER_MULTIPLY_PULSES, 1,
-                      {.check = sets.current(parameters::inRange(1U, mostMultiplied)),
-                       .apply = parameters::calls(this, &TriggerQueue::writeMultiplyPulses)})
-    , mode_(dispatch, FG_TRIGGERQUEUE_MODE, FG_ON, // until start-up switches it off
-            {.check = sets.current(parameters::oneOf<std::int32_t>(enumerations::OnOff)),
+    , multiplyPulses_(dispatch, rows::FG_TRIGGER_MULTIPLY_PULSES,
+                      {.permit = sets.current(), .apply = parameters::calls(this, &TriggerQueue::writeMultiplyPulses)})
+    , mode_(dispatch, rows::FG_TRIGGERQUEUE_MODE,
+            {.permit = sets.current(),
              .apply = parameters::calls(this, &TriggerQueue::writeMode),
              .settled = parameters::calls(this, &TriggerQueue::describeLimits)})
-    , onThreshold_(dispatch, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD, highestThreshold,
-                   {.check = sets.current(parameters::inRange(lowestThreshold, highestThreshold)),
-                    .apply = parameters::writesTo(design, Hysteresis_OnLevel_Number)})
-    , offThreshold_(dispatch, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_OFF_THRESHOLD, lowestThreshold,
-                    {.check = sets.current(parameters::inRange(lowestThreshold, highestThreshold)),
-                     .apply = parameters::writesTo(design, Hysteresis_OffLevel_Number)})
-    , fillLevel_(dispatch, FG_TRIGGERQUEUE_FILLLEVEL, [this] { return is(ATM_EXTERNAL) ? level() : 0; })
-    , busy_(dispatch, FG_SOFTWARETRIGGER_IS_BUSY, [this] { return std::uint32_t{isBusy() ? IS_BUSY : IS_NOT_BUSY}; })
-    , softwareFillLevel_(dispatch, FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL,
-                         [this] { return is(ATM_SOFTWARE) ? level() * multiplyPulses_.value() : 0; }) {}
+    , onThreshold_(dispatch, rows::FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD,
+                   {.permit = sets.current(), .apply = parameters::writesTo(design, Hysteresis_OnLevel_Number)})
+    , offThreshold_(dispatch, rows::FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_OFF_THRESHOLD,
+                    {.permit = sets.current(), .apply = parameters::writesTo(design, Hysteresis_OffLevel_Number)})
+    , fillLevel_(dispatch, rows::FG_TRIGGERQUEUE_FILLLEVEL, [this] { return is(ATM_EXTERNAL) ? level() : 0; })
+    , busy_(dispatch, rows::FG_SOFTWARETRIGGER_IS_BUSY,
+            [this] { return std::uint32_t{isBusy() ? IS_BUSY : IS_NOT_BUSY}; })
+    , softwareFillLevel_(dispatch, rows::FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL,
+                         [this] { return is(ATM_SOFTWARE) ? level() * multiplyPulses_.value() : 0; }) {
+    mode_.store(FG_ON); // until start-up switches it off
+}
 
 std::uint32_t TriggerQueue::burstLimit() const {
     return isOn() ? queueLength : noQueue;
@@ -76,7 +73,8 @@ void TriggerQueue::writeMode() {
 void TriggerQueue::describeLimits() {
     information_.setMaximum(FG_SENDSOFTWARETRIGGER, burstLimit());
     if (is(ATM_GENERATOR)) {
-        information_.setFloatRange(FG_TRIGGER_FRAMESPERSECOND, lowestRate, highestRate);
+        const parameters::Row& rate = rows::FG_TRIGGER_FRAMESPERSECOND;
+        information_.setFloatRange(rate.id, rate.minimum, rate.maximum);
     }
 }
 

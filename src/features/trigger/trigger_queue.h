@@ -22,10 +22,7 @@ class TriggerQueue {
                  description::Information& information, const TriggerSets& sets, TriggerTiming& timing,
                  const TriggerState& state);
 
-    Unsigned& multiplyPulses() { return multiplyPulses_; }
     Signed& mode() { return mode_; }
-    Unsigned& onThreshold() { return onThreshold_; }
-    Unsigned& offThreshold() { return offThreshold_; }
 
     bool isOn() const { return mode_.value() == FG_ON; }
     /** How many software trigger pulses one call may send. */

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <utility>
 
 namespace qelm::features {
@@ -22,10 +23,8 @@ class TriggerSets {
     TriggerSets(parameters::Dispatch& dispatch, description::Information& information,
                 std::function<void(const std::int32_t& mode, const std::int32_t& previous)> switchSet)
         : information_(information)
-        , mode_(dispatch, FG_TRIGGER_LEGACY_MODE, FG_OFF,
-                {.check = parameters::oneOf<std::int32_t>(parameters::enumerations::OnOff),
-                 .apply = std::move(switchSet),
-                 .settled = [this] { switchAccess(); }}) {}
+        , mode_(dispatch, parameters::rows::FG_TRIGGER_LEGACY_MODE,
+                {.apply = std::move(switchSet), .settled = [this] { switchAccess(); }}) {}
 
     Mode& mode() { return mode_; }
     bool isLegacy() const { return mode_.value() == FG_ON; }
@@ -43,20 +42,15 @@ class TriggerSets {
         bool outer_;
     };
 
-    /** Check of a current parameter: refused with -2070 while the legacy set is in force, else as `check` says. */
-    template <typename Check>
-    auto current(Check check) const {
-        return [this, check = std::move(check)](const auto& value) {
-            parameters::require(!isLegacy() || applying_, FG_ERROR_UNKNOWN);
-            check(value);
-        };
+    /** Permit of a current parameter: -2070 while the legacy set is in force, whatever the value. */
+    auto current() const {
+        return [this] { parameters::require(!isLegacy() || applying_, FG_ERROR_UNKNOWN); };
     }
-    /** Check of a legacy parameter: a value that it could take is refused with -2070 unless the legacy set is in force.
-     */
-    template <typename Check>
-    auto legacy(Check check) const {
-        return [this, check = std::move(check)](const auto& value) {
-            check(value);
+    /** Check of a legacy parameter: only a value that it could take is refused with -2070 while the other set is in
+     * force, so its step is looked at before. */
+    auto legacy(const parameters::Row& row) const {
+        return [this, &row](const auto& value) {
+            parameters::requireStep(row, value);
             parameters::require(isLegacy(), FG_ERROR_UNKNOWN);
         };
     }
@@ -66,8 +60,9 @@ class TriggerSets {
 
   private:
     void switchAccess();
-    void setAccessOfCurrent(std::int32_t last, std::int32_t access);
-    void setAccessOfShared();
+    /** Of the parameters of that set, up to an identifier. */
+    void setAccess(parameters::TriggerSet set, std::int32_t access,
+                   std::int32_t last = std::numeric_limits<std::int32_t>::max());
 
     description::Information& information_;
     Mode mode_;

@@ -3,7 +3,7 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using enum parameters::DesignParameter;
 
 constexpr std::uint32_t on = 1;
@@ -68,12 +68,12 @@ TriggerState::TriggerState(parameters::Dispatch& dispatch, parameters::DesignAcc
     : design_(design)
     , timing_(timing)
     , crossbar_(crossbar)
-    , mode_(dispatch, FG_AREATRIGGERMODE, ATM_GENERATOR,
-            {.check = sets.current(parameters::oneOf<std::uint32_t>(enumerations::AreaTriggerMode)),
+    , mode_(dispatch, rows::FG_AREATRIGGERMODE,
+            {.permit = sets.current(),
              .apply = parameters::calls(this, &TriggerState::changeMode),
              .settled = [this, &sets] { sets.refreshAccess(mode_.value()); }})
-    , state_(dispatch, FG_TRIGGERSTATE, TS_SYNC_STOP,
-             {.check = sets.current(parameters::oneOf<std::uint32_t>(enumerations::TriggerState)),
+    , state_(dispatch, rows::FG_TRIGGERSTATE,
+             {.permit = sets.current(),
               .apply = parameters::calls(this, &TriggerState::changeState),
               .settled = [this, &sets] { sets.refreshAccess(mode_.value()); }}) {}
 

@@ -5,7 +5,7 @@
 namespace qelm::features {
 namespace {
 
-namespace enumerations = parameters::enumerations;
+namespace rows = parameters::rows;
 using parameters::DesignAccess;
 using parameters::DesignParameter;
 using enum parameters::DesignParameter;
@@ -16,8 +16,7 @@ constexpr std::uint32_t missingFrameBit = 4;
 /** Rules of a parameter that clears something: `clear` has the design do it. */
 template <typename T>
 typename parameters::Cached<T>::Rules clears(const TriggerSets& sets, std::function<void()> clear) {
-    return {.check = sets.current(parameters::oneOf<T>(enumerations::Apply)),
-            .apply = [clear = std::move(clear)](auto...) { clear(); }};
+    return {.permit = sets.current(), .apply = [clear = std::move(clear)](auto...) { clear(); }};
 }
 
 /** Likewise, by a pulse of the command register. */
@@ -38,38 +37,37 @@ bool queueStatus(DesignAccess& design, std::uint32_t bit) {
 
 TriggerStatistics::TriggerStatistics(parameters::Dispatch& dispatch, DesignAccess& design, const TriggerSets& sets,
                                      const TriggerState& state)
-    : inputPulses_(dispatch, FG_TRIGGERIN_STATS_PULSECOUNT,
+    : inputPulses_(dispatch, rows::FG_TRIGGERIN_STATS_PULSECOUNT,
                    parameters::reads(design, InputStatistics_ReadPulses_Status))
-    , clearInputPulses_(dispatch, FG_TRIGGERIN_STATS_PULSECOUNT_CLEAR, FG_APPLY,
+    , clearInputPulses_(dispatch, rows::FG_TRIGGERIN_STATS_PULSECOUNT_CLEAR,
                         clears(design, sets, InputStatistics_ClearPulses_Mode))
-    , frequency_(dispatch, FG_TRIGGERIN_STATS_FREQUENCY, readsFrequency(design, InputStatistics_ReadPeriod_Status))
-    , lowestFrequency_(dispatch, FG_TRIGGERIN_STATS_MINFREQUENCY,
+    , frequency_(dispatch, rows::FG_TRIGGERIN_STATS_FREQUENCY,
+                 readsFrequency(design, InputStatistics_ReadPeriod_Status))
+    , lowestFrequency_(dispatch, rows::FG_TRIGGERIN_STATS_MINFREQUENCY,
                        readsFrequency(design, InputStatistics_ReadMin_Status))
-    , highestFrequency_(dispatch, FG_TRIGGERIN_STATS_MAXFREQUENCY,
+    , highestFrequency_(dispatch, rows::FG_TRIGGERIN_STATS_MAXFREQUENCY,
                         readsFrequency(design, InputStatistics_ReadMax_Status))
-    , clearFrequencies_(dispatch, FG_TRIGGERIN_STATS_MINMAXFREQUENCY_CLEAR, FG_APPLY,
+    , clearFrequencies_(dispatch, rows::FG_TRIGGERIN_STATS_MINMAXFREQUENCY_CLEAR,
                         clears<std::uint32_t>(sets, [&design] { design.write(InputStatistics_ClearMinMax_Value, 1U); }))
-    , outputSource_(dispatch, FG_TRIGGEROUT_STATS_SOURCE, PULSEGEN0,
-                    {.check = sets.current(parameters::oneOf<std::int32_t>(enumerations::PulseFormGenerator)),
-                     .apply = parameters::writesTo(design, OutputStatistics_Select_Select)})
-    , outputPulses_(dispatch, FG_TRIGGEROUT_STATS_PULSECOUNT,
+    , outputSource_(dispatch, rows::FG_TRIGGEROUT_STATS_SOURCE,
+                    {.permit = sets.current(), .apply = parameters::writesTo(design, OutputStatistics_Select_Select)})
+    , outputPulses_(dispatch, rows::FG_TRIGGEROUT_STATS_PULSECOUNT,
                     parameters::reads(design, OutputStatistics_ReadPulses_Status))
-    , clearOutputPulses_(dispatch, FG_TRIGGEROUT_STATS_PULSECOUNT_CLEAR, FG_APPLY,
+    , clearOutputPulses_(dispatch, rows::FG_TRIGGEROUT_STATS_PULSECOUNT_CLEAR,
                          clears(design, sets, OutputStatistics_ClearPulses_Mode))
-    , outputEventSource_(dispatch, FG_TRIGGER_OUTPUT_EVENT_SELECT, PULSEGEN0,
-                         {.check = sets.current(parameters::oneOf<std::int32_t>(enumerations::PulseFormGenerator)),
-                          .apply = parameters::writesTo(design, OutputEvent_Select_Select)})
-    , exceededPeriod_(dispatch, FG_TRIGGER_EXCEEDED_PERIOD_LIMITS,
+    , outputEventSource_(dispatch, rows::FG_TRIGGER_OUTPUT_EVENT_SELECT,
+                         {.permit = sets.current(), .apply = parameters::writesTo(design, OutputEvent_Select_Select)})
+    , exceededPeriod_(dispatch, rows::FG_TRIGGER_EXCEEDED_PERIOD_LIMITS,
                       // The generator keeps its own period.
                       [&design, &state] {
                           return std::uint32_t{state.mode().value() != ATM_GENERATOR &&
                                                queueStatus(design, exceededPeriodBit)};
                       })
-    , clearExceededPeriod_(dispatch, FG_TRIGGER_EXCEEDED_PERIOD_LIMITS_CLEAR, FG_APPLY,
+    , clearExceededPeriod_(dispatch, rows::FG_TRIGGER_EXCEEDED_PERIOD_LIMITS_CLEAR,
                            clears(design, sets, Monitoring_ClearOverrideCam0_Mode))
-    , missingFrame_(dispatch, FG_MISSING_CAMERA_FRAME_RESPONSE,
+    , missingFrame_(dispatch, rows::FG_MISSING_CAMERA_FRAME_RESPONSE,
                     [&design] { return std::uint32_t{queueStatus(design, missingFrameBit)}; })
-    , clearMissingFrame_(dispatch, FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR, FG_APPLY,
+    , clearMissingFrame_(dispatch, rows::FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR,
                          clears(design, sets, Monitoring_ClearMissingFrame_Cam0_Mode)) {}
 
 } // namespace qelm::features

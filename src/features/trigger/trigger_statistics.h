@@ -19,9 +19,6 @@ class TriggerStatistics {
     TriggerStatistics(parameters::Dispatch& dispatch, parameters::DesignAccess& design, const TriggerSets& sets,
                       const TriggerState& state);
 
-    Signed& outputSource() { return outputSource_; }
-    Signed& outputEventSource() { return outputEventSource_; }
-
   private:
     using Count = parameters::ReadOnly<std::uint32_t>;
     using Frequency = parameters::ReadOnly<double>;

@@ -7,37 +7,35 @@
 namespace qelm::features {
 namespace {
 
+namespace rows = parameters::rows;
 using parameters::calls;
 using parameters::require;
 using enum parameters::DesignParameter;
 
-constexpr double initialRate = 8.0;           // Hz
-constexpr std::uint32_t shortestPeriod = 10;  // in the minimum period register
-constexpr double longestDelay = 34000000.0;   // µs
-constexpr double shortestWidth = 1.0;         // µs
-constexpr double longestWidth = 68000000.0;   // µs
-constexpr double initialExsyncWidth = 4000.0; // µs; of generator 0, which makes the exsync pulse
-constexpr double initialWidth = 4.0;          // µs
-constexpr std::uint32_t largestDownscale = 7;
+constexpr std::uint32_t shortestPeriod = 10; // in the minimum period register
 
 constexpr PulseFormGenerator::Names generatorNames[TriggerTiming::generatorCount] = {
-    {FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN0_DELAY,
-     FG_TRIGGER_PULSEFORMGEN0_WIDTH, PulseFormGenerators_PulseFormGenerator0_Downscale_Downscale,
+    {rows::FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE_PHASE,
+     rows::FG_TRIGGER_PULSEFORMGEN0_DELAY, rows::FG_TRIGGER_PULSEFORMGEN0_WIDTH,
+     PulseFormGenerators_PulseFormGenerator0_Downscale_Downscale,
      PulseFormGenerators_PulseFormGenerator0_Downscale_SelectedPulse,
      PulseFormGenerators_PulseFormGenerator0_Delay_Delay, PulseFormGenerators_PulseFormGenerator0_Width_Width,
      PulseFormGenerators_PulseFormGenerator0_ClearDownscale_Mode},
-    {FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN1_DELAY,
-     FG_TRIGGER_PULSEFORMGEN1_WIDTH, PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale,
+    {rows::FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE,
+     rows::FG_TRIGGER_PULSEFORMGEN1_DELAY, rows::FG_TRIGGER_PULSEFORMGEN1_WIDTH,
+     PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale,
      PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse,
      PulseFormGenerators_PulseFormGenerator1_Delay_Delay, PulseFormGenerators_PulseFormGenerator1_Width_Width,
      PulseFormGenerators_PulseFormGenerator1_ClearDownscale_Mode},
-    {FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN2_DELAY,
-     FG_TRIGGER_PULSEFORMGEN2_WIDTH, PulseFormGenerators_PulseFormGenerator2_Downscale_Downscale,
+    {rows::FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE_PHASE,
+     rows::FG_TRIGGER_PULSEFORMGEN2_DELAY, rows::FG_TRIGGER_PULSEFORMGEN2_WIDTH,
+     PulseFormGenerators_PulseFormGenerator2_Downscale_Downscale,
      PulseFormGenerators_PulseFormGenerator2_Downscale_SelectedPulse,
      PulseFormGenerators_PulseFormGenerator2_Delay_Delay, PulseFormGenerators_PulseFormGenerator2_Width_Width,
      PulseFormGenerators_PulseFormGenerator2_ClearDownscale_Mode},
-    {FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE, FG_TRIGGER_PULSEFORMGEN3_DELAY,
-     FG_TRIGGER_PULSEFORMGEN3_WIDTH, PulseFormGenerators_PulseFormGenerator3_Downscale_Downscale,
+    {rows::FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE,
+     rows::FG_TRIGGER_PULSEFORMGEN3_DELAY, rows::FG_TRIGGER_PULSEFORMGEN3_WIDTH,
+     PulseFormGenerators_PulseFormGenerator3_Downscale_Downscale,
      PulseFormGenerators_PulseFormGenerator3_Downscale_SelectedPulse,
      PulseFormGenerators_PulseFormGenerator3_Delay_Delay, PulseFormGenerators_PulseFormGenerator3_Width_Width,
      PulseFormGenerators_PulseFormGenerator3_ClearDownscale_Mode},
@@ -52,25 +50,29 @@ bool keepsUp(double period, double time, std::uint32_t downscale) {
 
 PulseFormGenerator::PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                                        description::Information& information, const TriggerSets& sets,
-                                       const TriggerTiming& timing, const Names& names, double widthAtStart)
+                                       const TriggerTiming& timing, const Names& names)
     : design_(design)
     , timing_(timing)
     , names_(names)
     , downscale_(
-          dispatch, names.downscaleId, 1,
-          {.check = sets.current(calls(this, &PulseFormGenerator::checkDownscale)),
+          dispatch, names.downscaleRow,
+          {.permit = sets.current(),
+           .check = calls(this, &PulseFormGenerator::checkDownscale),
            .apply = parameters::writesTo(design, names.downscale),
            .settled = [this,
                        &information] { information.setMaximum(phase_.id(), std::int64_t{downscale_.value()} - 1); }})
-    , phase_(dispatch, names.phaseId, 0,
-             {.check = sets.current(calls(this, &PulseFormGenerator::checkPhase)),
+    , phase_(dispatch, names.phaseRow,
+             {.permit = sets.current(),
+              .check = calls(this, &PulseFormGenerator::checkPhase),
               .apply = parameters::writesTo(design, names.phase)})
-    , delay_(dispatch, names.delayId, 0.0,
-             {.check = sets.current(calls(this, &PulseFormGenerator::checkDelay)),
+    , delay_(dispatch, names.delayRow,
+             {.permit = sets.current(),
+              .check = calls(this, &PulseFormGenerator::checkDelay),
               .apply = calls(this, &PulseFormGenerator::writeDelay),
               .read = calls(this, &PulseFormGenerator::readDelay)})
-    , width_(dispatch, names.widthId, widthAtStart,
-             {.check = sets.current(calls(this, &PulseFormGenerator::checkWidth)),
+    , width_(dispatch, names.widthRow,
+             {.permit = sets.current(),
+              .check = calls(this, &PulseFormGenerator::checkWidth),
               .apply = calls(this, &PulseFormGenerator::writeWidth),
               .read = calls(this, &PulseFormGenerator::readWidth)}) {}
 
@@ -87,7 +89,7 @@ void PulseFormGenerator::writeTime(parameters::DesignParameter target, double ti
 }
 
 void PulseFormGenerator::checkDownscale(std::uint32_t downscale) const {
-    require(downscale > phase_.value() && downscale <= largestDownscale, FG_ERROR_OUT_OF_RANGE);
+    require(downscale > phase_.value(), FG_ERROR_OUT_OF_RANGE);
     const double period = timing_.period();
     require(keepsUp(period, readDelay(), downscale) && keepsUp(period, readWidth(), downscale),
             FG_ERROR_DOWNSCALE_TIMING);
@@ -95,16 +97,6 @@ void PulseFormGenerator::checkDownscale(std::uint32_t downscale) const {
 
 void PulseFormGenerator::checkPhase(std::uint32_t phase) const {
     require(phase < downscale_.value(), FG_ERROR_OUT_OF_RANGE);
-}
-
-void PulseFormGenerator::checkDelay(double delay) const {
-    require(delay >= 0.0 && delay <= longestDelay, FG_ERROR_OUT_OF_RANGE);
-    checkTime(delay, names_.width);
-}
-
-void PulseFormGenerator::checkWidth(double width) const {
-    require(width >= shortestWidth && width <= longestWidth, FG_ERROR_OUT_OF_RANGE);
-    checkTime(width, names_.delay);
 }
 
 // The other one is read only when this one fits.
@@ -119,14 +111,12 @@ TriggerTiming::TriggerTiming(parameters::Dispatch& dispatch, parameters::DesignA
                              std::function<bool()> rateCounts)
     : design_(design)
     , rateCounts_(std::move(rateCounts))
-    , rate_(dispatch, FG_TRIGGER_FRAMESPERSECOND, initialRate,
+    , rate_(dispatch, rows::FG_TRIGGER_FRAMESPERSECOND,
             {.check = calls(this, &TriggerTiming::checkRate),
              .apply = calls(this, &TriggerTiming::writeRate),
              .read = [this] { return reportedRate(rate_.value()); }}) {
     for (const PulseFormGenerator::Names& names : generatorNames) {
-        const bool makesExsync = generators_.empty();
-        generators_.emplace_back(dispatch, design, information, sets, *this, names,
-                                 makesExsync ? initialExsyncWidth : initialWidth);
+        generators_.emplace_back(dispatch, design, information, sets, *this, names);
     }
 }
 
@@ -153,7 +143,6 @@ void TriggerTiming::clearDownscales() {
 }
 
 void TriggerTiming::checkRate(double rate) const {
-    require(rate >= lowestRate && rate <= highestRate, FG_ERROR_OUT_OF_RANGE);
     for (const PulseFormGenerator& generator : generators_) {
         require(generator.fits(periodOfRate(rate)), FG_ERROR_TRIGGER_TIMING);
     }

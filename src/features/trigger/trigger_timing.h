@@ -23,17 +23,18 @@ class PulseFormGenerator {
 
     /** What one of the generators is called. */
     struct Names {
-        std::int32_t downscaleId, phaseId, delayId, widthId;
+        const parameters::RowOf<std::uint32_t>& downscaleRow;
+        const parameters::RowOf<std::uint32_t>& phaseRow;
+        const parameters::RowOf<double>& delayRow;
+        const parameters::RowOf<double>& widthRow;
         parameters::DesignParameter downscale, phase, delay, width, clearDownscale;
     };
 
     /** @param timing  holds the rate that the generator has to keep up with */
     PulseFormGenerator(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                        description::Information& information, const TriggerSets& sets, const TriggerTiming& timing,
-                       const Names& names, double widthAtStart);
+                       const Names& names);
 
-    Unsigned& downscale() { return downscale_; }
-    Unsigned& phase() { return phase_; }
     Time& delay() { return delay_; }
     Time& width() { return width_; }
 
@@ -50,8 +51,8 @@ class PulseFormGenerator {
     void writeTime(parameters::DesignParameter target, double time);
     void checkDownscale(std::uint32_t downscale) const;
     void checkPhase(std::uint32_t phase) const;
-    void checkDelay(double delay) const;
-    void checkWidth(double width) const;
+    void checkDelay(double delay) const { checkTime(delay, names_.width); }
+    void checkWidth(double width) const { checkTime(width, names_.delay); }
     void checkTime(double time, parameters::DesignParameter other) const;
 
     parameters::DesignAccess& design_;
@@ -71,7 +72,6 @@ class TriggerTiming {
     TriggerTiming(parameters::Dispatch& dispatch, parameters::DesignAccess& design,
                   description::Information& information, const TriggerSets& sets, std::function<bool()> rateCounts);
 
-    parameters::Cached<double>& rate() { return rate_; }
     PulseFormGenerator& generator(std::size_t index) { return generators_[index]; }
 
     /** The period of the rate in µs. */

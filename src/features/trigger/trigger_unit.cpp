@@ -14,7 +14,7 @@ TriggerUnit::TriggerUnit(parameters::Dispatch& dispatch, parameters::DesignAcces
     , queue_(dispatch, design, information, sets_, timing_, state_)
     , softwareTrigger_(dispatch, design, state_, queue_)
     , statistics_(dispatch, design, sets_, state_)
-    , legacy_(dispatch, sets_, {input_, timing_, crossbar_, state_, queue_, statistics_}) {}
+    , legacy_(dispatch, sets_, {timing_, crossbar_, state_, queue_}) {}
 
 void TriggerUnit::prepare() {
     crossbar_.off();
