@@ -177,7 +177,7 @@ void LegacyTrigger::applyDefaults() {
     for (const parameters::Row* row : parameters::orders::initialSettings) {
         if ((row->triggerSet == TriggerSet::current || row->triggerSet == TriggerSet::shared) &&
             row->use == parameters::Use::settable) {
-            parameters::skipRefusal([&] { dispatch_.find(row->id)->set(parameters::initialValue(*row)); });
+            parameters::skipRefusal([&] { dispatch_.at(row->id).set(parameters::initialValue(*row)); });
         }
     }
 }
@@ -185,7 +185,7 @@ void LegacyTrigger::applyDefaults() {
 void LegacyTrigger::resetFields() {
     for (const parameters::Row* row : parameters::orders::registry) {
         if (row->triggerSet == TriggerSet::legacy) {
-            dispatch_.find(row->id)->store(parameters::initialValue(*row));
+            dispatch_.at(row->id).store(parameters::initialValue(*row));
         }
     }
 }
