@@ -381,20 +381,29 @@ TEST_F(ConfigurationTest, RefusedValuesStayKeptAndTheLoadGoesOn) {
 }
 
 TEST_F(ConfigurationTest, LimitsThatFollowOthersFollowKeptValues) {
-    std::string text = with(with(freshConfiguration(), "FG_CAMERA_WIDTH", "100000"), "FG_WIDTH", "50000");
-    text = with(with(text, "FG_CAMERA_HEIGHT", "90000"), "FG_YOFFSET", "60000");
-    text =
-        with(with(text, "FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE", "200"), "FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE", "9");
-    text = with(with(text, "FG_GEN_ACCURACY", "100"), "FG_GEN_FREQ", "2.5");
-    ASSERT_EQ(loadText(board_, text), 0);
-    EXPECT_EQ(peek("Device1_Process0_Buffer_0_ROI_X_Length"), 50000U);
-    EXPECT_EQ(peek("Device1_Process0_Buffer_0_ROI_Y_Offset"), 60000U);
-    EXPECT_EQ(
-        peek("Device1_Process1_Trigger_TriggerCam0_PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse"),
-        9U);
-    EXPECT_EQ(peekRegister("AAGenActive"), 1U);
-    EXPECT_EQ(peek("Device1_Process1_Trigger_TriggerCam0_PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale"),
-              1U)
+    std::string text = with(with(freshConfiguration(), "FG_CAMERA_WIDTH", "100000"), "FG_CAMERA_HEIGHT", "90000");
+    text = with(with(text, "FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE", "200"), "FG_GEN_ACCURACY", "100");
+    ASSERT_EQ(loadText(board_, with(text, "FG_GEN_FREQ", "2.5")), 0);
+    EXPECT_EQ(peekRegister("AAGenActive"), 1U) << "2.5 MHz with an accuracy of 100";
+    // What fits the kept partner is passed on to the design, which may refuse it.
+    const std::string region = "Device1_Process0_Buffer_0_ROI_";
+    const struct {
+        int32_t id;
+        uint32_t value;
+        std::string target;
+    } cases[] = {
+        {FG_WIDTH, 50000, region + "X_Length"},
+        {FG_HEIGHT, 60000, region + "Y_Length"},
+        {FG_XOFFSET, 32000, region + "X_Offset"},
+        {FG_YOFFSET, 60000, region + "Y_Offset"},
+        {FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE, 9,
+         "Device1_Process1_Trigger_TriggerCam0_PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse"}};
+    for (const auto& [id, value, target] : cases) {
+        control().fail(board_.virtualBoard(), nullptr, target.c_str(), 0, 1, injected);
+        EXPECT_EQ(board_.set(id, value), injected) << target;
+        control().clearFaults();
+    }
+    EXPECT_EQ(board_.set(FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE, 200U), FG_ERROR_OUT_OF_RANGE)
         << "its own limits are fixed";
 }
 
