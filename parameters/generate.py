@@ -578,7 +578,8 @@ def kind(parameter):
         return "enumeration"
     if parameter.filter is not None:
         return "file name"
-    return {"float64": "floating point", "text": "text", "lut entry": "lookup table entry"}.get(parameter.type, "integer")
+    kinds = {"float64": "floating point", "text": "text", "lut entry": "lookup table entry"}
+    return kinds.get(parameter.type, "integer")
 
 
 def reference(tables):
@@ -631,8 +632,10 @@ inline constexpr const char* reference = R"reference({reference(tables)})referen
 
 
 def write(path, text):
+    """Leaves a file that holds the text already as it is, so that nothing is built anew for a changed comment."""
     path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(text, encoding="utf-8", newline="\n")
+    if not path.is_file() or path.read_bytes() != text.encode():
+        path.write_text(text, encoding="utf-8", newline="\n")
 
 
 def main(words=None):

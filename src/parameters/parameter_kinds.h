@@ -46,9 +46,8 @@ template <typename T>
 class Cached final : public Parameter {
   public:
     struct Rules {
-        std::function<void()> permit{}; ///< throws when no value may be set now; asked first
-        std::function<void(const T& value)>
-            check{}; ///< throws the refusal of a value in range; nothing has changed then
+        std::function<void()> permit{};              ///< throws when no value may be set now; asked first
+        std::function<void(const T& value)> check{}; ///< refuses a value in range; nothing has changed then
         std::function<void(const T& value, const T& previous)> apply{}; ///< writes the design; the value is cached
         std::function<void()> settled{};                                ///< updates dependants, after every write
         std::function<T()> read{}; ///< what a get answers; without it the cached value
