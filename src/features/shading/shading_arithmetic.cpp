@@ -229,8 +229,8 @@ QELM_INLINE double sumRow(double sum, Samples gray, Samples black, std::size_t c
         for (std::size_t x = 0; x < blockSize; ++x) {
             signals[x] = signal(gray[start + x], black[start + x]);
         }
-        for (std::size_t x = 0; x < blockSize; ++x) {
-            sum += signals[x];
+        for (const double one : signals) {
+            sum += one;
         }
     }
     for (; start < count; ++start) {
