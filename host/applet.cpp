@@ -45,15 +45,36 @@ std::optional<Library> loadRuntimeBeside(const fs::path& applet) {
 } // namespace
 
 std::filesystem::path Applet::defaultFile() {
+    try {
+        return find(appletName);
+    } catch (const LoadError&) {
+        return executableFolder() / appletFileName(appletName); // whose loading tells what is wrong
+    }
+}
+
+std::filesystem::path Applet::find(const std::filesystem::path& name) {
+    if (name.has_parent_path() || fs::is_regular_file(name)) {
+        return fs::absolute(name);
+    }
+    const fs::path fileName = name.has_extension() ? name : fs::path(appletFileName(name.string()));
     const fs::path folder = executableFolder();
-    const std::string name = appletFileName(appletName);
-    const fs::path beside = folder / name;
-    const fs::path installed = folder / ".." / INSTALL_LIBDIR / name;
-    return !fs::is_regular_file(beside) && fs::is_regular_file(installed) ? installed : beside;
+    const fs::path installed = folder / ".." / INSTALL_LIBDIR;
+    for (const fs::path& candidate : {folder / fileName, installed / fileName}) {
+        if (fs::is_regular_file(candidate)) {
+            return candidate;
+        }
+    }
+    std::string error;
+    if (const fs::path found = detail::findOnLoaderPath(fileName, error); !found.empty()) {
+        return found;
+    }
+    throw LoadError("there is no library " + fileName.string() + " in " + folder.string() + ", in " +
+                    installed.lexically_normal().string() + " or on the loader's path" +
+                    (error.empty() ? "" : ": " + error));
 }
 
 Applet::Applet(const std::filesystem::path& file)
-    : file_(fs::absolute(file))
+    : file_(find(file))
     , runtime_(loadRuntimeBeside(file_))
     , library_(loadApplet(file_))
     , virtualBoard_(Library::alreadyLoaded("qelm_virtual_board")) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -72,6 +73,24 @@ std::int32_t onPicture(const void* memory, std::int64_t number, Use&& use) {
     }
     use(picture);
     return ok;
+}
+
+/** @param make  answers the memory, or throws std::bad_alloc */
+template <typename Make>
+void* giveFrames(VirtualBoard* board, Make&& make) {
+    Process& process = Process::instance();
+    const std::shared_ptr<VirtualBoard> found = process.boards.find(board);
+    if (!found) {
+        return nullptr;
+    }
+    try {
+        auto allocation = std::make_shared<FrameAllocation>();
+        allocation->board = found;
+        allocation->memory = make();
+        return process.frames.give(std::move(allocation));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -280,19 +299,42 @@ const char* virtualBoardCameraHelp(void) {
 }
 
 void* virtualBoardAllocateFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures) {
-    Process& process = Process::instance();
-    const std::shared_ptr<VirtualBoard> found = process.boards.find(board);
-    if (!found || bytesPerPicture == 0 || pictures == 0 || bytesPerPicture > PTRDIFF_MAX / pictures) {
+    if (bytesPerPicture == 0 || pictures == 0 || bytesPerPicture > PTRDIFF_MAX / pictures) {
         return nullptr;
     }
-    try {
-        auto allocation = std::make_shared<FrameAllocation>();
-        allocation->board = found;
-        allocation->memory = std::make_shared<FrameMemory>(bytesPerPicture, pictures);
-        return process.frames.give(std::move(allocation));
-    } catch (const std::bad_alloc&) {
+    return giveFrames(board, [&] { return std::make_shared<FrameMemory>(bytesPerPicture, pictures); });
+}
+
+void* virtualBoardUseFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures, void* const* places) {
+    if (places == nullptr || bytesPerPicture == 0 || pictures == 0 ||
+        std::count(places, places + pictures, nullptr) > 0) {
         return nullptr;
     }
+    return giveFrames(board,
+                      [&] { return std::make_shared<FrameMemory>(bytesPerPicture, std::span(places, pictures)); });
+}
+
+int32_t virtualBoardExchangePlace(void* memory, int64_t number, void* place) {
+    const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
+    if (!found || place == nullptr) {
+        return unknown;
+    }
+    const std::unique_lock lock = found->board->lock();
+    return found->memory->exchangePlace(number, static_cast<std::byte*>(place)) ? ok : unknown;
+}
+
+int64_t virtualBoardWaitForPicture(void* memory, int64_t number, uint64_t nanoseconds) {
+    const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
+    if (!found) {
+        return unknown;
+    }
+    return found->board->whileOpen([&](Board& open) -> std::int64_t {
+        if (open.acquisition().memory() != found->memory) {
+            return notAcquiring;
+        }
+        open.waitForPicture(number, std::min(nanoseconds, Board::longestAdvance));
+        return found->memory->last() >= number ? found->memory->last() : timedOut;
+    });
 }
 
 int32_t virtualBoardFreeFrames(void* memory) {

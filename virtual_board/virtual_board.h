@@ -83,8 +83,21 @@ enum { VIRTUAL_BOARD_ACQUIRE_STANDARD = 1 };
 
 /** @return memory for so many pictures, the `memory` of the runtime's functions; null when that is too much */
 VIRTUAL_BOARD_API void* virtualBoardAllocateFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures);
+/**
+ * As above, in memory of the caller's: places[i] takes `bytesPerPicture` bytes until virtualBoardFreeFrames, or until
+ * another one takes its place.
+ */
+VIRTUAL_BOARD_API void* virtualBoardUseFrames(VirtualBoard* board, size_t bytesPerPicture, size_t pictures,
+                                              void* const* places);
+/**
+ * Only for memory of the caller's: lets `place` take the place of picture `number`, which stays as it is then and is
+ * the caller's alone. -2070 when the picture has not come or is gone already; nothing changes then.
+ */
+VIRTUAL_BOARD_API int32_t virtualBoardExchangePlace(void* memory, int64_t number, void* place);
 /** Gives the memory back; an acquisition into it ends. */
 VIRTUAL_BOARD_API int32_t virtualBoardFreeFrames(void* memory);
+/** As Fg_getLastPicNumberBlockingEx, but without an applet and to the nanosecond. */
+VIRTUAL_BOARD_API int64_t virtualBoardWaitForPicture(void* memory, int64_t number, uint64_t nanoseconds);
 /** Picture `number`, valid until its place is taken again. -2070 when it has not come or is gone already. */
 VIRTUAL_BOARD_API int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size);
 /**

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <link.h>
 
 namespace qelm::host {
 
@@ -33,6 +34,20 @@ void* openLibrary(const std::filesystem::path& file, std::string& error) {
         error = ::dlerror();
     }
     return handle;
+}
+
+std::filesystem::path findOnLoaderPath(const std::filesystem::path& fileName, std::string& error) {
+    void* handle = openLibrary(fileName, error);
+    if (handle == nullptr) {
+        return {};
+    }
+    const link_map* map = nullptr;
+    std::filesystem::path found;
+    if (::dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0) {
+        found = map->l_name;
+    }
+    ::dlclose(handle);
+    return found;
 }
 
 void* openLoadedLibrary(const std::string& fileName) {

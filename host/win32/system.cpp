@@ -40,6 +40,13 @@ void* openLibrary(const std::filesystem::path& file, std::string& error) {
     return handle;
 }
 
+std::filesystem::path findOnLoaderPath(const std::filesystem::path& fileName, std::string&) {
+    std::wstring file(32768, L'\0');
+    file.resize(
+        ::SearchPathW(nullptr, fileName.c_str(), nullptr, static_cast<DWORD>(file.size()), file.data(), nullptr));
+    return file;
+}
+
 void* openLoadedLibrary(const std::string& fileName) {
     HMODULE handle = nullptr;
     ::GetModuleHandleExA(0, fileName.c_str(), &handle);

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace qelm::virtual_board {
@@ -19,11 +20,10 @@ class FrameMemory {
         VirtualBoardFrameInfo info{};
     };
 
-    /** @throws std::bad_alloc */
-    FrameMemory(std::size_t bytesPerPicture, std::size_t pictures)
-        : bytesPerPicture_(bytesPerPicture)
-        , bytes_(bytesPerPicture * pictures)
-        , places_(pictures) {}
+    /** Memory of its own. @throws std::bad_alloc */
+    FrameMemory(std::size_t bytesPerPicture, std::size_t pictures);
+    /** In the caller's places. @throws std::bad_alloc */
+    FrameMemory(std::size_t bytesPerPicture, std::span<void* const> places);
 
     std::int64_t last() const { return last_; }
     void clear() { last_ = 0; }
@@ -31,16 +31,19 @@ class FrameMemory {
     /** Takes the next picture; what exceeds its place is cut off. */
     void add(const Picture& picture);
     Transferred picture(std::int64_t number) const;
+    /** Of the caller's places. @return whether the picture was there, which the caller keeps */
+    bool exchangePlace(std::int64_t number, std::byte* place);
 
   private:
     struct Place {
+        std::byte* bytes = nullptr;
         std::size_t size = 0;
         VirtualBoardFrameInfo info{};
     };
-    std::size_t place(std::int64_t number) const { return static_cast<std::size_t>(number - 1) % places_.size(); }
+    std::size_t placeOf(std::int64_t number) const { return static_cast<std::size_t>(number - 1) % places_.size(); }
 
     std::size_t bytesPerPicture_;
-    std::vector<std::byte> bytes_;
+    std::vector<std::byte> own_; // empty when the places are the caller's
     std::vector<Place> places_;
     std::int64_t last_ = 0;
 };

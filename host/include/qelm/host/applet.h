@@ -3,6 +3,7 @@
 #include "qelm/host/library.h"
 
 #include "virtual_board.h"
+#include "virtual_board_frames.h"
 #include "zantor_obvelline_qx4_rk/applet.h"
 
 #include <cstdint>
@@ -32,10 +33,19 @@ struct VirtualBoardFunctions {
  */
 class Applet {
   public:
-    /** @throws LoadError when the file, one of the libraries that it needs or one of its exports is missing */
+    /**
+     * @param file a path, or a name as `find` takes it
+     * @throws LoadError when the file, one of the libraries that it needs or one of its exports is missing
+     */
     explicit Applet(const std::filesystem::path& file = defaultFile());
-    /** The applet beside the running program or, failing that, in the library folder of its installation. */
+    /** Where `find` has this project's applet; if nowhere, beside the running program. */
     static std::filesystem::path defaultFile();
+    /**
+     * The file of an applet. A path stays one. A bare name, with or without its suffix, is looked for in the current
+     * folder, beside the running program, in the library folder of its installation, and where the system's loader
+     * looks (LD_LIBRARY_PATH and the loader's cache; PATH on Windows). @throws LoadError when it is nowhere
+     */
+    static std::filesystem::path find(const std::filesystem::path& name);
     Applet(const Applet&) = delete;
     Applet& operator=(const Applet&) = delete;
 

@@ -23,6 +23,8 @@ namespace detail {
 
 /** @param[out] error why the library could not be loaded */
 void* openLibrary(const std::filesystem::path& file, std::string& error);
+/** @return where the loader finds a library of that name; empty, and maybe why, when it finds none that it can load */
+std::filesystem::path findOnLoaderPath(const std::filesystem::path& fileName, std::string& error);
 /** @return a handle that counts as one more load, or null when the library is not loaded */
 void* openLoadedLibrary(const std::string& fileName);
 void closeLibrary(void* handle);
