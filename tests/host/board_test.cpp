@@ -125,6 +125,9 @@ TEST(Loading, SaysWhatIsMissing) {
     };
     EXPECT_THAT(message("no_such_folder/applet"), HasSubstr("there is no library"));
     EXPECT_THAT(message(executableFolder()), HasSubstr("there is no library"));
+    EXPECT_THAT(message("no_such_applet"), HasSubstr("there is no library no_such_applet"));
+    EXPECT_THAT(message("no_such_applet"), HasSubstr("on the loader's path"));
+    EXPECT_EQ(message(Applet::defaultFile().stem()), "loaded"); // beside the program, by its bare name
     // A library, but no applet: it has none of the functions.
     EXPECT_THAT(message(executableFolder() / libraryFileName("nuvrod")), HasSubstr("has no function Std_entry"));
 }
