@@ -462,6 +462,45 @@ TEST_F(ConfigurationTest, OffsetsBeyondTheDesignsLimitDoNotWrapTheRegion) {
     EXPECT_THAT(writes, testing::Contains("Device1_Process0_Shading_ShadingBuffer_1_YLength=2"));
 }
 
+TEST_F(ConfigurationTest, ValuesThatNoSetterTakesMeetGuards) {
+    std::string text = freshConfiguration();
+    for (const auto& [key, value] :
+         {Line{"FG_CAMERA_WIDTH", "16384"}, Line{"FG_CAMERA_HEIGHT", "16384"}, Line{"FG_XOFFSET", "16"},
+          Line{"FG_YOFFSET", "17"}, Line{"FG_IMG_SELECT_PERIOD", "300"}, Line{"FG_TRIGGERCC_SELECT3", "12"}}) {
+        text = with(text, key, value);
+    }
+    ASSERT_EQ(loadText(board_, text), 0);
+    // The shading buffers end at 8192, wherever the camera does.
+    const auto expected = [](const char* roi, const char* first, const char* second) {
+        std::vector<std::string> writes = {std::string("Device1_Process0_Buffer_0_ROI_") + roi};
+        for (const char* target : {first, second}) {
+            for (const char* buffer : {"0", "1"}) {
+                if (target != nullptr) {
+                    writes.push_back("Device1_Process0_Shading_ShadingBuffer_" + std::string(buffer) + "_" + target);
+                }
+                if (target == second) {
+                    writes.push_back("Device1_Process0_Shading_ShadingBuffer_" + std::string(buffer) + "_UpdateROI=1");
+                }
+            }
+        }
+        return writes;
+    };
+    EXPECT_THAT(writesOfSet(FG_WIDTH, 8192U), ElementsAreArray(expected("X_Length=8192", nullptr, "XLength=2044")));
+    EXPECT_THAT(writesOfSet(FG_XOFFSET, 16U), ElementsAreArray(expected("X_Offset=16", nullptr, "XOffset=4")));
+    EXPECT_THAT(writesOfSet(FG_HEIGHT, 8192U), ElementsAreArray(expected("Y_Length=8192", nullptr, "YLength=8175")));
+    EXPECT_THAT(writesOfSet(FG_YOFFSET, 17U), ElementsAreArray(expected("Y_Offset=17", "YLength=8175", "YOffset=17")));
+    expectRefused(FG_IMG_SELECT, 256U, FG_ERROR_OUT_OF_RANGE); // less than the period, but too large all the same
+    board_.change(FG_IMG_SELECT, 255U);
+    board_.change(FG_AREATRIGGERMODE, uint32_t{ATM_SOFTWARE});
+    EXPECT_EQ(board_.set(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE}), FG_ERROR_OUT_OF_RANGE) << "a line without a source";
+    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERSTATE), uint32_t{TS_SYNC_STOP});
+
+    text = with(with(freshConfiguration(), "FG_TRIGGER_LEGACY_MODE", "1"), "FG_CCSEL2", "1");
+    ASSERT_EQ(loadText(board_, text), 0);
+    EXPECT_EQ(board_.set(FG_EXSYNCON, uint32_t{FG_ON}), -2075) << "a legacy line without a meaning";
+    EXPECT_EQ(board_.get<uint32_t>(FG_EXSYNCON), uint32_t{FG_OFF});
+}
+
 TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
     const std::string text = with(freshConfiguration(), "FG_WIDTH", "512");
     std::string binary;

@@ -1,15 +1,18 @@
 // What the applet tells about its parameters, by text and by GenApi document, and the parameters of direct access.
 
+#include "expected_parameters.h"
 #include "fixture.h"
 
 #include "qelm/host/descriptions.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <set>
+#include <sstream>
 #include <thread>
 
 namespace qelm::test {
@@ -98,43 +101,50 @@ TEST_F(Description, BufferIsFilledOnlyWhenItHasRoom) {
     EXPECT_EQ(applet_->Fg_getParameterInfoXML(&none, 0, nullptr, &needed), -2001);
 }
 
-TEST_F(Description, TextsTellTheParticulars) {
-    const struct {
-        int32_t id;
-        const char* part;
-    } cases[] = {
-        {FG_SHADING_GAIN_CORRECTION_MODE, "Display name: Gain Correction Mode \n"},
-        {FG_SHADING_APPLY_SETTINGS, "Display name: Apply Settings \n"},
-        {FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, "Display name: Dead Pixel Interpolation \n"},
-        {FG_TRIGGERIN_STATS_PULSECOUNT, "Category: Trigger / Trigger Input / Statistics\n"},
-        {FG_TRIGGEROUT_STATS_PULSECOUNT, "Category: Trigger / Digital Output / Statistics\n"},
-        {FG_TRIGGERIN_POLARITY, "Entry: LOW_ACTIVE = 1 (Low Active)\nEntry: HIGH_ACTIVE = 0 (High Active)\n"},
-        {FG_EXSYNCPOLARITY, "Entry: FG_LOW = 0 (Low Active)\nEntry: FG_HIGH = 1 (High Active)\n"},
-        {FG_FLASH_POLARITY, "Entry: FG_LOW = 0 (Low Active)\nEntry: FG_HIGH = 1 (High Active)\n"},
-        {FG_FORMAT, "Access: 3\nLevel: 1\nEntry: FG_GRAY = 3 (Gray 8bit)\nEntry: FG_GRAY16 = 1 (Gray 16bit)\n"},
-        {FG_TRIGGERIN_DOWNSCALE, "Level: 2\nMinimum: 1\nMaximum: 4294967295\nIncrement: 1\n"},
-        {FG_PROCESSING_GAMMA, "Minimum: -1000\nMaximum: 1000\nIncrement: 2.220446049250313e-16\n"},
-        {FG_TIMEOUT, "Minimum: 2\nMaximum: 2147483646\nIncrement: 1\nUnit: seconds\n"},
-        {FG_APPLET_VERSION, "Minimum: 0\nMaximum: 0\nIncrement: 0\n"},
-        {FG_STROBEPULSEDELAY, "Unit: \u00b5s\n"},
-        {FG_LUT_TYPE, "Description: Enables the LUT to be load with custom values or use the applet's processor.\n"},
-    };
-    for (const auto& [id, part] : cases) {
-        EXPECT_THAT(information(board_, id), HasSubstr(part));
+/** What Fg_getParameterInfo has to answer; nothing for what user interfaces leave out. */
+std::string expectedInformation(const ExpectedParameter& parameter) {
+    const auto* const row =
+        std::ranges::find(expectedDescriptions, std::string_view(parameter.name),
+                          [](const ExpectedDescription& one) { return std::string_view(one.name); });
+    if (row == std::end(expectedDescriptions)) {
+        return "";
     }
-    constexpr int32_t undescribed[] = {FG_TRANSFER_LEN,
-                                       FG_NR_OF_PROCESSES,
-                                       FG_NR_OF_DMAS,
-                                       FG_NR_OF_CAMS,
-                                       FG_DMA_PORT,
-                                       FG_CAM_PORT,
-                                       FG_LUT_VALUE,
-                                       0,
-                                       FG_APC_STOP_TIMEOUT,
-                                       -1,
-                                       1000008,
-                                       2400002};
-    for (const int32_t id : undescribed) {
+    const std::string_view kind = row->kind;
+    std::ostringstream text;
+    text << "Name: " << row->name << "\nDisplay name: " << row->displayName << "\nCategory: " << row->category
+         << "\nIdentifier: " << parameter.id << "\nKind: " << kind << "\nAccess: " << row->access
+         << "\nLevel: " << row->level << '\n';
+    if (kind == "enumeration") {
+        for (const ExpectedEntry& entry : expectedEntries) {
+            if (entry.enumeration == std::string_view(row->particulars)) {
+                text << "Entry: " << entry.name << " = " << entry.value << " (" << entry.text << ")\n";
+            }
+        }
+    } else if (kind == "file name") {
+        text << "Filter: " << row->particulars << '\n';
+    } else {
+        std::istringstream limits(row->particulars);
+        std::string minimum, maximum, increment;
+        limits >> minimum >> maximum >> increment;
+        text << "Minimum: " << minimum << "\nMaximum: " << maximum << "\nIncrement: " << increment << '\n';
+    }
+    for (const auto& [key, value] : {std::pair("Unit", row->unit), std::pair("Description", parameter.description)}) {
+        if (*value != '\0') {
+            text << key << ": " << value << '\n';
+        }
+    }
+    return text.str();
+}
+
+TEST_F(Description, EveryTextIsTheOneThatCallersKnow) {
+    size_t described = 0;
+    for (const ExpectedParameter& row : expectedParameters) {
+        const std::string expected = expectedInformation(row);
+        EXPECT_EQ(information(board_, row.id), expected);
+        described += expected.empty() ? 0U : 1U;
+    }
+    EXPECT_EQ(described, std::size(expectedDescriptions));
+    for (const int32_t id : {0, -1, 1000008, 2400002}) {
         EXPECT_EQ(applet_->Fg_getParameterInfo(board_, id), nullptr) << id;
     }
 }

@@ -1,8 +1,11 @@
 // Info: what an applet tells without a board.
 
+#include "expected_parameters.h"
 #include "fixture.h"
 
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string_view>
 
 namespace qelm::test {
 namespace {
@@ -90,34 +93,28 @@ TEST_F(InfoTest, TheClearedValueHas32Bits) {
 }
 
 TEST_F(InfoTest, IconAndDesignImageAreInTheLibrary) {
-    uintptr_t length = 0;
-    const unsigned char* address = nullptr;
-    ASSERT_EQ(applet_->Info(1042, 0, 0, &length, &address), 0);
-    EXPECT_EQ(length, 2269798U);
-    EXPECT_NE(address, nullptr);
-    EXPECT_EQ(address[length - 1], address[length - 1]) << "all of it can be read";
-
-    const unsigned char header[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13,
-                                    'I',  'H', 'D', 'R', 0,    0,    0,    32,   0, 0, 0, 32};
-    const unsigned char end[] = {0, 0, 0, 0, 'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82};
-    const uint32_t indices[][2] = {{0, 0}, {1, 0}, {0, 5}, {0xFFFFFFFF, 1}}; // any index: the same icon
-    for (const auto& index : indices) {
-        length = 0;
-        address = nullptr;
-        ASSERT_EQ(applet_->Info(1041, index[0], index[1], &length, &address), 0);
-        ASSERT_EQ(length, 3267U);
-        EXPECT_EQ(std::memcmp(address, header, sizeof header), 0);
-        EXPECT_EQ(std::memcmp(address + length - sizeof end, end, sizeof end), 0);
-        // Chunk by chunk to the end: what a decoder would follow.
-        size_t position = 8;
-        while (position + 12 <= length) {
-            position += 12 + (size_t{address[position]} << 24 | size_t{address[position + 1]} << 16 |
-                              size_t{address[position + 2]} << 8 | size_t{address[position + 3]});
-        }
-        EXPECT_EQ(position, length);
+    const struct {
+        int32_t request;
+        uint32_t index1, index2; // any of them: the same block
+        const char* file;
+        uintptr_t length;
+    } cases[] = {
+        {1042, 0, 0, QELM_TEST_DESIGN_IMAGE, 2269798},
+        {1041, 0, 0, QELM_TEST_ICON, 3267},
+        {1041, 1, 0, QELM_TEST_ICON, 3267},
+        {1041, 0, 5, QELM_TEST_ICON, 3267},
+        {1041, 0xFFFFFFFF, 1, QELM_TEST_ICON, 3267},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(testing::Message() << row.request << ' ' << row.index1 << ' ' << row.index2);
+        uintptr_t length = 0;
+        const char* address = nullptr;
+        ASSERT_EQ(applet_->Info(row.request, row.index1, row.index2, &length, &address), 0);
+        ASSERT_EQ(length, row.length);
+        std::ifstream file(row.file, std::ios::binary);
+        EXPECT_TRUE(std::string_view(address, length) == std::string(std::istreambuf_iterator<char>(file), {}));
+        EXPECT_EQ(applet_->Info(row.request, row.index1, row.index2, nullptr, nullptr), 0);
     }
-    EXPECT_EQ(applet_->Info(1041, 1, 1, nullptr, nullptr), 0);
-    EXPECT_EQ(applet_->Info(1042, 0, 0, nullptr, nullptr), 0);
 }
 
 TEST_F(InfoTest, LastBoardAndImageAreThoseOfTheLastSuccessfulStart) {
@@ -142,88 +139,8 @@ TEST_F(InfoTest, LastBoardAndImageAreThoseOfTheLastSuccessfulStart) {
 }
 
 TEST_F(InfoTest, ConstantsAreFoundByName) {
-    const struct {
-        const char* name;
-        int32_t value;
-    } constants[] = {
-        {"FG_CL_MEDIUM_8_BIT", 208},
-        {"FG_CL_MEDIUM_10_BIT", 210},
-        {"FG_CL_MEDIUM_12_BIT", 212},
-        {"FG_YES", 1},
-        {"FG_NO", 0},
-        {"Geometry_2XE_2YE", 0xE4CA},
-        {"Geometry_2X_2YE", 0xE4C0},
-        {"Geometry_2XM_2YE", 0xE4C5},
-        {"FG_GRAY", 3},
-        {"FG_GRAY16", 1},
-        {"FG_LEFT_ALIGNED", 1},
-        {"FG_RIGHT_ALIGNED", 0},
-        {"FG_CAMPORT", 0},
-        {"FG_GENERATOR", 1},
-        {"FG_ON", 1},
-        {"FG_OFF", 0},
-        {"LUT_TYPE_PROCESSING", 3},
-        {"LUT_TYPE_CUSTOM", 0},
-        {"LUT_IMPLEMENTATION_FULL_LUT", 0},
-        {"LUT_IMPLEMENTATION_KNEELUT", 1},
-        {"FG_MAX_VALUE", 0},
-        {"FG_MEAN_VALUE", 1},
-        {"FG_MAX_RANGE", 2},
-        {"FG_CUSTOM_VALUE", 3},
-        {"FG_APPLY", 1},
-        {"ATM_GENERATOR", 1},
-        {"ATM_EXTERNAL", 2},
-        {"ATM_SOFTWARE", 4},
-        {"TS_ACTIVE", 0},
-        {"TS_ASYNC_STOP", 1},
-        {"TS_SYNC_STOP", 2},
-        {"TRGINSRC_0", 0},
-        {"TRGINSRC_1", 1},
-        {"TRGINSRC_2", 2},
-        {"TRGINSRC_3", 3},
-        {"TRGINSRC_4", 4},
-        {"TRGINSRC_5", 5},
-        {"TRGINSRC_6", 6},
-        {"TRGINSRC_7", 7},
-        {"LOW_ACTIVE", 1},
-        {"HIGH_ACTIVE", 0},
-        {"IS_BUSY", 1},
-        {"IS_NOT_BUSY", 0},
-        {"CC_PULSEGEN0", 0},
-        {"CC_PULSEGEN1", 1},
-        {"CC_PULSEGEN2", 2},
-        {"CC_PULSEGEN3", 3},
-        {"CC_GND", 4},
-        {"CC_VCC", 5},
-        {"CC_NOT_PULSEGEN0", 6},
-        {"CC_NOT_PULSEGEN1", 7},
-        {"CC_NOT_PULSEGEN2", 8},
-        {"CC_NOT_PULSEGEN3", 9},
-        {"CC_INPUT_BYPASS", 10},
-        {"CC_NOT_INPUT_BYPASS", 11},
-        {"PULSEGEN0", 0},
-        {"PULSEGEN1", 1},
-        {"PULSEGEN2", 2},
-        {"PULSEGEN3", 3},
-        {"NOT_PULSEGEN0", 6},
-        {"NOT_PULSEGEN1", 7},
-        {"NOT_PULSEGEN2", 8},
-        {"NOT_PULSEGEN3", 9},
-        {"INPUT_BYPASS", 10},
-        {"NOT_INPUT_BYPASS", 11},
-        {"FREE_RUN", 0},
-        {"GRABBER_CONTROLLED", 1},
-        {"ASYNC_TRIGGER", 2},
-        {"ASYNC_SOFTWARE_TRIGGER", 4},
-        {"FG_LOW", 0},
-        {"FG_HIGH", 1},
-        {"CC_EXSYNC", 0},
-        {"CC_NOT_EXSYNC", 6},
-        {"CC_STROBEPULSE", 2},
-        {"CC_NOT_STROBEPULSE", 8},
-    };
     const auto find = [&](const char* name) { return applet_->Info(4352, 0, 0, const_cast<char*>(name), nullptr); };
-    for (const auto& constant : constants) {
+    for (const ExpectedEntry& constant : expectedEntries) {
         EXPECT_EQ(find(constant.name), constant.value) << constant.name;
     }
     for (const char* name : {"", "fg_on", "FG_ON ", "FG_WIDTH", "TRGINSRC_8"}) {

@@ -1,26 +1,16 @@
 // Names, numbers and descriptions of the parameters.
 
+#include "expected_parameters.h"
 #include "fixture.h"
 
 namespace qelm::test {
 namespace {
 
-struct FixedParameter {
-    int32_t index;
-    const char* name;
-    int32_t id;
-    const char* description;
-};
-const FixedParameter fixedParameters[] = {
-#define FIXED_PARAMETER(index, name, id, description) {index, name, id, description},
-#include "fixed_parameters.inc"
-};
-
 class Registry : public BoardTest {};
 
 TEST_F(Registry, EveryFixedParameterIsFoundByIndexAndName) {
-    ASSERT_EQ(applet_->Fg_getNrOfParameter(board_), static_cast<int32_t>(std::size(fixedParameters)));
-    for (const FixedParameter& row : fixedParameters) {
+    ASSERT_EQ(applet_->Fg_getNrOfParameter(board_), static_cast<int32_t>(std::size(expectedParameters)));
+    for (const ExpectedParameter& row : expectedParameters) {
         EXPECT_STREQ(applet_->Fg_getParameterName(board_, row.index), row.name);
         EXPECT_EQ(applet_->Fg_getParameterId(board_, row.index), row.id) << row.name;
         EXPECT_EQ(applet_->Fg_getParameterIdByName(board_, row.name), row.id) << row.name;
@@ -45,7 +35,7 @@ TEST_F(Registry, WhatIsNotThereIsUnknown) {
 
 TEST_F(Registry, DescriptionsAreAskedForByName) {
     constexpr int32_t descriptionQuery = 24114;
-    for (const FixedParameter& row : fixedParameters) {
+    for (const ExpectedParameter& row : expectedParameters) {
         std::string text = row.name;
         EXPECT_EQ(board_.get(descriptionQuery, text), 0) << row.name;
         EXPECT_EQ(text, row.description) << row.name;

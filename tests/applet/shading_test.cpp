@@ -4,6 +4,8 @@
 #include "fixture.h"
 #include "support/temporary_folder.h"
 
+#include <array>
+#include <chrono>
 #include <limits>
 #include <span>
 #include <thread>
@@ -152,9 +154,9 @@ TEST_F(Shading, BlackAloneMakesOffsets) {
     useBlack({4, 1, 16, {100, 65535, 65534, 0}});
     const std::vector<std::string> writes = writesOf(board_, [&] { EXPECT_EQ(apply(), 0); });
     ASSERT_EQ(writes.size(), 4U); // path, load, path, load
-    EXPECT_THAT(writes[0], testing::MatchesRegex(prefix + "ShadingBuffer_0_CoefficientFile 0=.*coef-......\\.tiff"));
+    EXPECT_THAT(writes[0], testing::StartsWith(prefix + "ShadingBuffer_0_CoefficientFile 0="));
     EXPECT_EQ(writes[1], prefix + "ShadingBuffer_0_LoadCoefficients=1");
-    EXPECT_THAT(writes[2], testing::MatchesRegex(prefix + "ShadingBuffer_1_CoefficientFile 0=.*coef-......\\.tiff"));
+    EXPECT_THAT(writes[2], testing::StartsWith(prefix + "ShadingBuffer_1_CoefficientFile 0="));
     EXPECT_EQ(writes[3], prefix + "ShadingBuffer_1_LoadCoefficients=1");
     EXPECT_EQ(offset(0, 0), 100);
     EXPECT_EQ(offset(1, 0), 65534);
@@ -170,6 +172,40 @@ TEST_F(Shading, BlackAloneMakesOffsets) {
     EXPECT_EQ(offset(1, 0), 65280);
     EXPECT_EQ(others(0, 0), 2);
     expectTidy();
+}
+
+TEST_F(Shading, TemporaryFilesAreNumberedByTheSystemsMilliseconds) {
+    useBlack({1, 1, 8, {1}});
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<uint64_t> numbers;
+    for (const int32_t set : {1, 2}) {
+        const std::vector<std::string> writes = writesOf(board_, [&] { EXPECT_EQ(apply(), 0) << set; });
+        for (const std::string& write : {writes.at(0), writes.at(2)}) {
+            const std::string name = write.substr(write.find('=') + 1);
+            EXPECT_EQ(fs::path(name).parent_path(), folder_.path() / "system");
+            ASSERT_THAT(name, testing::AllOf(testing::HasSubstr("coef-"), testing::EndsWith(".tiff")));
+            const std::string number = name.substr(name.rfind("coef-") + 5, name.size() - name.rfind("coef-") - 10);
+            ASSERT_EQ(number.size(), 6U) << name;
+            uint64_t value = 0;
+            for (size_t digit = 6; digit-- > 0;) { // the least significant one comes first
+                const size_t found =
+                    std::string("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789").find(number[digit]);
+                ASSERT_NE(found, std::string::npos) << name;
+                value = value * 62 + found;
+            }
+            numbers.push_back(value);
+        }
+    }
+    // Each file adds the time to the number before, modulo 62^6: what is added grows by the time between the files.
+    const auto passed = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    constexpr uint64_t modulus = 62ULL * 62 * 62 * 62 * 62 * 62;
+    std::vector<uint64_t> added;
+    for (size_t i = 1; i < numbers.size(); ++i) {
+        added.push_back((numbers[i] + modulus - numbers[i - 1]) % modulus);
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(added));
+    EXPECT_GT(added.back(), added.front());
+    EXPECT_LE(added.back() - added.front(), static_cast<uint64_t>(passed) + 32) << "a clock tick of the system's";
 }
 
 TEST_F(Shading, EveryModeReachesItsTarget) {
@@ -224,9 +260,14 @@ TEST_F(Shading, DefectivePixelsAreMarkedWhereBothImagesAre) {
     EXPECT_EQ(offset(1, 0), defective); // grey too dark: 251
     EXPECT_EQ(offset(2, 0), defective); // black too bright
     EXPECT_EQ(offset(3, 0), 9 * 256);   // no grey pixel to tell
+    useBlack({4, 1, 16, {3, 3, 4, 0}}); // of the same depth: full scale is 65535
+    useGray({4, 1, 16, {65532, 65531, 65535, 65532}});
+    EXPECT_EQ(apply(), 0);
+    EXPECT_EQ((std::array{offset(0, 0), offset(1, 0), offset(2, 0), offset(3, 0)}),
+              (std::array<uint16_t, 4>{3, defective, defective, 0}));
     ASSERT_EQ(board_.set(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, 0U), 0);
     EXPECT_EQ(apply(), 0);
-    EXPECT_EQ(offset(2, 0), 4 * 256);
+    EXPECT_EQ(offset(2, 0), 4);
 }
 
 TEST_F(Shading, PixelsBeyondThePlanesCountForTheTargetAlone) {

@@ -10,33 +10,7 @@
 namespace qelm::test {
 namespace {
 
-TEST_F(Trigger, ModesAndStatesAreEnumerated) {
-    for (const uint32_t value : {0U, 3U, 5U, 0xFFFFFFFFU}) {
-        expectRefused(FG_AREATRIGGERMODE, value, -6000);
-    }
-    for (const uint32_t value : {3U, 0xFFFFFFFFU}) {
-        expectRefused(FG_TRIGGERSTATE, value, -6000);
-    }
-}
-
-TEST_F(Trigger, StartUpBringsTheUnitToRest) {
-    board_.clearTrace();
-    Board other(applet_);
-    const Writes writes = other.writes();
-    const std::string prefix = unit + "CameraControl_Select0_Select_Select=";
-    const auto first = std::find(writes.begin(), writes.end(), prefix + "5");
-    ASSERT_LE(37, writes.end() - first);
-    EXPECT_EQ(first[12], unit + "Generators_ClearQueuePulse_Mode=1");
-    EXPECT_EQ(first[13], prefix + "0");
-    EXPECT_EQ(first[36], unit + "TriggerOutput_Select7_Polarity_Invert=1");
-    // The first state of what the initial settings leave out.
-    EXPECT_EQ(other.get<int32_t>(FG_TRIGGER_EXCEEDED_PERIOD_LIMITS_CLEAR), FG_APPLY);
-    EXPECT_EQ(other.get<uint32_t>(FG_EXPOSURE), 4000u);
-    EXPECT_EQ(other.get<uint32_t>(FG_DIGIO_OUTPUT), 3u);
-    EXPECT_EQ(other.get<uint32_t>(FG_CCSEL0), uint32_t{CC_EXSYNC});
-}
-
-/* -- Conversions and limits ---------------------------------------------------------------------------------------- */
+/* -- Conversions and timing ---------------------------------------------------------------------------------------- */
 
 TEST_F(Trigger, TimesAndRatesConvertBothWays) {
     const struct {
@@ -66,54 +40,6 @@ TEST_F(Trigger, TimesAndRatesConvertBothWays) {
     }
     poke(generators + "3_Delay_Delay", 4294967295); // what the design says counts
     EXPECT_EQ(board_.get<double>(FG_TRIGGER_PULSEFORMGEN3_DELAY), 68719476.72);
-}
-
-TEST_F(Trigger, ValuesBeyondTheLimitsAreRefused) {
-    shortenPulses();
-    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        int32_t id;
-        double below, above;
-    } doubles[] = {
-        {FG_TRIGGER_FRAMESPERSECOND, 0.0145519152283, 6250001.0},
-        {FG_TRIGGERIN_DEBOUNCE, 0.0959, 3.0241},
-        {FG_TRIGGER_PULSEFORMGEN1_DELAY, -0.001, 34000000.001},
-        {FG_TRIGGER_PULSEFORMGEN1_WIDTH, 0.999, 68000000.1},
-    };
-    for (const auto& row : doubles) {
-        for (const double value : {row.below, row.above, -1.0, nan, -HUGE_VAL, HUGE_VAL}) {
-            expectRefused(row.id, value, -6000);
-        }
-    }
-    const struct {
-        int32_t id;
-        uint32_t value;
-    } integers[] = {
-        {FG_TRIGGERIN_DOWNSCALE, 0},
-        {FG_TRIGGERIN_DOWNSCALE_PHASE, 1},
-        {FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, 0},
-        {FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, 8},
-        {FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE_PHASE, 7},
-        {FG_TRIGGER_MULTIPLY_PULSES, 0},
-        {FG_TRIGGER_MULTIPLY_PULSES, 65536},
-        {FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD, 1},
-        {FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_OFF_THRESHOLD, 2048},
-        {FG_TRIGGERIN_SRC, 8},
-        {FG_TRIGGERCC_SELECT0, 12},
-        {FG_TRIGGEROUT_SELECT7, 0xFFFFFFFF},
-        {FG_TRIGGERIN_STATS_MINMAXFREQUENCY_CLEAR, 0},
-    };
-    for (const auto& row : integers) {
-        expectRefused(row.id, row.value, -6000);
-    }
-    for (const int32_t id : {FG_TRIGGERIN_POLARITY, FG_TRIGGERQUEUE_MODE, FG_TRIGGER_LEGACY_MODE,
-                             FG_TRIGGERIN_STATS_PULSECOUNT_CLEAR, FG_TRIGGER_EXCEEDED_PERIOD_LIMITS_CLEAR}) {
-        expectRefused(id, 2, -6000);
-        expectRefused(id, -1, -6000);
-    }
-    for (const int32_t id : {FG_TRIGGERIN_BYPASS_SRC, FG_TRIGGEROUT_STATS_SOURCE, FG_TRIGGER_OUTPUT_EVENT_SELECT}) {
-        expectRefused(id, 8, -6000);
-    }
 }
 
 TEST_F(Trigger, WhatDoesNotFitTheTimingIsRefused) {
@@ -280,15 +206,11 @@ TEST_F(Trigger, StatusAnswersByModeAndState) {
         EXPECT_EQ(board_.get<double>(row.id), 1 / (62500 * 16e-9));
         poke(unit + "InputStatistics_" + row.name + "_Status", 0);
         EXPECT_EQ(board_.get<double>(row.id), HUGE_VAL);
-        EXPECT_EQ(board_.set(row.id, 1.0), -12);
     }
     poke(unit + "InputStatistics_ReadPulses_Status", 17);
     poke(unit + "OutputStatistics_ReadPulses_Status", 18);
     EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERIN_STATS_PULSECOUNT), 17U);
     EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGEROUT_STATS_PULSECOUNT), 18U);
-    for (const int32_t id : ids) {
-        EXPECT_EQ(board_.set(id, 1U), -12);
-    }
 }
 
 /* -- Software trigger ---------------------------------------------------------------------------------------------- */

@@ -184,6 +184,7 @@ TEST_F(ShadingArithmetic, AnyTargetAndAnyThresholdGivesThePlainLoopsCoefficients
         compare(gray8, black8, {.defectThreshold = threshold});
         compare(gray8, black, {.defectThreshold = threshold});
         compare(gray, black8, {.defectThreshold = threshold, .target = 1.0});
+        compare(gray, black, {.defectThreshold = threshold});
     }
 }
 

@@ -117,6 +117,7 @@ TEST_F(ConfigurationFileTest, SectionKeysStandAtTheStartOfLinesBehindTheSection)
         {"[Port A]\r\nFG_W=5;\r\n", 0, "5"},
         {"[Port A]\r\nFG_W=\r\nx", 0, ""},
         {"[Port A]\rFG_W=5;\r", notFound, "Error"}, // only in front of a line feed
+        {"[Port A]\r\n\r\nFG_W=5", 0, "5"},         // nothing is left behind the end
         {"", notFound, "Error"},
     };
     for (const auto& [file, result, value] : cases) {

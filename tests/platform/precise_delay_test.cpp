@@ -12,7 +12,7 @@ using namespace platform;
 TEST(PreciseDelay, WaitsAtLeastTheWholeMicroseconds) {
     const auto frequency = performanceCounterFrequency();
     ASSERT_TRUE(frequency);
-    for (const std::uint32_t nanoseconds : {0U, 160U, 999U, 1000U, 2500999U}) {
+    for (const std::uint32_t nanoseconds : {1000U, 2500999U}) {
         const std::uint64_t start = performanceCounter();
         waitPrecise({.seconds = 0, .nanoseconds = nanoseconds});
         EXPECT_GE(performanceCounter() - start, nanoseconds / 1000 * *frequency / 1000000) << nanoseconds;
