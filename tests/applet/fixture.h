@@ -7,9 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
-#include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 /** What the applet's boundary tests share: an applet on a virtual board, reached through its exports alone. */
@@ -44,20 +42,6 @@ std::vector<std::string> writesOf(Board& board, Action&& action) {
     std::vector<std::string> writes = board.writes();
     board.applet().virtualBoard()->traceStop();
     return writes;
-}
-
-/** The calls of start-up as they are written down in the test data, by the heading of their group. */
-inline std::vector<std::pair<std::string, std::vector<std::string>>> startUpGroups() {
-    std::vector<std::pair<std::string, std::vector<std::string>>> groups;
-    std::ifstream file(QELM_TEST_DATA "/start_up.txt");
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("# ")) {
-            groups.emplace_back(line.substr(2), std::vector<std::string>{});
-        } else {
-            groups.back().second.push_back(line);
-        }
-    }
-    return groups;
 }
 
 /** A parameter's limits as its applet states them now. */

@@ -1,5 +1,6 @@
 // The legacy parameter set: how it is switched, what it takes, how it drives the current one.
 
+#include "start_up_calls.h"
 #include "trigger_fixture.h"
 
 #include <map>

@@ -1,6 +1,7 @@
 // Std_entry: what it calls in which order, how it fails, and what it leaves open then.
 
 #include "fixture.h"
+#include "start_up_calls.h"
 
 #include <algorithm>
 #include <filesystem>
