@@ -43,4 +43,9 @@ AppletError::AppletError(int32_t code, const std::string& attempt, const std::st
     : std::runtime_error(attempt + ": " + errorMeaning(code) + "." + (advice.empty() ? "" : " " + advice))
     , code_(code) {}
 
+AppletError::AppletError(int32_t code, const std::string& attempt, const Reason& reason)
+    : std::runtime_error(attempt + ": " + reason.sentence + " (" + std::to_string(code) +
+                         (errorName(code).empty() ? "" : ", " + std::string(errorName(code))) + ").")
+    , code_(code) {}
+
 } // namespace qelm::host

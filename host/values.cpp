@@ -1,6 +1,8 @@
 #include "qelm/host/values.h"
 
 #include "qelm/host/numbers.h"
+#include "qelm/host/text.h"
+#include "refusals.h"
 
 #include <vector>
 
@@ -113,6 +115,11 @@ Value parseValue(const Reference& reference, std::string_view text) {
     throw std::logic_error("unknown parameter kind");
 }
 
+/** A text as the applet takes it; the name of a file that exists may be its short one. */
+std::string systemValue(const Parameter& parameter, const std::string& text) {
+    return parameter.kind == ParameterKind::fileName ? systemFileName(text) : systemText(text);
+}
+
 /** What helps after a refusal with that code. */
 std::string advice(const Board& board, const Parameter& parameter, int32_t code) {
     switch (code) {
@@ -220,16 +227,24 @@ Value readValue(const Board& board, const Reference& reference) {
     if (code < 0) {
         throw AppletError(code, "Reading " + reference.text() + " was refused", advice(board, parameter, code));
     }
+    if (auto* text = std::get_if<std::string>(&value)) {
+        *text = utf8Text(*text);
+    }
     return value;
 }
 
 void writeValue(Board& board, const Assignment& assignment) {
     const Parameter& parameter = *assignment.reference.parameter;
-    const int32_t code =
-        std::visit([&](const auto& value) { return board.set(parameter.id, value); }, assignment.value);
+    const auto* text = std::get_if<std::string>(&assignment.value);
+    const int32_t code = text != nullptr ? board.set(parameter.id, systemValue(parameter, *text))
+                                         : std::visit([&](const auto& value) { return board.set(parameter.id, value); },
+                                                      assignment.value);
     if (code < 0) {
-        throw AppletError(code, refusal(assignment.reference, formatValue(parameter, assignment.value)),
-                          advice(board, parameter, code));
+        const std::string attempt = refusal(assignment.reference, formatValue(parameter, assignment.value));
+        if (const auto reason = betterReason(assignment, code)) {
+            throw AppletError(code, attempt, *reason);
+        }
+        throw AppletError(code, attempt, join(advice(board, parameter, code), clash(board, assignment, code)));
     }
 }
 

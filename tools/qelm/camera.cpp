@@ -1,8 +1,14 @@
 #include "camera.h"
 
+#include "camera_match.h"
+#include "output.h"
 #include "stimulus.h"
 
+#include "qelm/host/text.h"
+
 #include <algorithm>
+#include <iostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace qelm::tool {
@@ -15,18 +21,41 @@ constexpr size_t places = 2; // the picture that is looked at, and the one that 
 
 void connectCamera(const host::VirtualBoardFunctions& control, const Session& session, const CameraChoice& choice) {
     char problem[512] = "";
-    const int32_t code = control.connectCamera(session.board().virtualBoard(), choice.options.c_str(),
-                                               choice.scene.c_str(), problem, sizeof problem);
+    const std::string options = host::systemText(matchedCamera(session, choice.options));
+    const std::string scene = host::systemFileName(choice.scene);
+    const int32_t code =
+        control.connectCamera(session.board().virtualBoard(), options.c_str(), scene.c_str(), problem, sizeof problem);
     if (code != 0) {
-        throw std::runtime_error(problem[0] != '\0' ? problem : "the camera could not be connected");
+        throw std::runtime_error(problem[0] != '\0' ? host::utf8Text(problem) : "the camera could not be connected");
     }
 }
 
-void startTriggers(Session& session, const std::vector<std::string>& settings) {
+bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,
+                    const CameraChoice& choice) {
+    if (choice.options != "help") {
+        return false;
+    }
+    const std::string help = std::string("  match           (first)                                     "
+                                         "geometry, bits, width and height as the board is set to\n") +
+                             control.cameraHelp();
+    if (options.json) {
+        Json lines = Json::array();
+        std::istringstream stream(help);
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+        }
+        print(Json{{"cameraOptions", lines}});
+    } else {
+        std::cout << help;
+    }
+    return true;
+}
+
+void startTriggers(Session& session, const CommonOptions& options, const std::vector<std::string>& settings) {
     const auto isAboutState = [](const std::string& text) {
         return text.starts_with("FG_TRIGGERSTATE") || text.starts_with("FG_TRIGGERMODE");
     };
-    if (std::ranges::none_of(settings, isAboutState) &&
+    if (std::ranges::none_of(settings, isAboutState) && std::ranges::none_of(options.setUp.settings, isAboutState) &&
         session.board().get<uint32_t>(FG_TRIGGER_LEGACY_MODE) == FG_OFF) {
         session.board().change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
     }

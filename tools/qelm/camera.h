@@ -9,11 +9,15 @@ namespace qelm::tool {
 /** @throws std::runtime_error with what is wrong about the choice */
 void connectCamera(const host::VirtualBoardFunctions& control, const Session& session, const CameraChoice& choice);
 
+/** Prints what the options of a camera are when "help" was asked for. @return whether it was */
+bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,
+                    const CameraChoice& choice);
+
 /**
- * Starts the trigger unit, as an application does before it waits for pictures, unless one of the settings is about its
- * state or the older parameter set is in force.
+ * Starts the trigger unit, as an application does before it waits for pictures, unless one of the settings, of the
+ * options or the verb's own, is about its state or the older parameter set is in force.
  */
-void startTriggers(Session& session, const std::vector<std::string>& settings);
+void startTriggers(Session& session, const CommonOptions& options, const std::vector<std::string>& settings);
 
 /** Memory for pictures, and an acquisition into it that ends with the object. */
 class PictureStream {

@@ -1,6 +1,11 @@
 #include "configuration.h"
 
+#include "output_file.h"
+#include "temporary_folder.h"
+
+#include "persistence/configuration_text.h"
 #include "platform/number_text.h"
+#include "qelm/host/text.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -27,9 +32,75 @@ const host::Parameter* findParameter(const Session& session, int32_t id) {
 
 } // namespace
 
-std::optional<host::Value> savedValue(persistence::Fg_ConfigFileParser& parser,
-                                      const persistence::ConfigurationKey& key) {
-    const auto value = persistence::readKey(parser, key);
+const persistence::ConfigurationKey& configurationKey(int32_t id) {
+    return *std::ranges::find(persistence::configurationKeys, id, &persistence::ConfigurationKey::id);
+}
+
+ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool beside) : name_(file) {
+    if (file.string().find(".kcf") == std::string::npos) {
+        throw std::runtime_error("\"" + file.string() +
+                                 "\" is not a configuration file: its name has to contain \".kcf\"");
+    }
+    text_ = readFile(file, persistence::ConfigurationText::largestText);
+    writeCopy();
+    if (beside) {
+        for (const persistence::ConfigurationKey* key : fileKeys()) {
+            if (const std::filesystem::path relative = relativeName(*key); !relative.empty()) {
+                replaceText(*key, (std::filesystem::absolute(file).parent_path() / relative).string());
+            }
+        }
+    }
+}
+
+std::vector<const persistence::ConfigurationKey*> ConfigurationFile::fileKeys() {
+    std::vector<const persistence::ConfigurationKey*> keys;
+    for (const persistence::ConfigurationKey& key : persistence::configurationKeys) {
+        const bool isReference = key.id == FG_SHADING_BLACK_FILENAME || key.id == FG_SHADING_GRAY_FILENAME;
+        const bool isTable = key.id == FG_LUT_TYPE && isSame(value(key), uint32_t{LUT_TYPE_CUSTOM});
+        if (isReference || isTable) {
+            keys.push_back(&configurationKey(isTable ? FG_LUT_CUSTOM_FILE : key.id));
+        }
+    }
+    return keys;
+}
+
+std::filesystem::path ConfigurationFile::relativeName(const persistence::ConfigurationKey& key) {
+    const auto text = value(key);
+    const std::filesystem::path name = text ? std::get<std::string>(*text) : std::string();
+    return name.is_relative() ? name : std::filesystem::path();
+}
+
+void ConfigurationFile::writeCopy() {
+    static int count = 0;
+    const std::filesystem::path copy = temporaryFolder().path() / (std::to_string(++count) + ".kcf");
+    writeTemporaryFile(copy, text_);
+    copy_ = host::systemFileName(copy);
+    parser_.emplace(nullptr, copy_.c_str(), true);
+}
+
+std::optional<std::string> ConfigurationFile::header(std::string_view key) const {
+    // Not as a load finds it, which takes the first line that has the key anywhere.
+    const persistence::ConfigurationText lines(text_);
+    for (size_t position = 0; position < lines.size();) {
+        const auto line = lines.lineAt(position);
+        position = line.next;
+        if (line.text.starts_with('[') && !line.text.starts_with("[Kamerasektion]")) {
+            break;
+        }
+        if (line.text.starts_with(key) && line.text.substr(key.size()).starts_with('=')) {
+            std::string_view value = line.text.substr(key.size() + 1);
+            value = value.substr(0, value.find_last_not_of(" \t\r\n;") + 1);
+            if (value.size() >= 2 && value.starts_with('\'') && value.ends_with('\'')) {
+                value = value.substr(1, value.size() - 2);
+            }
+            return host::utf8Text(std::string(value));
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<host::Value> ConfigurationFile::value(const persistence::ConfigurationKey& key) {
+    const auto value = persistence::readKey(*parser_, key);
     if (!value) {
         return std::nullopt;
     }
@@ -39,7 +110,18 @@ std::optional<host::Value> savedValue(persistence::Fg_ConfigFileParser& parser,
     if (const auto* number = std::get_if<double>(&*value)) {
         return *number;
     }
-    return std::get<std::string>(*value);
+    return host::utf8Text(std::get<std::string>(*value));
+}
+
+void ConfigurationFile::replaceText(const persistence::ConfigurationKey& key, const std::string& value) {
+    const std::string start = std::string("\n") + key.name + "=";
+    for (size_t position = 0; (position = text_.find(start, position)) != text_.npos;) {
+        const size_t begin = position + start.size();
+        const std::string line = "'" + host::systemText(value) + "';";
+        text_.replace(begin, std::min(text_.find('\n', begin), text_.size()) - begin, line);
+        position = begin + line.size();
+    }
+    writeCopy();
 }
 
 bool isSame(const std::optional<host::Value>& left, const std::optional<host::Value>& right) {
@@ -86,16 +168,6 @@ std::vector<Difference> keepChanged(const Session& session, std::vector<Differen
     }
     std::erase_if(values, [](const Difference& value) { return isSame(value.before, value.after); });
     return values;
-}
-
-void requireConfigurationFile(const std::string& file) {
-    persistence::Fg_ConfigFileParser parser(nullptr, nullptr, true);
-    if (!parser.checkFileExist(file.c_str())) {
-        throw std::runtime_error("there is no file \"" + file + "\" that could be read");
-    }
-    if (!parser.checkFileType(file.c_str())) {
-        throw std::runtime_error("\"" + file + "\" is not a configuration file: its name has to contain \".kcf\"");
-    }
 }
 
 } // namespace qelm::tool

@@ -5,6 +5,7 @@
 
 #include "persistence/configuration_keys.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,9 +13,44 @@
 /** What the verbs about configuration files share. */
 namespace qelm::tool {
 
-/** A value as the file holds it, in the form that parameters take. */
-std::optional<host::Value> savedValue(persistence::Fg_ConfigFileParser& parser,
-                                      const persistence::ConfigurationKey& key);
+/** The key that holds a parameter's value. */
+const persistence::ConfigurationKey& configurationKey(int32_t id);
+
+/** A configuration file, read once. Loads and look-ups go to a copy of it, whose name suits whatever reads it. */
+class ConfigurationFile {
+  public:
+    /**
+     * @param beside  relative names in it are meant from its folder, not from the current one
+     * @throws FileError, or std::runtime_error when its name is none of a configuration
+     */
+    explicit ConfigurationFile(const std::filesystem::path& file, bool beside = false);
+    ConfigurationFile(const ConfigurationFile&) = delete;
+    ConfigurationFile& operator=(const ConfigurationFile&) = delete;
+
+    const std::filesystem::path& name() const { return name_; }
+    const std::string& text() const { return text_; }
+    /** The copy's name in the system's encoding. */
+    const std::string& copy() const { return copy_; }
+    /** The value of a key of the header, at the beginning of a line; nothing when it is missing. */
+    std::optional<std::string> header(std::string_view key) const;
+    persistence::Fg_ConfigFileParser& parser() { return *parser_; }
+    /** A value in the form that parameters take, texts in UTF-8; nothing when the key is missing. */
+    std::optional<host::Value> value(const persistence::ConfigurationKey& key);
+
+    /** The keys that name files which a load reads. */
+    std::vector<const persistence::ConfigurationKey*> fileKeys();
+    /** The name that such a key holds, when it is relative; empty otherwise. */
+    std::filesystem::path relativeName(const persistence::ConfigurationKey& key);
+
+  private:
+    void writeCopy();
+    void replaceText(const persistence::ConfigurationKey& key, const std::string& value);
+
+    std::filesystem::path name_;
+    std::string text_;
+    std::string copy_;
+    std::optional<persistence::Fg_ConfigFileParser> parser_;
+};
 
 /** What a parameter, or a key of the header, holds on either side. */
 struct Difference {
@@ -35,8 +71,5 @@ Json json(const Difference& difference);
 std::vector<Difference> readBefore(const Session& session);
 /** Adds the values of now and keeps what differs. */
 std::vector<Difference> keepChanged(const Session& session, std::vector<Difference> values);
-
-/** @throws std::runtime_error when there is no such file, or its name is none of a configuration */
-void requireConfigurationFile(const std::string& file);
 
 } // namespace qelm::tool

@@ -1,11 +1,11 @@
 #include "output.h"
-#include "session.h"
+#include "set_up.h"
 
 namespace qelm::tool {
 
 int describe(const CommonOptions& options, const std::string& name) {
     const host::Applet applet = loadApplet(options);
-    const Session session(applet);
+    const Session session = startSession(applet, options);
     const host::Parameter& parameter = host::findParameter(session.parameters(), name);
     const std::optional<host::Value> value = session.readWhole(parameter);
     if (options.json) {

@@ -1,29 +1,43 @@
 #include "configuration.h"
+#include "output_file.h"
 
 #include <iostream>
+#include <stdexcept>
 
 namespace qelm::tool {
 namespace {
 
-std::optional<host::Value> headerText(persistence::Fg_ConfigFileParser& parser, const char* key) {
-    std::string text;
-    return parser.parseKeyFromLine(key, text) == 0 ? std::optional<host::Value>(text) : std::nullopt;
+constexpr int incomparable = 2;
+constexpr const char* headerKeys[] = {"ConfigFileVersion", "Hersteller",   "Typ",
+                                      "Version",           "LoadAppletId", "AktivePort"};
+
+std::optional<host::Value> headerValue(const ConfigurationFile& file, const char* key) {
+    const auto text = file.header(key);
+    return text ? std::optional<host::Value>(*text) : std::nullopt;
 }
 
-} // namespace
+/** Two files without settings would be the same whatever they are. */
+void requireSettings(ConfigurationFile& file) {
+    for (const auto& key : persistence::configurationKeys) {
+        if (file.value(key)) {
+            return;
+        }
+    }
+    throw std::runtime_error("\"" + file.name().string() + "\" holds no settings");
+}
 
-int diff(const CommonOptions& options, const std::string& left, const std::string& right) {
-    requireConfigurationFile(left);
-    requireConfigurationFile(right);
-    persistence::Fg_ConfigFileParser leftFile(nullptr, left.c_str(), true);
-    persistence::Fg_ConfigFileParser rightFile(nullptr, right.c_str(), true);
+int compare(const CommonOptions& options, const std::string& left, const std::string& right) {
+    ConfigurationFile leftFile(left);
+    ConfigurationFile rightFile(right);
+    requireSettings(leftFile);
+    requireSettings(rightFile);
     std::vector<Difference> differences;
-    for (const char* key : {"Hersteller", "Typ", "Version"}) {
-        differences.push_back({key, nullptr, headerText(leftFile, key), headerText(rightFile, key)});
+    for (const char* key : headerKeys) {
+        differences.push_back({key, nullptr, headerValue(leftFile, key), headerValue(rightFile, key)});
     }
     for (const auto& key : persistence::configurationKeys) {
         differences.push_back(
-            {key.name, host::findFixedParameter(key.name), savedValue(leftFile, key), savedValue(rightFile, key)});
+            {key.name, host::findFixedParameter(key.name), leftFile.value(key), rightFile.value(key)});
     }
     std::erase_if(differences, [](const Difference& pair) { return isSame(pair.before, pair.after); });
     Json objects = Json::array();
@@ -39,6 +53,20 @@ int diff(const CommonOptions& options, const std::string& left, const std::strin
         std::cout << "The files hold the same settings\n";
     }
     return differences.empty() ? 0 : 1;
+}
+
+} // namespace
+
+int diff(const CommonOptions& options, const std::string& left, const std::string& right) {
+    try {
+        return compare(options, left, right);
+    } catch (const std::runtime_error& error) {
+        printError(error.what());
+        if (options.json) {
+            printFailureDocument(error);
+        }
+        return incomparable;
+    }
 }
 
 } // namespace qelm::tool

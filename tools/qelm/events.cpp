@@ -1,3 +1,7 @@
+#include "camera.h"
+#include "losses.h"
+#include "region_order.h"
+#include "set_up.h"
 #include "steps.h"
 #include "stimulus.h"
 
@@ -31,7 +35,10 @@ std::string microseconds(uint64_t nanoseconds) {
 int events(const CommonOptions& options, const EventsOptions& eventsOptions) {
     const host::Applet applet = loadApplet(options);
     const host::VirtualBoardFunctions& control = requireVirtualBoard(applet, "has pins to drive");
-    Session session(applet);
+    if (showCameraHelp(options, control, eventsOptions.camera)) {
+        return 0;
+    }
+    Session session = startSession(applet, options);
     VirtualBoard* board = session.board().virtualBoard();
     std::vector<Step> settings;
     std::vector<Step> readings;
@@ -39,9 +46,13 @@ int events(const CommonOptions& options, const EventsOptions& eventsOptions) {
         Step step = parseStep(session, text);
         (step.value ? settings : readings).push_back(std::move(step));
     }
-    require(control.recordEvents(board, 1), "recording events failed");
+    settings = arrangeRegion(session, std::move(settings));
+    Losses losses(session); // records the events
     StepsOutcome values = runAll(options, session, settings);
     if (values.succeeded) {
+        connectCamera(control, session, eventsOptions.camera);
+        requireNoWarnings(options);
+        startTriggers(session, options, eventsOptions.steps);
         Stimulus(control, session.board()).drive(eventsOptions.pulses);
     }
     size_t count = 0;
@@ -52,6 +63,7 @@ int events(const CommonOptions& options, const EventsOptions& eventsOptions) {
         VirtualBoardEvent event{};
         require(control.eventAt(board, position, &event), "reading the events failed");
         const std::string name = nameOf(session.board(), event);
+        losses.add(event.name);
         table.add({microseconds(event.nanoseconds), hexadecimal(event.mask), name});
         list.push_back(
             {{"nanoseconds", event.nanoseconds}, {"mask", event.mask}, {"name", name}, {"designName", event.name}});
@@ -64,8 +76,9 @@ int events(const CommonOptions& options, const EventsOptions& eventsOptions) {
         values.succeeded = read.succeeded;
         values.json.insert(values.json.end(), read.json.begin(), read.json.end());
     }
+    losses.warn();
     if (options.json) {
-        print(Json{{"steps", values.json}, {"events", list}});
+        print(Json{{"steps", values.json}, {"events", list}, {"losses", losses.json()}});
     }
     return values.succeeded ? 0 : 1;
 }

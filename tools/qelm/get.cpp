@@ -1,11 +1,11 @@
 #include "output.h"
-#include "session.h"
+#include "set_up.h"
 
 namespace qelm::tool {
 
 int get(const CommonOptions& options, const std::vector<std::string>& names) {
     const host::Applet applet = loadApplet(options);
-    const Session session(applet);
+    const Session session = startSession(applet, options);
     std::vector<host::Reference> references;
     references.reserve(names.size());
     for (const std::string& name : names) {

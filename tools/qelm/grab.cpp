@@ -1,9 +1,16 @@
 #include "camera.h"
+#include "interruption.h"
+#include "losses.h"
 #include "output.h"
+#include "output_file.h"
 #include "progress.h"
+#include "set_up.h"
 #include "stimulus.h"
 
+#include "qelm/host/text.h"
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <iomanip>
@@ -57,33 +64,38 @@ class Report {
   public:
     Report(const CommonOptions& options, uint32_t pictures) : isJson_(options.json), pictures_(pictures) {}
 
-    ~Report() {
-        if (isJson_ && added_ > 0) { // also when a later picture did not come
-            std::cout << "\n]}\n";
-        }
-    }
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
-
     void add(const std::string& file, const PictureFormat& format, const Levels& levels) {
         ++added_;
         if (isJson_) {
-            std::cout << (added_ == 1 ? "{\"pictures\": [\n  " : ",\n  ") << json(file, format, levels).dump();
-        } else if (pictures_ <= mostLines || added_ == pictures_) {
+            noteJsonStarted();
+            std::cout << (added_ == 1 ? "{\"pictures\": [\n  " : ",\n  ") << dump(json(file, format, levels));
+        } else {
+            if (pictures_ > mostLines) {
+                table_ = Table();
+            }
             table_.add({file,
                         std::to_string(format.width) + " x " + std::to_string(format.height) + ", " +
                             std::to_string(format.bits) + " bits",
                         text(levels)});
         }
     }
-    void finish() const {
-        if (isJson_) {
+    /** @param error what ended the run before its last picture, or null */
+    void finish(const Losses& losses, const std::exception* error = nullptr) const {
+        losses.warn();
+        if (!isJson_) {
+            if (pictures_ > mostLines && added_ > 0) {
+                std::cout << added_ << " pictures, the last one:\n";
+            }
+            table_.print();
             return;
         }
-        if (pictures_ > mostLines) {
-            std::cout << pictures_ << " pictures, the last one:\n";
+        noteJsonStarted();
+        std::cout << (added_ == 0 ? "{\"pictures\": [" : "\n") << "],\n\"losses\": " << losses.json().dump()
+                  << ",\n\"warnings\": " << dump(warnings());
+        if (error != nullptr) {
+            std::cout << ",\n\"error\": " << dump(failureJson(*error));
         }
-        table_.print();
+        std::cout << "}\n";
     }
 
   private:
@@ -168,49 +180,62 @@ std::string noPicture(const Session& session, const GrabOptions& options, uint32
     return text.str();
 }
 
+void writePicture(const host::VirtualBoardFunctions& control, const std::filesystem::path& file, const void* pixels,
+                  const PictureFormat& format) {
+    OutputFile output(file);
+    errno = 0;
+    if (control.writePicture(host::systemFileName(output.path()).c_str(), pixels, format.width, format.height,
+                             format.bits) != 0) {
+        throw FileError(file, "written", errno != 0 ? errno : EIO);
+    }
+    output.commit();
+}
+
 } // namespace
 
 int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
     const host::Applet applet = loadApplet(options);
     const host::VirtualBoardFunctions& control = requireVirtualBoard(applet, "has a camera to grab from");
-    if (grabOptions.camera.options == "help") {
-        std::cout << control.cameraHelp();
+    if (showCameraHelp(options, control, grabOptions.camera)) {
         return 0;
     }
     if (grabOptions.output.empty()) {
         throw std::runtime_error("where to? give -o FILE.tif or -o FILE.png");
     }
-    Session session(applet);
-    if (!grabOptions.load.empty()) {
-        require(applet->Fg_loadConfig(session.board(), grabOptions.load.c_str()),
-                ("loading \"" + grabOptions.load + "\" was refused").c_str());
-    }
-    for (const std::string& setting : grabOptions.settings) {
-        session.change(setting);
-    }
+    requireExtension(grabOptions.output, {".png", ".tif", ".tiff"});
+    Session session = startSession(applet, options);
+    makeSettings(session, grabOptions.settings);
     connectCamera(control, session, grabOptions.camera);
-    startTriggers(session, grabOptions.settings);
+    requireNoWarnings(options);
+    Losses losses(session);
+    startTriggers(session, options, grabOptions.settings);
 
     const PictureFormat format = formatOf(session);
     const PictureStream stream(control, session, format.bytes(), grabOptions.frames);
     Triggers triggers(control, session, grabOptions);
     Report report(options, grabOptions.frames);
     ProgressBar progress("grabbing", grabOptions.frames);
-    for (uint32_t number = 1; number <= grabOptions.frames; ++number) {
-        if (!triggers.await(stream, number)) {
-            throw std::runtime_error(noPicture(session, grabOptions, number));
+    try {
+        for (uint32_t number = 1; number <= grabOptions.frames; ++number) {
+            checkForInterruption();
+            if (!triggers.await(stream, number)) {
+                throw std::runtime_error(noPicture(session, grabOptions, number));
+            }
+            losses.collect();
+            const void* pixels = stream.picture(number);
+            const std::filesystem::path file = fileOf(grabOptions, number);
+            writePicture(control, file, pixels, format);
+            report.add(file.string(), format,
+                       format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
+                                         : levelsOf<uint8_t>(pixels, format.pixels()));
+            progress.advance();
         }
-        const void* pixels = stream.picture(number);
-        const std::filesystem::path file = fileOf(grabOptions, number);
-        if (control.writePicture(file.string().c_str(), pixels, format.width, format.height, format.bits) != 0) {
-            throw std::runtime_error("\"" + file.string() + "\" cannot be written");
-        }
-        report.add(file.string(), format,
-                   format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
-                                     : levelsOf<uint8_t>(pixels, format.pixels()));
-        progress.advance();
+    } catch (const std::exception& error) {
+        losses.collect();
+        report.finish(losses, &error);
+        throw;
     }
-    report.finish();
+    report.finish(losses);
     return 0;
 }
 

@@ -1,10 +1,11 @@
 #include "output.h"
-#include "session.h"
+#include "set_up.h"
 
 #include "parameters/reference.h"
 
 #include <algorithm>
 #include <iostream>
+#include <stdexcept>
 #include <utility>
 
 namespace qelm::tool {
@@ -65,12 +66,15 @@ class Tree {
 } // namespace
 
 int list(const CommonOptions& options, const ListOptions& listOptions) {
+    if (listOptions.markdown && options.json) {
+        throw std::runtime_error("the reference is Markdown; --json has no use for it");
+    }
     if (listOptions.markdown) {
         std::cout << parameters::reference;
         return 0;
     }
     const host::Applet applet = loadApplet(options);
-    const Session session(applet);
+    const Session session = startSession(applet, options);
     Json objects = Json::array();
     Tree tree;
     for (const host::Parameter& parameter : session.parameters()) {
@@ -82,9 +86,8 @@ int list(const CommonOptions& options, const ListOptions& listOptions) {
         tree.add(parameter, value);
     }
     if (objects.empty()) {
-        printError("no parameter or category has \"" + listOptions.filter +
-                   "\" in its name; \"qelm list\" shows them all");
-        return 1;
+        throw std::runtime_error("no parameter or category has \"" + listOptions.filter +
+                                 "\" in its name; \"qelm list\" shows them all");
     }
     if (options.json) {
         print(objects);

@@ -1,14 +1,18 @@
-#include "configuration.h"
+#include "load_report.h"
+
+#include "output_file.h"
+#include "set_up.h"
 
 #include <iostream>
 
 namespace qelm::tool {
 
-int load(const CommonOptions& options, const std::string& file) {
+int load(const CommonOptions& options, const std::string& name) {
+    ConfigurationFile file = openToLoad(name, options.setUp.beside);
     const host::Applet applet = loadApplet(options);
-    Session session(applet);
+    Session session = startSession(applet, options);
     std::vector<Difference> values = readBefore(session);
-    const int32_t code = applet->Fg_loadConfig(session.board(), file.c_str());
+    const LoadReport report(session, file);
     values = keepChanged(session, std::move(values));
     Json changes = Json::array();
     for (const Difference& change : values) {
@@ -17,16 +21,19 @@ int load(const CommonOptions& options, const std::string& file) {
             std::cout << text(change) << '\n';
         }
     }
+    Json findings = Json::array();
+    for (const Finding& finding : report.findings()) {
+        printWarning(finding.text(file));
+        findings.push_back(finding.json());
+    }
     if (options.json) {
-        print(Json{{"file", file}, {"result", code}, {"changes", changes}});
-    } else if (values.empty() && code == 0) {
+        print(Json{{"file", name}, {"result", report.code()}, {"changes", changes}, {"findings", findings}});
+    } else if (values.empty() && report.code() == 0) {
         std::cout << "Nothing changed\n";
     }
-    if (code < 0) {
-        const auto advice = code == FG_ERROR_CONFIGURATION ? (values.empty() ? "" : "What changed before stays. ") +
-                                                                 std::string("\"qelm check ") + file + "\" tells why."
-                                                           : std::string();
-        throw host::AppletError(code, "loading \"" + file + "\" failed", advice);
+    if (report.code() < 0) {
+        throw host::AppletError(report.code(), "loading \"" + name + "\" failed",
+                                values.empty() ? "" : "What changed before stays.");
     }
     return 0;
 }

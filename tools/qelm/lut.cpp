@@ -1,6 +1,10 @@
 #include "output.h"
+#include "output_file.h"
 #include "png_file.h"
-#include "session.h"
+#include "set_up.h"
+#include "temporary_folder.h"
+
+#include "qelm/host/text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -65,18 +69,22 @@ Bitmap plot(const std::vector<std::uint32_t>& table) {
 } // namespace
 
 int lut(const CommonOptions& options, const LutOptions& lutOptions) {
+    if (!lutOptions.plot.empty()) {
+        requireExtension(lutOptions.plot, {".png"});
+    }
     const host::Applet applet = loadApplet(options);
-    Session session(applet);
+    Session session = startSession(applet, options);
     if (!lutOptions.load.empty()) {
         session.change("FG_LUT_TYPE=LUT_TYPE_CUSTOM"); // loads nothing yet, so that a refusal names the file
         session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
     }
-    for (const std::string& setting : lutOptions.settings) {
-        session.change(setting);
-    }
+    makeSettings(session, lutOptions.settings);
     const std::vector<std::uint32_t> table = readTable(session);
     if (!lutOptions.save.empty()) {
-        session.useFile("FG_LUT_SAVE_FILE", lutOptions.save);
+        const std::filesystem::path copy = temporaryFolder().path() / "saved.lut";
+        session.useFile("FG_LUT_SAVE_FILE", copy);
+        constexpr std::size_t largest = std::size_t{1} << 20; // some ten bytes for each entry
+        writeFile(lutOptions.save, readFile(copy, largest));
     }
     if (!lutOptions.plot.empty()) {
         writePng(lutOptions.plot, plot(table));

@@ -1,20 +1,31 @@
 #include "console.h"
+#include "interruption.h"
 #include "output.h"
+#include "output_file.h"
 #include "verbs.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <stdexcept>
 
 namespace {
 
 using namespace qelm;
 
-// Exit statuses beside 0: the request could not be met, or the command line is none.
+// Exit statuses beside 0 and those of signals: the request could not be met, or the command line is none.
 constexpr int refused = 1;
 constexpr int misused = 2;
+constexpr int readerGone = 141; // as a shell tells of a program that died of it
+
+/** A command line that is none. */
+struct Misuse : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 constexpr const char* examples = R"(Examples:
   qelm info                              what the applet is and what it runs on
@@ -31,7 +42,10 @@ constexpr const char* examples = R"(Examples:
   qelm timing -o timing.svg --wait 500000   the trigger unit's signals as a timing diagram
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
-of one run in the next, so settings that belong together go into one.)";
+of one run in the next. "--load FILE.kcf" and "--set NAME=VALUE" bring the board to where a verb is to begin; what a
+load refuses, changes or only keeps is warned of, and with --strict it ends the run.
+
+Exit status: 0 done, 1 refused or failed, 2 a wrong command line, 130 interrupted. Files appear whole or not at all.)";
 
 constexpr const char* infoExamples = R"(Examples:
   qelm info
@@ -74,18 +88,21 @@ Examples:
   qelm get FG_WIDTH FG_HEIGHT FG_FORMAT --json)";
 
 constexpr const char* setExamples =
-    R"(The settings are made in the order given; the first that is refused ends the run. VALUE is a number in decimal or with
-0x, a number with a decimal point, the symbolic name of an enumeration value, or a file name.
+    R"(The settings are made in the order given; the first that is refused ends the run. Sizes and offsets of camera and
+region change places where the order given would be refused. VALUE is a number in decimal or with 0x, a number with a
+decimal point, the symbolic name of an enumeration value, or a file name.
 
 Examples:
   qelm set FG_WIDTH=512
   qelm set FG_CAMERA_WIDTH=2048 FG_WIDTH=2048
   qelm set FG_FORMAT=FG_GRAY16 FG_GEN_FREQ=62.5
   qelm set FG_DEVICETAPGEOMETRY=0xE4C0 --json
+  qelm set FG_XOFFSET=704 FG_WIDTH=640 FG_CAMERA_WIDTH=2048
   qelm set --direct-registers DRA_LedControl=5)";
 
 constexpr const char* lutExamples =
-    R"(A file is loaded first, then the settings are made. Without --save and --plot the table is shown, 16 entries in a line.
+    R"(A table is loaded first, then the settings are made. Without --save and --plot the table is shown, 16 entries in a
+line. --load takes configuration files (FILE.kcf), too.
 
 Examples:
   qelm lut
@@ -115,22 +132,27 @@ Examples:
   qelm trace FG_GEN_WIDTH=1024 --json)";
 
 constexpr const char* saveExamples =
-    R"(Starts the applet, makes the settings given in their order and saves all settings. The file is written anew; when the
-disk is full what fits of it is left. Lookup tables and shading coefficients are not in it, but what they are made from.
+    R"(Starts the applet, makes the settings given and saves all settings; with --load it edits a configuration. Lookup
+tables and shading coefficients are not in it, but what they are made from. Names that a load would read differently are
+warned of.
 
 Examples:
   qelm save setup.kcf
-  qelm save setup.kcf FG_WIDTH=512 FG_FORMAT=FG_GRAY16)";
+  qelm save setup.kcf FG_WIDTH=512 FG_FORMAT=FG_GRAY16
+  qelm save night.kcf --load setup.kcf FG_PROCESSING_GAIN=2.0)";
 
 constexpr const char* loadExamples =
-    R"(Shows what the file changes in a board that was just started. Values that the applet refuses are skipped without a
-word, as in every load: "qelm check" tells them.
+    R"(Shows what the file changes in a board that was just started, and warns of what a load, which says nothing, refuses,
+changes or only keeps, with what the design has then. Relative names in the file are taken from the current folder;
+--beside takes them from the folder of the file.
 
 Examples:
   qelm load setup.kcf
+  qelm load setup.kcf --strict --beside
   qelm load setup.kcf --json)";
 
-constexpr const char* diffExamples = R"(The exit status is 0 when both hold the same settings and 1 when they differ.
+constexpr const char* diffExamples =
+    R"(The exit status is 0 when both hold the same settings, 1 when they differ and 2 when they cannot be compared.
 
 Examples:
   qelm diff setup.kcf night.kcf)";
@@ -144,8 +166,9 @@ Examples:
   qelm check setup.kcf --json)";
 
 constexpr const char* eventsExamples =
-    R"(NAME=VALUE sets a parameter before the pulses, NAME reads one after them. Time is the virtual board's own: it passes
-with the pulses and with --wait alone, so a run is the same every time. Times are in microseconds.
+    R"(NAME=VALUE sets a parameter before the pulses, NAME reads one after them. A camera is connected and the trigger unit
+started as in "grab". Time is the virtual board's own: it passes with the pulses and with --wait alone, so a run is the
+same every time. Times are in microseconds.
 
 Examples:
   qelm events --pulses 3
@@ -154,15 +177,16 @@ Examples:
   qelm events FG_TRIGGERSTATE=TS_ACTIVE --wait 500000 --json)";
 
 constexpr const char* grabExamples =
-    R"(A configuration file is loaded first, then the settings are made, in their order; then the trigger unit is started,
-unless a setting is about its state. In ATM_EXTERNAL the pin gets a pulse for each picture, in ATM_SOFTWARE a software
-trigger is sent. The scene is a chart (chart, ramp, black, gray, white) or a grey TIFF or PNG file. A file name that
-ends in .png makes a PNG, any other a TIFF; several pictures are numbered. "--camera help" tells the camera's options.
+    R"(A configuration file is loaded first, then the settings are made; then the trigger unit is started, unless a setting
+is about its state. In ATM_EXTERNAL the pin gets a pulse for each picture, in ATM_SOFTWARE a software trigger is sent.
+The scene is a chart (chart, ramp, black, gray, white) or a grey TIFF or PNG file. The camera has the size, taps and
+bits that the settings want ("--camera match,KEY=VALUE" adds to that), unless --camera says otherwise; "--camera help"
+tells its options. A file name that ends in .png makes a PNG, in .tif or .tiff a TIFF; several pictures are numbered.
 
 Examples:
   qelm grab -o picture.png
   qelm grab --set FG_WIDTH=512 --set FG_XOFFSET=256 -o region.tif
-  qelm grab --set FG_DEVICETAPGEOMETRY=Geometry_2X_2YE --camera geometry=2X_2YE -o sorted.png
+  qelm grab --set FG_DEVICETAPGEOMETRY=Geometry_2X_2YE --camera match,sensor=typical -o sorted.png
   qelm grab --scene gray --set FG_FORMAT=FG_GRAY16 --frames 5 -o flat.tif
   qelm grab --set FG_AREATRIGGERMODE=ATM_EXTERNAL --pin 0 -o triggered.png
   qelm grab --camera help)";
@@ -177,15 +201,13 @@ Examples:
   qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg)";
 
 /** Reports an argument that no verb takes. */
-int reportUnexpected(const CLI::App& app, const std::string& argument) {
+[[noreturn]] void reportUnexpected(const CLI::App& app, const std::string& argument) {
     if (!app.get_subcommands().empty()) {
-        tool::printError("\"qelm " + app.get_subcommands().front()->get_name() + "\" does not take \"" + argument +
-                         "\"; its --help tells what it takes");
-        return misused;
+        throw Misuse("\"qelm " + app.get_subcommands().front()->get_name() + "\" does not take \"" + argument +
+                     "\"; its --help tells what it takes");
     }
     if (argument.starts_with('-')) {
-        tool::printError("there is no option \"" + argument + "\"; \"qelm --help\" tells what there is");
-        return misused;
+        throw Misuse("there is no option \"" + argument + "\"; \"qelm --help\" tells what there is");
     }
     std::vector<std::string> verbs;
     for (const CLI::App* verb : app.get_subcommands({})) {
@@ -193,10 +215,9 @@ int reportUnexpected(const CLI::App& app, const std::string& argument) {
     }
     const std::vector<std::string_view> candidates(verbs.begin(), verbs.end());
     const std::string_view nearest = host::nearestName(argument, candidates);
-    tool::printError("there is no verb \"" + argument + "\"; " +
-                     (nearest.empty() ? "the verbs are " + CLI::detail::join(verbs, ", ")
-                                      : "did you mean \"" + std::string(nearest) + "\"?"));
-    return misused;
+    throw Misuse("there is no verb \"" + argument + "\"; " +
+                 (nearest.empty() ? "the verbs are " + CLI::detail::join(verbs, ", ")
+                                  : "did you mean \"" + std::string(nearest) + "\"?"));
 }
 
 /** What the verbs take, and the one that was called. */
@@ -245,6 +266,7 @@ class CommandLine {
         CLI::App* load = addVerb("load", "Loads a configuration file and shows what changes", loadExamples,
                                  [this] { return tool::load(common_, file_); });
         addConfiguration(*load, "FILE.kcf", file_, "Configuration file to load");
+        addBeside(*load);
 
         CLI::App* diff = addVerb("diff", "Compares two configuration files", diffExamples,
                                  [this] { return tool::diff(common_, file_, otherFile_); });
@@ -254,11 +276,15 @@ class CommandLine {
         CLI::App* check = addVerb("check", "Says what a load of a configuration file would not take", checkExamples,
                                   [this] { return tool::check(common_, file_); });
         addConfiguration(*check, "FILE.kcf", file_, "Configuration file to check");
+        addBeside(*check);
 
-        CLI::App* table = addVerb("lut", "Shows, loads, saves and plots the lookup table", lutExamples,
-                                  [this] { return tool::lut(common_, lut_); });
+        CLI::App* table =
+            addVerb("lut", "Shows, loads, saves and plots the lookup table", lutExamples, [this] { return runLut(); });
         addSettings(*table, lut_.settings);
-        addFile(*table, "--load", lut_.load, "Lookup-table file to load");
+        table->add_option("--load", lutLoads_, "Lookup-table or configuration file to load")
+            ->allow_extra_args(false)
+            ->type_name("FILE");
+        addSetUpBesideLoad(*table);
         addFile(*table, "--save", lut_.save, "Lookup-table file to write");
         addFile(*table, "--plot", lut_.plot, "PNG file for a plot of the table");
 
@@ -280,16 +306,20 @@ class CommandLine {
         verb->add_flag("--reads", trace_.reads, "Shows what is read from the board, too");
 
         verb = addVerb("events", "Drives a trigger input of a virtual board and shows the events that it raises",
-                       eventsExamples,
-                       [this] { return checkPulses(events_.pulses) ? tool::events(common_, events_) : misused; });
+                       eventsExamples, [this] {
+                           checkPulses(events_.pulses);
+                           return tool::events(common_, events_);
+                       });
         verb->add_option("NAME[=VALUE]", events_.steps, "Parameter to set before or to read after")->type_name("");
+        addCamera(*verb, events_.camera);
         addPulses(*verb, events_.pulses);
         addTrain(*verb, events_.pulses);
 
-        verb = addVerb("grab", "Grabs pictures from the camera of a virtual board", grabExamples,
-                       [this] { return checkPulses(grab_.pulses) ? tool::grab(common_, grab_) : misused; });
-        verb->add_option("--load", grab_.load, "Configuration file to load first")->type_name("FILE.kcf");
-        verb->add_option("--set,NAME=VALUE", grab_.settings, "Parameter and value to set")->type_name("NAME=VALUE");
+        verb = addVerb("grab", "Grabs pictures from the camera of a virtual board", grabExamples, [this] {
+            checkPulses(grab_.pulses);
+            return tool::grab(common_, grab_);
+        });
+        addSettings(*verb, grab_.settings);
         addCamera(*verb, grab_.camera);
         verb->add_option("--frames", grab_.frames, "Number of pictures (1)")
             ->check(CLI::Range(1, 1000000))
@@ -301,49 +331,70 @@ class CommandLine {
         addPulses(*verb, grab_.pulses);
         addFile(*verb, "-o,--output", grab_.output, "TIFF or PNG file to write");
 
-        verb = addVerb("timing", "Draws the signals of the trigger unit as a timing diagram", timingExamples,
-                       [this] { return checkPulses(timing_.pulses) ? tool::timing(common_, timing_) : misused; });
+        verb = addVerb("timing", "Draws the signals of the trigger unit as a timing diagram", timingExamples, [this] {
+            checkPulses(timing_.pulses);
+            return tool::timing(common_, timing_);
+        });
         addSettings(*verb, timing_.settings);
         addCamera(*verb, timing_.camera);
         addPulses(*verb, timing_.pulses);
         addTrain(*verb, timing_.pulses);
-        verb->add_option("-o,--output", timing_.output, "SVG file to write")->required()->type_name("FILE");
+        addFile(*verb, "-o,--output", timing_.output, "SVG file to write");
+
+        for (const char* name :
+             {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab", "timing"}) {
+            addSetUp(*app_.get_subcommand(name));
+        }
     }
 
-    int run(int argc, char** argv) {
+    /** @return the exit status @throws Misuse, and what the verb throws */
+    int run(std::vector<std::string> words) {
+        common_.json = std::ranges::find(words, "--json") != words.end(); // also where the rest is wrong
+        std::ranges::reverse(words);                                      // as the parser wants them
         try {
-            app_.parse(argc, argv);
+            app_.parse(std::move(words));
         } catch (const CLI::CallForHelp& help) {
             return app_.exit(help);
         } catch (const CLI::ParseError& error) {
-            tool::printError(std::string(error.what()) + "; --help tells more");
-            return misused;
+            throw Misuse(std::string(error.what()) + "; --help tells more");
         }
         if (const std::vector<std::string> unexpected = app_.remaining(true); !unexpected.empty()) {
-            return reportUnexpected(app_, unexpected.front());
+            reportUnexpected(app_, unexpected.front());
         }
         if (!verb_) {
             std::cerr << app_.help();
-            return misused;
+            throw Misuse("which verb?");
         }
-        return verb_();
+        const int status = verb_();
+        return status == 0 && common_.strict && !tool::warnings().empty() ? refused : status;
     }
+    bool wantsJson() const { return common_.json; }
 
   private:
     int traceSteps() {
         if (trace_.steps.empty() && !trace_.startUp) {
-            tool::printError("nothing to trace: name parameters to read or to set, or give --start-up");
-            return misused;
+            throw Misuse("nothing to trace: name parameters to read or to set, or give --start-up");
         }
         return tool::trace(common_, trace_);
     }
 
-    static bool checkPulses(const tool::PulseOptions& pulses) {
+    static void checkPulses(const tool::PulseOptions& pulses) {
         if (pulses.width > pulses.period) {
-            tool::printError("a pulse cannot be wider than its period: --width must not exceed --period");
-            return false;
+            throw Misuse("a pulse cannot be wider than its period: --width must not exceed --period");
         }
-        return true;
+    }
+
+    /** Its --load takes both kinds of files. */
+    int runLut() {
+        for (const std::filesystem::path& file : lutLoads_) {
+            const bool isConfiguration = file.string().find(".kcf") != std::string::npos;
+            std::filesystem::path& place = isConfiguration ? common_.setUp.load : lut_.load;
+            if (!place.empty()) {
+                throw Misuse(std::string("--load takes one ") + (isConfiguration ? "configuration" : "table"));
+            }
+            place = file;
+        }
+        return tool::lut(common_, lut_);
     }
 
     /** What a pulse is like. */
@@ -364,14 +415,15 @@ class CommandLine {
     }
     static void addCamera(CLI::App& verb, tool::CameraChoice& camera) {
         verb.add_option("--scene", camera.scene, "What the camera looks at: a chart or a file")->type_name("SCENE");
-        verb.add_option("--camera", camera.options, "The camera: KEY=VALUE,KEY=VALUE; \"help\" tells the keys")
+        verb.add_option(
+                "--camera", camera.options,
+                "The camera: KEY=VALUE,KEY=VALUE or \"match\", as the settings want it; \"help\" tells the keys")
             ->type_name("OPTIONS");
     }
 
     int applyShading() {
         if (shading_.black.empty() && shading_.gray.empty()) {
-            tool::printError("nothing to compute from: give --black or --gray");
-            return misused;
+            throw Misuse("nothing to compute from: give --black or --gray");
         }
         return tool::shading(common_, shading_);
     }
@@ -388,6 +440,7 @@ class CommandLine {
         app.add_option("--applet", common_.applet, "The applet library, if not the one beside the tool")
             ->type_name("PATH");
         app.add_flag("--json", common_.json, "Results as JSON");
+        app.add_flag("--strict", common_.strict, "Warnings are failures: exit status 1");
         app.add_flag("--direct-registers", common_.directRegisters, "Makes the design's registers parameters, DRA_...");
         app.add_flag("--direct-design", common_.directDesign, "Makes the design's parameters parameters, DZEA_...");
     }
@@ -401,6 +454,21 @@ class CommandLine {
         return verb;
     }
 
+    /** What brings the board of a verb to where it is to begin. */
+    void addSetUp(CLI::App& verb) {
+        verb.add_option("--load", common_.setUp.load, "Configuration file to load first")->type_name("FILE.kcf");
+        addSetUpBesideLoad(verb);
+    }
+    void addSetUpBesideLoad(CLI::App& verb) {
+        addBeside(verb);
+        verb.add_option("--set", common_.setUp.settings, "Parameter and value to set first; may be repeated")
+            ->allow_extra_args(false)
+            ->type_name("NAME=VALUE");
+    }
+    void addBeside(CLI::App& verb) {
+        verb.add_flag("--beside", common_.setUp.beside,
+                      "Relative file names in the configuration are meant from its folder, not from the current one");
+    }
     static void addConfiguration(CLI::App& verb, const char* name, std::string& file, const char* description) {
         verb.add_option(name, file, description)->required()->type_name("");
     }
@@ -414,6 +482,7 @@ class CommandLine {
     std::string file_;
     std::string otherFile_;
     tool::LutOptions lut_;
+    std::vector<std::filesystem::path> lutLoads_;
     tool::ShadingOptions shading_;
     tool::TraceOptions trace_;
     tool::EventsOptions events_;
@@ -426,10 +495,35 @@ class CommandLine {
 
 int main(int argc, char** argv) {
     tool::prepareConsole();
-    try {
-        return CommandLine().run(argc, argv);
-    } catch (const std::exception& error) {
+    tool::checkStandardOutput();
+    tool::watchForInterruption();
+    CommandLine line;
+    int status = 0;
+    const auto fail = [&](const std::exception& error, int code) {
         tool::printError(error.what());
-        return refused;
+        if (const std::string files = tool::writtenBefore(); !files.empty()) {
+            tool::printError(files);
+        }
+        if (line.wantsJson()) {
+            tool::printFailureDocument(error);
+        }
+        status = code;
+    };
+    try {
+        status = line.run(tool::commandLine(argc, argv));
+    } catch (const Misuse& error) {
+        fail(error, misused);
+    } catch (const tool::Interrupted& error) {
+        fail(error, error.status());
+    } catch (const std::exception& error) {
+        fail(error, refused);
     }
+    if (const int error = tool::finishStandardOutput(); error == EPIPE) { // whoever reads has had enough
+        status = readerGone;
+    } else if (error != 0) {
+        tool::printErrorAlone("the standard output cannot be written: " +
+                              tool::systemMessage(std::error_code(error, std::generic_category())));
+        status = status == 0 ? refused : status;
+    }
+    return status;
 }

@@ -2,8 +2,13 @@
 
 #include "console.h"
 
+#include "qelm/host/errors.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <iostream>
+#include <streambuf>
 
 namespace qelm::tool {
 namespace {
@@ -37,6 +42,54 @@ void printLine(std::string line) {
     line.erase(line.find_last_not_of(' ') + 1);
     std::cout << line << '\n';
 }
+
+/** Hands over to `stdout` and remembers why that failed, which the streams forget. */
+class CheckedOutput : public std::streambuf {
+  public:
+    int error() const { return error_; }
+
+  protected:
+    int_type overflow(int_type letter) override {
+        if (traits_type::eq_int_type(letter, traits_type::eof())) {
+            return traits_type::not_eof(letter);
+        }
+        const char single = traits_type::to_char_type(letter);
+        return xsputn(&single, 1) == 1 ? letter : traits_type::eof();
+    }
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        errno = 0;
+        const auto written = static_cast<std::streamsize>(std::fwrite(text, 1, static_cast<std::size_t>(size), stdout));
+        note(written != size);
+        return written;
+    }
+    int sync() override {
+        errno = 0;
+        const bool failed = std::fflush(stdout) != 0;
+        note(failed || std::ferror(stdout) != 0);
+        return failed ? -1 : 0;
+    }
+
+  private:
+    void note(bool failed) {
+        if (failed && error_ == 0) {
+            error_ = errno != 0 ? errno : EIO;
+        }
+    }
+
+    int error_ = 0;
+};
+
+CheckedOutput& standardOutput() {
+    static auto& output = *new CheckedOutput; // outlives std::cout
+    return output;
+}
+
+std::vector<std::string>& allWarnings() {
+    static std::vector<std::string> all;
+    return all;
+}
+
+bool jsonStarted = false;
 
 } // namespace
 
@@ -74,14 +127,64 @@ void Table::print() const {
     }
 }
 
-void print(const Json& json) {
+void checkStandardOutput() {
+    std::cout.rdbuf(&standardOutput());
+}
+
+int finishStandardOutput() {
+    std::cout.flush();
+    return standardOutput().error();
+}
+
+void print(Json json) {
+    noteJsonStarted();
+    if (json.is_object() && !allWarnings().empty()) {
+        json["warnings"] = allWarnings();
+    }
+    std::cout << dump(json, 2) << '\n';
+}
+
+std::string dump(const Json& json, int indentation) {
     // File names may hold any bytes; what is not UTF-8 is replaced instead of refused.
-    std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    return json.dump(indentation, ' ', false, Json::error_handler_t::replace);
+}
+
+void noteJsonStarted() {
+    jsonStarted = true;
+}
+
+Json failureJson(const std::exception& error) {
+    Json failure{{"message", error.what()}};
+    if (const auto* refusal = dynamic_cast<const host::AppletError*>(&error)) {
+        failure["code"] = refusal->code();
+    }
+    return failure;
+}
+
+void printFailureDocument(const std::exception& error) {
+    if (!jsonStarted) {
+        print(Json{{"error", failureJson(error)}});
+    }
 }
 
 void printError(std::string_view sentence) {
     std::cout.flush();
-    std::cerr << "qelm: " << sentence << '\n';
+    printErrorAlone(sentence);
+}
+
+void printErrorAlone(std::string_view sentence) {
+    const std::string line = "qelm: " + std::string(sentence) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fflush(stderr);
+}
+
+void printWarning(const std::string& sentence) {
+    printError("warning: " + sentence);
+    allWarnings().push_back(sentence);
+}
+
+const std::vector<std::string>& warnings() {
+    return allWarnings();
 }
 
 std::string valueText(const host::Parameter& parameter, const std::optional<host::Value>& value) {

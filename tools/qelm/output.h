@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,8 +27,32 @@ class Table {
     std::vector<std::vector<std::string>> rows_;
 };
 
-void print(const Json& json);
+/**
+ * Lets everything that goes to the standard output be checked, whoever writes it. Call it first; afterwards `std::cout`
+ * and `stdout` may be mixed.
+ */
+void checkStandardOutput();
+/** Writes out what is left. @return the first failure of the standard output as an errno value, or 0 */
+int finishStandardOutput();
+
+/** Prints the one document of a run; the warnings that there were go into an object. */
+void print(Json json);
+/** For a document that is printed piece by piece: keeps a later failure from adding a second one. */
+void noteJsonStarted();
+/** The text of a document, on one line or with an indentation. Bytes that are no UTF-8 are replaced. */
+std::string dump(const Json& json, int indentation = -1);
+/** {"message": ..., "code": ...} */
+Json failureJson(const std::exception& error);
+/** With --json, a failure is a document, too, unless the verb has printed one: {"error": {...}}. */
+void printFailureDocument(const std::exception& error);
+
 void printError(std::string_view sentence);
+/** As printError, from another thread: does not touch the standard output. */
+void printErrorAlone(std::string_view sentence);
+/** Something did not go as one would expect. With --strict the run fails for it. */
+void printWarning(const std::string& sentence);
+/** The warnings so far. */
+const std::vector<std::string>& warnings();
 
 /** "1024 pixel", "FG_GRAY (3)", "-" when there is none */
 std::string valueText(const host::Parameter& parameter, const std::optional<host::Value>& value);

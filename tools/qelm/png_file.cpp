@@ -1,7 +1,8 @@
 #include "png_file.h"
 
-#include <fstream>
-#include <stdexcept>
+#include "output_file.h"
+
+#include <new>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
@@ -14,16 +15,16 @@
 namespace qelm::tool {
 
 void writePng(const std::filesystem::path& file, const Bitmap& bitmap) {
-    std::ofstream stream(file, std::ios::binary);
+    OutputFile output(file);
     const auto write = [](void* context, void* data, int size) {
-        static_cast<std::ofstream*>(context)->write(static_cast<const char*>(data), size);
+        static_cast<OutputFile*>(context)->write(data, static_cast<std::size_t>(size));
     };
-    const int encoded = stbi_write_png_to_func(write, &stream, bitmap.width, bitmap.height, bitmap.samples,
+    const int encoded = stbi_write_png_to_func(write, &output, bitmap.width, bitmap.height, bitmap.samples,
                                                bitmap.pixels.data(), bitmap.width * bitmap.samples);
-    stream.close();
-    if (encoded == 0 || !stream) {
-        throw std::runtime_error("\"" + file.string() + "\" cannot be written");
+    if (encoded == 0) {
+        throw std::bad_alloc(); // the one thing that can go wrong in it
     }
+    output.commit();
 }
 
 } // namespace qelm::tool

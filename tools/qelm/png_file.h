@@ -25,7 +25,7 @@ struct Bitmap {
     std::vector<std::uint8_t> pixels;
 };
 
-/** @throws std::runtime_error when the file cannot be written */
+/** @throws FileError */
 void writePng(const std::filesystem::path& file, const Bitmap& bitmap);
 
 } // namespace qelm::tool

@@ -1,6 +1,9 @@
 #include "session.h"
 
+#include "temporary_folder.h"
+
 #include "qelm/host/system.h"
+#include "qelm/host/text.h"
 
 namespace qelm::tool {
 
@@ -12,6 +15,7 @@ host::Applet loadApplet(const CommonOptions& options) {
     if (options.directDesign) {
         host::setEnvironment("QELM_ENABLE_DZEA", "on");
     }
+    temporaryFolder(); // before the applet looks for one
     return host::Applet(options.applet.empty() ? host::Applet::defaultFile() : options.applet);
 }
 
@@ -20,7 +24,8 @@ void Session::change(const std::string& assignment) {
 }
 
 void Session::useFile(const char* parameter, const std::filesystem::path& file) {
-    host::writeValue(board_, {host::parseReference(parameters_, parameter), file.string()});
+    host::writeValue(board_,
+                     {host::parseReference(parameters_, parameter), host::utf8Text(host::systemFileName(file))});
 }
 
 std::optional<host::Value> Session::read(const host::Reference& reference) const {

@@ -1,3 +1,4 @@
+#include "set_up.h"
 #include "steps.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ void addFinalValues(const Session& session, const std::vector<Step>& steps, Tabl
 
 int set(const CommonOptions& options, const std::vector<std::string>& assignments) {
     const host::Applet applet = loadApplet(options);
-    Session session(applet);
+    Session session = startSession(applet, options);
     const std::vector<Step> steps = parseAssignments(session, assignments);
     const StepsOutcome changes = runAll(options, session, steps);
     Table table;

@@ -1,7 +1,8 @@
 #include "output.h"
+#include "output_file.h"
 #include "png_file.h"
 #include "progress.h"
-#include "session.h"
+#include "set_up.h"
 
 #include <algorithm>
 #include <cmath>
@@ -160,11 +161,14 @@ class Plane {
 } // namespace
 
 int shading(const CommonOptions& options, const ShadingOptions& shadingOptions) {
-    const host::Applet applet = loadApplet(options);
-    Session session(applet);
-    for (const std::string& setting : shadingOptions.settings) {
-        session.change(setting);
+    for (const std::filesystem::path& picture : {shadingOptions.offsets, shadingOptions.gains}) {
+        if (!picture.empty()) {
+            requireExtension(picture, {".png"});
+        }
     }
+    const host::Applet applet = loadApplet(options);
+    Session session = startSession(applet, options);
+    makeSettings(session, shadingOptions.settings);
     if (!shadingOptions.black.empty()) {
         session.useFile("FG_SHADING_BLACK_FILENAME", shadingOptions.black);
     }

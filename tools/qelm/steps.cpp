@@ -1,5 +1,8 @@
 #include "steps.h"
 
+#include "interruption.h"
+#include "region_order.h"
+
 #include <iostream>
 
 namespace qelm::tool {
@@ -44,12 +47,13 @@ std::vector<Step> parseAssignments(const Session& session, const std::vector<std
         host::Assignment assignment = host::parseAssignment(session.parameters(), text);
         steps.push_back({assignment.reference, std::move(assignment.value)});
     }
-    return steps;
+    return arrangeRegion(session, std::move(steps));
 }
 
 StepsOutcome runAll(const CommonOptions& options, Session& session, const std::vector<Step>& steps) {
     StepsOutcome all;
     for (size_t position = 0; position < steps.size() && all.succeeded; ++position) {
+        checkForInterruption();
         const Outcome outcome = run(session, steps[position], Tracing::off);
         all.json.push_back(json(steps[position], outcome));
         if (!options.json) {

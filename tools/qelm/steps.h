@@ -32,7 +32,7 @@ Outcome run(Session& session, const Step& step, Tracing tracing);
 std::string text(const Step& step, const Outcome& outcome);
 Json json(const Step& step, const Outcome& outcome);
 
-/** "NAME=VALUE" each; all are read before the first is done. */
+/** "NAME=VALUE" each; all are read before the first is done. Those of the region take an order that is accepted. */
 std::vector<Step> parseAssignments(const Session& session, const std::vector<std::string>& texts);
 
 struct StepsOutcome {

@@ -1,5 +1,7 @@
 #include "stimulus.h"
 
+#include "interruption.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -22,6 +24,7 @@ void require(int32_t code, const char* attempt) {
 void Stimulus::pass(uint64_t nanoseconds) {
     constexpr uint64_t piece = 1000000000; // what the board takes at a time
     while (nanoseconds != 0) {
+        checkForInterruption();
         const uint64_t next = std::min(nanoseconds, piece);
         require(control_.advance(board_, next), "letting virtual time pass failed");
         nanoseconds -= next;

@@ -1,9 +1,11 @@
 #include "camera.h"
+#include "losses.h"
 #include "output.h"
+#include "output_file.h"
+#include "set_up.h"
 #include "stimulus.h"
 #include "timing_diagram.h"
 
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
 
@@ -65,29 +67,38 @@ uint64_t timeOf(const host::VirtualBoardFunctions& control, VirtualBoard* board)
 int timing(const CommonOptions& options, const TimingOptions& timingOptions) {
     const host::Applet applet = loadApplet(options);
     const host::VirtualBoardFunctions& control = requireVirtualBoard(applet, "shows its signals");
-    Session session(applet);
+    if (showCameraHelp(options, control, timingOptions.camera)) {
+        return 0;
+    }
+    if (timingOptions.output.empty()) {
+        throw std::runtime_error("where to? give -o FILE.svg");
+    }
+    requireExtension(timingOptions.output, {".svg"});
+    Session session = startSession(applet, options);
     VirtualBoard* board = session.board().virtualBoard();
-    std::string title;
-    for (const std::string& setting : timingOptions.settings) {
-        session.change(setting);
-        title += (title.empty() ? "" : ", ") + setting;
+    makeSettings(session, timingOptions.settings);
+    std::string title = options.setUp.load.filename().string();
+    for (const auto& settings : {options.setUp.settings, timingOptions.settings}) {
+        for (const std::string& setting : settings) {
+            title += (title.empty() ? "" : ", ") + setting;
+        }
     }
     connectCamera(control, session, timingOptions.camera);
+    requireNoWarnings(options);
+    Losses losses(session);
     require(control.recordSignals(board, 1), "recording the signals failed");
     const uint64_t start = timeOf(control, board);
-    startTriggers(session, timingOptions.settings);
+    startTriggers(session, options, timingOptions.settings);
     Stimulus(control, session.board()).drive(timingOptions.pulses);
     const uint64_t end = timeOf(control, board);
     if (end == start) {
         throw std::runtime_error("no time has passed: give --wait or --pulses");
     }
     const std::vector<Signal> signals = recordedSignals(control, board);
-    std::ofstream file(timingOptions.output, std::ios::binary);
-    file << timingDiagram(title.empty() ? "settings as at the start" : title, signals, start, end);
-    file.close();
-    if (!file) {
-        throw std::runtime_error("\"" + timingOptions.output.string() + "\" cannot be written");
-    }
+    writeFile(timingOptions.output,
+              timingDiagram(title.empty() ? "settings as at the start" : title, signals, start, end));
+    losses.collect();
+    losses.warn();
     if (options.json) {
         Json list = Json::array();
         for (const Signal& signal : signals) {
@@ -97,7 +108,7 @@ int timing(const CommonOptions& options, const TimingOptions& timingOptions) {
             }
             list.push_back({{"name", signal.name}, {"changes", changes}});
         }
-        print(Json{{"start", start}, {"end", end}, {"signals", list}});
+        print(Json{{"start", start}, {"end", end}, {"signals", list}, {"losses", losses.json()}});
     }
     return 0;
 }

@@ -1,3 +1,4 @@
+#include "set_up.h"
 #include "steps.h"
 
 #include <iostream>
@@ -59,7 +60,7 @@ int trace(const CommonOptions& options, const TraceOptions& traceOptions) {
     if (traceOptions.startUp) {
         applet.virtualBoard()->traceStart();
     }
-    Session session(applet);
+    Session session = startSession(applet, options);
     TraceReport report(options.json, traceOptions.reads);
     std::vector<Step> steps; // all of them are read before the first is done
     for (const std::string& step : traceOptions.steps) {

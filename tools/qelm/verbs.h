@@ -8,12 +8,21 @@
 /** The verbs of the tool, one source each. Every one returns the exit status and throws what it cannot do. */
 namespace qelm::tool {
 
+/** What a board is brought to before a verb does its own. */
+struct SetUp {
+    std::filesystem::path load;        ///< a configuration file, first
+    bool beside = false;               ///< relative names in it are meant from its folder
+    std::vector<std::string> settings; ///< "NAME=VALUE"
+};
+
 /** What every verb takes. */
 struct CommonOptions {
     std::filesystem::path applet; ///< empty: the one beside the tool
     bool json = false;
+    bool strict = false;          ///< warnings are failures
     bool directRegisters = false; ///< the design's registers are parameters, too
     bool directDesign = false;    ///< the design's parameters are parameters, too
+    SetUp setUp{};
 };
 
 struct ListOptions {
@@ -36,19 +45,19 @@ struct PulseOptions {
     uint64_t wait = 0;    ///< after the last period
 };
 
-struct EventsOptions {
-    std::vector<std::string> steps; ///< "NAME=VALUE" sets before the pulses, "NAME" reads after them
-    PulseOptions pulses;
-};
-
 /** The camera of a virtual board. */
 struct CameraChoice {
-    std::string options; ///< "key=value,key=value"; "help" tells them
+    std::string options; ///< "key=value,key=value"; "help" tells them; empty or "match": as the settings want it
     std::string scene;   ///< a chart's name or a file; empty: the test chart
 };
 
+struct EventsOptions {
+    std::vector<std::string> steps; ///< "NAME=VALUE" sets before the pulses, "NAME" reads after them
+    CameraChoice camera;
+    PulseOptions pulses;
+};
+
 struct GrabOptions {
-    std::string load; ///< a configuration file, first
     std::vector<std::string> settings;
     CameraChoice camera;
     uint32_t frames = 1;
@@ -65,7 +74,7 @@ struct TimingOptions {
 };
 
 struct LutOptions {
-    std::filesystem::path load;        ///< first
+    std::filesystem::path load;        ///< a lookup-table file, first
     std::vector<std::string> settings; ///< "NAME=VALUE"
     std::filesystem::path save;
     std::filesystem::path plot; ///< a PNG

@@ -1,26 +1,24 @@
 #include "output.h"
-#include "session.h"
+#include "output_file.h"
+#include "set_up.h"
 
 #include "qelm/host/descriptions.h"
 
-#include <fstream>
 #include <iostream>
-#include <stdexcept>
 
 namespace qelm::tool {
 
 int xml(const CommonOptions& options, const std::filesystem::path& file) {
     const host::Applet applet = loadApplet(options);
-    const Session session(applet);
+    const Session session = startSession(applet, options);
     const std::string document = host::readDescriptionXml(session.board());
-    if (file.empty()) {
-        std::cout << document << std::flush;
-        return 0;
+    if (!file.empty()) {
+        writeFile(file, document);
     }
-    std::ofstream stream(file, std::ios::binary);
-    stream << document << std::flush;
-    if (!stream) {
-        throw std::runtime_error("the file \"" + file.string() + "\" cannot be written");
+    if (options.json) {
+        print(file.empty() ? Json{{"document", document}} : Json{{"file", file.string()}});
+    } else if (file.empty()) {
+        std::cout << document;
     }
     return 0;
 }

@@ -1,15 +1,21 @@
 #include "process.h"
 
+#include <chrono>
+#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace qelm::test {
 
-int runProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors) {
+namespace {
+
+pid_t startProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                   const std::filesystem::path& output, const std::filesystem::path& errors) {
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -29,9 +35,45 @@ int runProcess(const std::filesystem::path& program, const std::vector<std::stri
     if (failed != 0) {
         throw std::runtime_error("could not start " + program.string());
     }
+    return process;
+}
+
+int awaitProcess(pid_t process) {
     int status = 0;
     ::waitpid(process, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+int runProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+               const std::filesystem::path& output, const std::filesystem::path& errors) {
+    return awaitProcess(startProcess(program, arguments, output, errors));
+}
+
+int interruptProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                     const std::filesystem::path& output, const std::filesystem::path& errors,
+                     const std::filesystem::path& awaited) {
+    const pid_t process = startProcess(program, arguments, output, errors);
+    for (int attempt = 0; attempt < 6000 && !std::filesystem::exists(awaited); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ::kill(process, SIGINT);
+    return awaitProcess(process);
+}
+
+FileSizeLimit::FileSizeLimit(unsigned long bytes) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+FileSizeLimit::~FileSizeLimit() {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 } // namespace qelm::test

@@ -7,17 +7,17 @@ namespace qelm::test {
 namespace {
 
 /** An argument as the C library of the program started takes it apart again. */
-std::string quoted(const std::string& argument) {
-    std::string text = "\"";
+std::wstring quoted(const std::wstring& argument) {
+    std::wstring text = L"\"";
     size_t backslashes = 0;
-    for (const char letter : argument) {
-        if (letter == '"') {
-            text.append(backslashes + 1, '\\');
+    for (const wchar_t letter : argument) {
+        if (letter == L'"') {
+            text.append(backslashes + 1, L'\\');
         }
-        backslashes = letter == '\\' ? backslashes + 1 : 0;
+        backslashes = letter == L'\\' ? backslashes + 1 : 0;
         text += letter;
     }
-    return text + std::string(backslashes, '\\') + "\"";
+    return text + std::wstring(backslashes, L'\\') + L"\"";
 }
 
 HANDLE openInheritable(const std::filesystem::path& file) {
@@ -30,18 +30,18 @@ HANDLE openInheritable(const std::filesystem::path& file) {
 
 int runProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                const std::filesystem::path& output, const std::filesystem::path& errors) {
-    std::string line = quoted(program.string());
+    std::wstring line = quoted(program.native());
     for (const std::string& argument : arguments) {
-        line += " " + quoted(argument);
+        line += L" " + quoted(std::filesystem::path(argument).native()); // as paths, words are taken for UTF-8
     }
-    STARTUPINFOA start{};
+    STARTUPINFOW start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = openInheritable(output);
     start.hStdError = openInheritable(errors);
     PROCESS_INFORMATION process{};
     const bool started =
-        ::CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) != 0;
+        ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) != 0;
     ::CloseHandle(start.hStdOutput);
     ::CloseHandle(start.hStdError);
     if (!started) {
@@ -54,5 +54,16 @@ int runProcess(const std::filesystem::path& program, const std::vector<std::stri
     ::CloseHandle(process.hProcess);
     return static_cast<int>(status);
 }
+
+int interruptProcess(const std::filesystem::path&, const std::vector<std::string>&, const std::filesystem::path&,
+                     const std::filesystem::path&, const std::filesystem::path&) {
+    throw std::logic_error("there is no Ctrl-C without a console");
+}
+
+FileSizeLimit::FileSizeLimit(unsigned long) {
+    throw std::logic_error("there is no such limit");
+}
+
+FileSizeLimit::~FileSizeLimit() = default;
 
 } // namespace qelm::test

@@ -1,11 +1,45 @@
 #include "console.h"
 
+#include "qelm/host/text.h"
+
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 namespace qelm::tool {
+namespace {
+
+void (*interruptionHandler)(int status) = nullptr;
+
+BOOL WINAPI handleControl(DWORD) {
+    constexpr int interrupted = 130;
+    interruptionHandler(interrupted);
+    return TRUE;
+}
+
+} // namespace
+
+const char* const temporaryFolderVariable = "TMP";
 
 void prepareConsole() {
     ::SetConsoleOutputCP(CP_UTF8);
+}
+
+std::vector<std::string> commandLine(int, char**) {
+    std::vector<std::string> words;
+    int count = 0;
+    if (wchar_t** all = ::CommandLineToArgvW(::GetCommandLineW(), &count)) {
+        for (int i = 1; i < count; ++i) {
+            const int size = ::WideCharToMultiByte(CP_UTF8, 0, all[i], -1, nullptr, 0, nullptr, nullptr);
+            std::string& word = words.emplace_back(static_cast<std::size_t>(size), '\0');
+            ::WideCharToMultiByte(CP_UTF8, 0, all[i], -1, word.data(), size, nullptr, nullptr);
+            word.pop_back(); // the terminating zero
+        }
+        ::LocalFree(all);
+    }
+    return words;
 }
 
 std::size_t terminalWidth() {
@@ -17,6 +51,25 @@ std::size_t terminalWidth() {
 bool errorsGoToTerminal() {
     DWORD mode = 0;
     return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+void onInterruption(void (*handle)(int status)) {
+    interruptionHandler = handle;
+    ::SetConsoleCtrlHandler(handleControl, TRUE);
+}
+
+std::FILE* openFile(const std::filesystem::path& file, FileMode mode) {
+    const int flags = mode == FileMode::read     ? _O_RDONLY
+                      : mode == FileMode::create ? _O_WRONLY | _O_CREAT | _O_EXCL
+                                                 : _O_WRONLY | _O_APPEND;
+    const int descriptor = ::_wopen(file.c_str(), flags | _O_BINARY, _S_IREAD | _S_IWRITE);
+    return descriptor < 0 ? nullptr : ::_fdopen(descriptor, mode == FileMode::read ? "rb" : "wb");
+}
+
+std::string systemMessage(const std::error_code& error) {
+    std::string message = host::utf8Text(error.message());
+    message.erase(message.find_last_not_of("\r\n .") + 1);
+    return message;
 }
 
 } // namespace qelm::tool

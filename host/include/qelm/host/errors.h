@@ -12,11 +12,17 @@ std::string_view errorName(int32_t code);
 /** @return what the code means, with its number and name: "the value is out of range ... (-6000, FG_ERROR_...)" */
 std::string errorMeaning(int32_t code);
 
+/** Why a call was refused, where that is known better than the code tells it. */
+struct Reason {
+    std::string sentence; ///< without a full stop
+};
+
 /** The applet refused a call. The text is a whole sentence: what was tried, why it was refused, what is allowed. */
 class AppletError : public std::runtime_error {
   public:
     /** @param attempt what was tried, e.g. "FG_WIDTH = 8 was refused"; @param advice sentences to end with, or "" */
     AppletError(int32_t code, const std::string& attempt, const std::string& advice = {});
+    AppletError(int32_t code, const std::string& attempt, const Reason& reason);
     int32_t code() const { return code_; }
 
   private:

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+/**
+ * Text at the boundary. Everything here and above is UTF-8. What applets, the maker's libraries and the virtual board
+ * take and give as char is in the system's encoding: the active code page on Windows, UTF-8 elsewhere.
+ */
+namespace qelm::host {
+
+/** A text that the system's encoding cannot express; the sentence quotes it. */
+class EncodingError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/** @throws EncodingError */
+std::string systemText(const std::string& utf8);
+std::string utf8Text(const std::string& system);
+
+/**
+ * The name of a file in the system's encoding; where that cannot express it, the short name of a file that exists.
+ *
+ * @throws EncodingError
+ */
+std::string systemFileName(const std::filesystem::path& file);
+
+} // namespace qelm::host

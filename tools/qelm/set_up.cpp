@@ -1,0 +1,62 @@
+#include "set_up.h"
+
+#include "load_report.h"
+#include "output_file.h"
+#include "steps.h"
+
+#include <stdexcept>
+
+namespace qelm::tool {
+namespace {
+
+void loadFile(Session& session, const SetUp& setUp) {
+    ConfigurationFile file = openToLoad(setUp.load, setUp.beside);
+    const LoadReport report(session, file);
+    for (const Finding& finding : report.findings()) {
+        printWarning(finding.text(file));
+    }
+    if (report.code() < 0) {
+        throw host::AppletError(report.code(), "loading \"" + setUp.load.string() + "\" failed");
+    }
+    for (const persistence::ConfigurationKey* key : report.overruled()) {
+        const host::Reference reference = host::parseReference(session.parameters(), key->name);
+        host::writeValue(session.board(), {reference, *file.value(*key)});
+        printError("note: " + std::string(key->name) + " was set again after the load, as the file means it");
+    }
+}
+
+} // namespace
+
+ConfigurationFile openToLoad(const std::filesystem::path& name, bool beside) {
+    try {
+        return ConfigurationFile(name, beside);
+    } catch (const FileError& error) {
+        throw host::AppletError(FG_ERROR_FILE_NOT_FOUND, "loading \"" + name.string() + "\" failed",
+                                host::Reason{error.what()});
+    }
+}
+
+Session startSession(const host::Applet& applet, const CommonOptions& options) {
+    Session session(applet);
+    if (!options.setUp.load.empty()) {
+        loadFile(session, options.setUp);
+        requireNoWarnings(options);
+    }
+    makeSettings(session, options.setUp.settings);
+    return session;
+}
+
+void makeSettings(Session& session, const std::vector<std::string>& settings) {
+    for (const Step& step : parseAssignments(session, settings)) {
+        host::writeValue(session.board(), {step.reference, *step.value});
+    }
+}
+
+void requireNoWarnings(const CommonOptions& options) {
+    if (options.strict && !warnings().empty()) {
+        throw std::runtime_error("not done, because of the warning" + std::string(warnings().size() == 1 ? "" : "s") +
+                                 " before and --strict");
+    }
+}
+
+} // namespace qelm::tool
