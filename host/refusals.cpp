@@ -126,9 +126,9 @@ std::string fileClash(const Board& board, const Assignment& assignment) {
         return fileClash(std::get<std::string>(assignment.value), parameter.name);
     }
     const bool isTable = parameter.id == FG_LUT_TYPE;
-    const std::vector<int32_t> names =
-        isTable ? std::vector<int32_t>{FG_LUT_CUSTOM_FILE}
-                : std::vector<int32_t>{FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME};
+    const std::vector<int32_t> names = isTable
+                                           ? std::vector<int32_t>{FG_LUT_CUSTOM_FILE}
+                                           : std::vector<int32_t>{FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME};
     std::string sentences;
     std::string all;
     for (const int32_t id : names) {

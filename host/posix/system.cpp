@@ -62,6 +62,10 @@ void* findSymbol(void* handle, const char* symbol) {
     return ::dlsym(handle, symbol);
 }
 
+const char* exportName(const char* symbol, unsigned short) {
+    return symbol;
+}
+
 bool librariesLookBesideThemselves() {
     return true; // through their run path
 }

@@ -61,6 +61,10 @@ void* findSymbol(void* handle, const char* symbol) {
     return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(handle), symbol));
 }
 
+const char* exportName(const char*, unsigned short ordinal) {
+    return MAKEINTRESOURCEA(ordinal);
+}
+
 bool librariesLookBesideThemselves() {
     return false; // the search starts at the program's folder
 }

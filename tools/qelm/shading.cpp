@@ -4,6 +4,8 @@
 #include "progress.h"
 #include "set_up.h"
 
+#include "qelm/host/image_file.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
@@ -79,6 +81,9 @@ class Plane {
                 {"mean", counted_ > 0 ? Json(mean()) : Json()},
                 {"defective", defects_}};
     }
+
+    /** Defective pixels in percent of those that are corrected. */
+    double defectPercent() const { return width_ == 0 ? 0 : 100.0 * static_cast<double>(defects_) / width_ / height_; }
 
     /** Scaled down so that the longer side has at most `size` pixels; each is the mean of those it stands for. */
     Bitmap picture(int size) const {
@@ -158,6 +163,33 @@ class Plane {
     long long defects_ = 0;
 };
 
+/**
+ * Says what is likely to be meant otherwise: a reference covers the whole camera, and samples of 16 bits are
+ * left-aligned.
+ */
+void checkReference(const Session& session, const std::filesystem::path& file) {
+    const std::optional<host::ImageSummary> image = host::summariseImage(file);
+    if (!image) {
+        return; // the applet refuses it
+    }
+    const auto width = session.board().get<int32_t>(FG_CAMERA_WIDTH);
+    const auto height = session.board().get<int32_t>(FG_CAMERA_HEIGHT);
+    if (image->width != width || image->height != height) {
+        printWarning("\"" + file.string() + "\" has " + std::to_string(image->width) + " x " +
+                     std::to_string(image->height) + " pixels, but the camera " + std::to_string(width) + " x " +
+                     std::to_string(height) +
+                     " (FG_CAMERA_WIDTH, FG_CAMERA_HEIGHT): a reference begins with the camera's first pixel, whatever "
+                     "the region of interest is");
+    }
+    constexpr std::uint32_t largestOf12Bits = 4095;
+    if (image->bits == 16 && image->largest <= largestOf12Bits) {
+        printWarning("\"" + file.string() + "\" has samples of 16 bits, but none above " +
+                     std::to_string(image->largest) +
+                     ": samples are taken for left-aligned, 65535 being white; grab references with "
+                     "FG_BITALIGNMENT=FG_LEFT_ALIGNED");
+    }
+}
+
 } // namespace
 
 int shading(const CommonOptions& options, const ShadingOptions& shadingOptions) {
@@ -171,9 +203,11 @@ int shading(const CommonOptions& options, const ShadingOptions& shadingOptions) 
     makeSettings(session, shadingOptions.settings);
     if (!shadingOptions.black.empty()) {
         session.useFile("FG_SHADING_BLACK_FILENAME", shadingOptions.black);
+        checkReference(session, shadingOptions.black);
     }
     if (!shadingOptions.gray.empty()) {
         session.useFile("FG_SHADING_GRAY_FILENAME", shadingOptions.gray);
+        checkReference(session, shadingOptions.gray);
     }
     {
         const Progress progress("computing and loading the coefficients");
@@ -191,6 +225,13 @@ int shading(const CommonOptions& options, const ShadingOptions& shadingOptions) 
         const Plane gains(session, 1, 4096, Plane::gainOne);
         table.add({"offsets", offsets.text()});
         table.add({"gains", gains.text()});
+        constexpr double mostDefects = 1.0;
+        if (offsets.defectPercent() > mostDefects) {
+            std::ostringstream percent;
+            percent << std::setprecision(3) << offsets.defectPercent();
+            printWarning(percent.str() + " % of the pixels are marked as defective, more than any sensor has: look at "
+                                         "FG_SHADING_DEAD_PIXEL_INTERPOLATION_THRESHOLD and at the references");
+        }
         json["offsets"] = offsets.json();
         json["gains"] = gains.json();
         if (!shadingOptions.offsets.empty()) {

@@ -29,6 +29,8 @@ std::filesystem::path findOnLoaderPath(const std::filesystem::path& fileName, st
 void* openLoadedLibrary(const std::string& fileName);
 void closeLibrary(void* handle);
 void* findSymbol(void* handle, const char* symbol);
+/** What findSymbol takes for a function that Windows libraries export by ordinal alone. */
+const char* exportName(const char* symbol, unsigned short ordinal);
 /** Whether a library that loads another by its bare name gets one that stands beside itself. */
 bool librariesLookBesideThemselves();
 
