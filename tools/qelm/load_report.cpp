@@ -353,8 +353,8 @@ void LoadReport::checkLegacySettings() {
 
 /** Settings that the applet takes, and that a later one of the same load undoes. */
 void LoadReport::checkOverruled(Session& session, const std::map<const Key*, Applied>& applied) {
-    for (const ConfigurationKey* applyKey : persistence::appliedKeys) {
-        const ConfigurationKey& key = *applyKey;
+    for (const ConfigurationKey* next : persistence::appliedKeys) {
+        const ConfigurationKey& key = *next;
         const Applied& own = applied.at(&key);
         const auto isUndone = [&](const host::TracedCall& call) {
             const auto word = wordOf(session, call.target);
