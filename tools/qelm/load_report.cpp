@@ -351,7 +351,10 @@ void LoadReport::checkLegacySettings() {
     }
 }
 
-/** Settings that the applet takes, and that a later one of the same load undoes. */
+/**
+ * Settings that the applet takes, and that a later one of the same load undoes. The rate and the queue's mode share
+ * the generator's shortest period, where the rate is the one to have.
+ */
 void LoadReport::checkOverruled(Session& session, const std::map<const Key*, Applied>& applied) {
     for (const ConfigurationKey* next : persistence::appliedKeys) {
         const ConfigurationKey& key = *next;
@@ -360,7 +363,7 @@ void LoadReport::checkOverruled(Session& session, const std::map<const Key*, App
             const auto word = wordOf(session, call.target);
             return call.isWrite && word && std::to_string(*word) != call.value;
         };
-        if (!own.accepted || std::ranges::none_of(own.calls, isUndone)) {
+        if (key.id == FG_TRIGGERQUEUE_MODE || !own.accepted || std::ranges::none_of(own.calls, isUndone)) {
             continue;
         }
         std::map<std::string, std::optional<uint64_t>> before;
@@ -380,6 +383,9 @@ void LoadReport::checkOverruled(Session& session, const std::map<const Key*, App
                 continue;
             }
             const bool isRate = key.id == FG_TRIGGER_FRAMESPERSECOND;
+            if (isRate && !runsByGenerator()) {
+                break; // a start sets it again
+            }
             add(lines_.at(&key), "changed",
                 std::string(key.name) + " = " + valueText(*reference.parameter, value) +
                     (isRate ? " is told, but the trigger unit runs at its shortest period: the load switches the queue "
@@ -391,6 +397,14 @@ void LoadReport::checkOverruled(Session& session, const std::map<const Key*, App
             break;
         }
     }
+}
+
+/** Whether the trigger unit is active after the load, in the mode that follows the rate. */
+bool LoadReport::runsByGenerator() const {
+    const auto holds = [this](const char* name, uint32_t value) {
+        return isSame(session_.read(host::parseReference(session_.parameters(), name)), value);
+    };
+    return holds("FG_AREATRIGGERMODE", ATM_GENERATOR) && holds("FG_TRIGGERSTATE", TS_ACTIVE);
 }
 
 LoadReport::Applied LoadReport::apply(Session& session, const Key& key, std::vector<const Key*>* unknown) {

@@ -52,6 +52,7 @@ class LoadReport {
     void checkSettings();
     void checkLegacySettings();
     void checkOverruled(Session& session, const std::map<const Key*, Applied>& applied);
+    bool runsByGenerator() const;
     Applied apply(Session& session, const Key& key, std::vector<const Key*>* unknown);
     std::string whatHolds(const Key& key, const std::optional<host::Value>& value);
     void sort();

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iomanip>
 #include <iostream>
 
 namespace qelm::tool {
@@ -32,11 +33,10 @@ void show(const std::vector<std::uint32_t>& table) {
     constexpr std::size_t entriesPerLine = 16;
     for (std::size_t i = 0; i < table.size(); ++i) {
         if (i % entriesPerLine == 0) {
-            std::printf("%4zu:", i);
+            std::cout << std::setw(4) << i << ':';
         }
-        std::printf(" %4u%s", table[i], i % entriesPerLine == entriesPerLine - 1 ? "\n" : "");
+        std::cout << ' ' << std::setw(4) << table[i] << (i % entriesPerLine == entriesPerLine - 1 ? "\n" : "");
     }
-    std::fflush(stdout);
 }
 
 /** Input to the right, output upwards, over a grid of eighths. */

@@ -59,7 +59,8 @@ class CheckedOutput : public std::streambuf {
     std::streamsize xsputn(const char* text, std::streamsize size) override {
         errno = 0;
         const auto written = static_cast<std::streamsize>(std::fwrite(text, 1, static_cast<std::size_t>(size), stdout));
-        note(written != size);
+        // When the buffer cannot be emptied, fwrite may count everything as written all the same.
+        note(written != size || std::ferror(stdout) != 0);
         return written;
     }
     int sync() override {

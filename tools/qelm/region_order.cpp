@@ -62,7 +62,7 @@ class Arrangement {
             for (size_t i = 0; i < order.size(); ++i) {
                 steps_[places_[i]] = given[order[i]];
             }
-            if (isAccepted()) {
+            if (isAccepted() && end().fits()) { // the camera's size may be taken without regard to the region
                 return;
             }
         } while (std::ranges::next_permutation(order).found);
@@ -94,26 +94,32 @@ class Arrangement {
         });
     }
 
+    /** What all settings lead to, in whatever order. */
+    State end() const {
+        State state = start_;
+        for (const size_t i : places_) {
+            member(state, direction_, idOf(i)) = valueOf(i);
+        }
+        return state;
+    }
+
     /** Says what is too large. A value that no region could have is left to the applet, which tells its limits. */
     void explain() const {
-        State end = start_;
-        for (const size_t i : places_) {
-            member(end, direction_, idOf(i)) = valueOf(i);
-        }
-        State roomy = end;
+        const State last = end();
+        State roomy = last;
         roomy.camera = direction_.most;
-        if (end.fits() || !accepts(roomy, direction_, direction_.size) ||
-            !accepts(end, direction_, direction_.camera)) {
+        if (last.fits() || !accepts(roomy, direction_, direction_.size) ||
+            !accepts(last, direction_, direction_.camera)) {
             return;
         }
         const auto text = [](int32_t id, int64_t value) {
             const auto& all = host::fixedParameters();
             return std::ranges::find(all, id, &host::Parameter::id)->name + " = " + std::to_string(value);
         };
-        throw std::runtime_error("no order of these settings is possible: " + text(direction_.offset, end.offset) +
-                                 " and " + text(direction_.size, end.size) + " need " +
-                                 std::to_string(end.offset + end.size) + " pixels, and " +
-                                 text(direction_.camera, end.camera));
+        throw std::runtime_error("no order of these settings is possible: " + text(direction_.offset, last.offset) +
+                                 " and " + text(direction_.size, last.size) + " need " +
+                                 std::to_string(last.offset + last.size) + " pixels, and " +
+                                 text(direction_.camera, last.camera));
     }
 
     const Session& session_;
