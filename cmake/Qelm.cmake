@@ -15,7 +15,7 @@ set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
 add_library(qelm_options INTERFACE)
 target_compile_options(qelm_options INTERFACE
-    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef -Werror
+    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef $<$<BOOL:${QELM_WARNINGS_AS_ERRORS}>:-Werror>
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
 # The sanitizers of clang leave it to the program to bring their runtime.
 if(NOT WIN32 AND NOT (QELM_SANITIZERS AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
