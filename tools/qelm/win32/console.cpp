@@ -2,11 +2,12 @@
 
 #include "qelm/host/text.h"
 
+#include <windows.h> // before what builds on it
+
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
 #include <sys/stat.h>
-#include <windows.h>
 
 namespace qelm::tool {
 namespace {
