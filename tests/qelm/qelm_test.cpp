@@ -482,6 +482,8 @@ TEST_F(QelmTest, MakesRegionSettingsInAnOrderThatHolds) {
     EXPECT_THAT(given.output, StartsWith("FG_WIDTH: 1024 -> 512 pixel\nFG_XOFFSET: 0 -> 512"));
 }
 
+// Not on Windows yet: there the standard library takes the bytes of a narrow file name for letters of their own.
+#ifndef _WIN32
 TEST_F(QelmTest, TakesFileNamesInAnyLetters) {
     for (const std::string name : {"f\u00fcr", "\u56f3 f\u00fcr"}) {
         const fs::path folder = folder_ / name;
@@ -514,6 +516,7 @@ TEST_F(QelmTest, TakesFileNamesInAnyLetters) {
         EXPECT_THAT(missing.errors, HasSubstr("\"" + file("-no.kcf") + "\""));
     }
 }
+#endif
 
 TEST_F(QelmTest, WarnsOfACameraThatDoesNotFit) {
     const std::string settings = "but the board is set to 1024 x 1024 pixels, taps 2XE_2YE, 8 bits";

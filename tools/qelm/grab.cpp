@@ -184,7 +184,7 @@ void writePicture(const host::VirtualBoardFunctions& control, const std::filesys
                   const PictureFormat& format) {
     OutputFile output(file);
     errno = 0;
-    if (control.writePicture(host::systemFileName(output.path()).c_str(), pixels, format.width, format.height,
+    if (control.writePicture(host::systemFileName(output.closedPath()).c_str(), pixels, format.width, format.height,
                              format.bits) != 0) {
         throw FileError(file, "written", errno != 0 ? errno : EIO);
     }

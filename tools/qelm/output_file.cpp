@@ -109,9 +109,16 @@ void OutputFile::close() {
     }
 }
 
+const fs::path& OutputFile::closedPath() {
+    close();
+    return path_;
+}
+
 void OutputFile::write(const void* bytes, std::size_t size) {
     errno = 0;
-    if (error_ == 0 && std::fwrite(bytes, 1, size, stream_) != size) {
+    if (stream_ == nullptr) {
+        error_ = EBADF;
+    } else if (error_ == 0 && std::fwrite(bytes, 1, size, stream_) != size) {
         error_ = errno;
     }
 }

@@ -33,8 +33,11 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /** Where to write, for those who write by name: an empty file, whose name ends as the target's does. */
-    const std::filesystem::path& path() const { return path_; }
+    /**
+     * Where to write, for those who write by name: an empty file, whose name ends as the target's does. Closed, since
+     * Windows shares no file that is open for writing: nothing can be appended any more.
+     */
+    const std::filesystem::path& closedPath();
     /** Appends. Failures show in commit(). */
     void write(const void* bytes, std::size_t size);
     void write(std::string_view text) { write(text.data(), text.size()); }

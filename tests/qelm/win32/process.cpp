@@ -40,12 +40,17 @@ int runProcess(const std::filesystem::path& program, const std::vector<std::stri
     start.hStdOutput = openInheritable(output);
     start.hStdError = openInheritable(errors);
     PROCESS_INFORMATION process{};
-    const bool started =
-        ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) != 0;
+    bool started = false;
+    for (int attempt = 0; attempt < 5 && !started; ++attempt) { // a busy machine may refuse for a moment
+        ::Sleep(attempt == 0 ? 0 : 500);
+        started =
+            ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) != 0;
+    }
+    const DWORD reason = started ? 0 : ::GetLastError();
     ::CloseHandle(start.hStdOutput);
     ::CloseHandle(start.hStdError);
     if (!started) {
-        throw std::runtime_error("could not start " + program.string());
+        throw std::runtime_error("could not start " + program.string() + ": error " + std::to_string(reason));
     }
     ::WaitForSingleObject(process.hProcess, INFINITE);
     DWORD status = 0;
