@@ -84,7 +84,7 @@ void useFiles(host::Board& board, const std::string& file) {
 
 TEST(AppletLibrary, IsLoadedAndUnloadedThousandsOfTimesWithoutATrace) {
 #ifdef _WIN32
-    constexpr int cycles = 300; // each takes its time under Wine; an index that stays behind shows after one
+    constexpr int cycles = 60; // each takes its time under Wine; an index that stays behind shows after one
 #else
     constexpr int cycles = 5000;
 #endif
