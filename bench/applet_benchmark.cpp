@@ -55,12 +55,12 @@ void measure(benchmark::State& state, Floor&& floor, Subject&& subject) {
 class Door {
   public:
     virtual ~Door() = default;
-    virtual int32_t pass(int32_t id, void* value) = 0;
+    virtual std::int32_t pass(std::int32_t id, void* value) = 0;
 };
 
 class Cell final : public Door {
   public:
-    int32_t pass(int32_t, void* value) override {
+    std::int32_t pass(std::int32_t, void* value) override {
         const std::lock_guard guard(mutex_);
         std::memcpy(value, &value_, sizeof value_);
         return 0;
@@ -68,14 +68,14 @@ class Cell final : public Door {
 
   private:
     std::recursive_mutex mutex_;
-    uint32_t value_ = 512;
+    std::uint32_t value_ = 512;
 };
 
 class DesignCell final : public Door {
   public:
     DesignCell(const Runtime& runtime, const char* name) : runtime_(runtime), id_(runtime.idOf(name)) {}
 
-    int32_t pass(int32_t, void* value) override {
+    std::int32_t pass(std::int32_t, void* value) override {
         const std::lock_guard guard(mutex_);
         std::memcpy(&value_, value, sizeof value_);
         return runtime_.set(id_, &value_);
@@ -84,20 +84,21 @@ class DesignCell final : public Door {
   private:
     std::recursive_mutex mutex_;
     const Runtime& runtime_;
-    int32_t id_;
-    uint32_t value_ = 0;
+    std::int32_t id_;
+    std::uint32_t value_ = 0;
 };
 
-int32_t pass(Door* door, int32_t id, void* value) {
+std::int32_t pass(Door* door, std::int32_t id, void* value) {
     return door->pass(id, value);
 }
-int32_t (*volatile exportedPass)(Door*, int32_t, void*) = pass; // volatile: the compiler must not see through it
+std::int32_t (*volatile exportedPass)(Door*, std::int32_t,
+                                      void*) = pass; // volatile: the compiler must not see through it
 
 void getCached(benchmark::State& state) {
     const Applet applet;
     const Board board(applet);
     Cell cell;
-    uint32_t value = 0;
+    std::uint32_t value = 0;
     measure(
         state, [&] { benchmark::DoNotOptimize(exportedPass(&cell, FG_WIDTH, &value)); },
         [&] { benchmark::DoNotOptimize(applet->Fg_getParameterWithType(board, FG_WIDTH, &value, 0, 2)); });
@@ -109,7 +110,7 @@ void setWithOneDesignWrite(benchmark::State& state) {
     const Board board(applet);
     const Runtime runtime(applet);
     DesignCell cell(runtime, "Device1_Process0_NoiseFilter_Select_Value");
-    uint32_t value = 1;
+    std::uint32_t value = 1;
     if (exportedPass(&cell, FG_NOISEFILTER, &value) != 0 ||
         applet->Fg_setParameterWithType(board, FG_NOISEFILTER, &value, 0, 2) != 0) {
         state.SkipWithError("a set was refused");
@@ -130,7 +131,7 @@ BENCHMARK(setWithOneDesignWrite)->Iterations(batches)->UseManualTime();
 void setRefused(benchmark::State& state) {
     const Applet applet;
     const Board board(applet);
-    const uint32_t value = 2;
+    const std::uint32_t value = 2;
     for (auto _ : state) {
         benchmark::DoNotOptimize(applet->Fg_setParameterWithType(board, FG_NOISEFILTER, &value, 0, 2));
     }

@@ -26,8 +26,8 @@ class Runtime {
             throw std::runtime_error("the runtime does not start");
         }
     }
-    int32_t idOf(const char* name) const { return getParameterIdByName_(handle_, name); }
-    int32_t set(int32_t id, const void* value) const {
+    std::int32_t idOf(const char* name) const { return getParameterIdByName_(handle_, name); }
+    std::int32_t set(std::int32_t id, const void* value) const {
         return setParameterWithType_(handle_, id, value, 0, RUNTIME_VALUE_UINT32);
     }
 
@@ -40,8 +40,8 @@ class Runtime {
     host::Library runtime_ = open("nuvrak5");
     decltype(&::loadDesignImageMemory) loadDesignImageMemory_ = nullptr;
     void* (*initHandle_)(const char*, void*, void*) = nullptr;
-    int32_t (*getParameterIdByName_)(void*, const char*) = nullptr;
-    int32_t (*setParameterWithType_)(void*, int32_t, const void*, uint32_t, int32_t) = nullptr;
+    std::int32_t (*getParameterIdByName_)(void*, const char*) = nullptr;
+    std::int32_t (*setParameterWithType_)(void*, std::int32_t, const void*, std::uint32_t, std::int32_t) = nullptr;
     VirtualBoard* board_;
     void* handle_ = nullptr;
 };

@@ -86,14 +86,14 @@ Applet::Applet(const std::filesystem::path& file)
     }
 }
 
-std::string Applet::infoText(int32_t request) const {
+std::string Applet::infoText(std::int32_t request) const {
     const char* text = nullptr;
     functions_.Info(request, 0, 0, nullptr, &text);
     return text != nullptr ? text : "";
 }
 
-uint64_t Applet::infoSize(int32_t request) const {
-    uint64_t size = 0;
+std::uint64_t Applet::infoSize(std::int32_t request) const {
+    std::uint64_t size = 0;
     functions_.Info(request, 0, 0, &size, nullptr);
     return size;
 }

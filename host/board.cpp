@@ -7,7 +7,7 @@ namespace qelm::host {
 namespace {
 
 /** The value type codes of the typed calls; the applet knows the parameter's type and looks at the 64-bit ones only. */
-enum ValueTypeCode : int32_t {
+enum ValueTypeCode : std::int32_t {
     typeSigned32 = 1,
     typeUnsigned32 = 2,
     typeUnsigned64 = 3,
@@ -16,7 +16,7 @@ enum ValueTypeCode : int32_t {
     typeLutEntry = 4098,
 };
 
-constexpr uint32_t port = 0;
+constexpr std::uint32_t port = 0;
 
 // Longer than any path that the systems take; texts beyond that get room when they are set.
 constexpr size_t textCapacity = 65536;
@@ -48,7 +48,7 @@ Board::Board(const Applet& applet, const BoardOptions& options)
     if (handle_ == nullptr) {
         handle_ = &anyBoard;
     }
-    int32_t error = 0;
+    std::int32_t error = 0;
     structure_.applet = applet->Std_entry(handle_, &error, options.mode);
     if (structure_.applet == nullptr) {
         free();
@@ -67,8 +67,8 @@ Board::~Board() {
     free();
 }
 
-int32_t Board::free() {
-    const int32_t code = applet()->Fg_FreeGrabber(&structure_);
+std::int32_t Board::free() {
+    const std::int32_t code = applet()->Fg_FreeGrabber(&structure_);
     if (ownedBoard_ != nullptr) {
         applet().virtualBoard()->close(std::exchange(ownedBoard_, nullptr));
     }
@@ -79,51 +79,51 @@ VirtualBoard* Board::virtualBoard() const {
     return applet().virtualBoard() != nullptr ? static_cast<VirtualBoard*>(handle_) : nullptr;
 }
 
-int32_t Board::set(int32_t id, uint32_t value) {
+std::int32_t Board::set(std::int32_t id, std::uint32_t value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeUnsigned32);
 }
 
-int32_t Board::set(int32_t id, int32_t value) {
+std::int32_t Board::set(std::int32_t id, std::int32_t value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeSigned32);
 }
 
-int32_t Board::set(int32_t id, uint64_t value) {
+std::int32_t Board::set(std::int32_t id, std::uint64_t value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeUnsigned64);
 }
 
-int32_t Board::set(int32_t id, double value) {
+std::int32_t Board::set(std::int32_t id, double value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeDouble);
 }
 
-int32_t Board::set(int32_t id, const char* value) {
+std::int32_t Board::set(std::int32_t id, const char* value) {
     textCapacity_ = std::max(textCapacity_, std::string_view(value).size() + 1);
     return applet()->Fg_setParameterWithType(*this, id, value, port, typeText);
 }
 
-int32_t Board::set(int32_t id, const LutEntry& value) {
+std::int32_t Board::set(std::int32_t id, const LutEntry& value) {
     return applet()->Fg_setParameterWithType(*this, id, &value, port, typeLutEntry);
 }
 
-int32_t Board::get(int32_t id, uint32_t& value) const {
+std::int32_t Board::get(std::int32_t id, std::uint32_t& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeUnsigned32);
 }
 
-int32_t Board::get(int32_t id, int32_t& value) const {
+std::int32_t Board::get(std::int32_t id, std::int32_t& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeSigned32);
 }
 
-int32_t Board::get(int32_t id, uint64_t& value) const {
+std::int32_t Board::get(std::int32_t id, std::uint64_t& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeUnsigned64);
 }
 
-int32_t Board::get(int32_t id, double& value) const {
+std::int32_t Board::get(std::int32_t id, double& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeDouble);
 }
 
-int32_t Board::get(int32_t id, std::string& value) const {
+std::int32_t Board::get(std::int32_t id, std::string& value) const {
     std::string buffer = value;
     buffer.resize(std::max(textCapacity_, value.size() + 1));
-    const int32_t code = applet()->Fg_getParameterWithType(*this, id, buffer.data(), port, typeText);
+    const std::int32_t code = applet()->Fg_getParameterWithType(*this, id, buffer.data(), port, typeText);
     if (code >= 0) {
         buffer.resize(buffer.find('\0'));
         value = std::move(buffer);
@@ -131,15 +131,15 @@ int32_t Board::get(int32_t id, std::string& value) const {
     return code;
 }
 
-int32_t Board::get(int32_t id, LutEntry& value) const {
+std::int32_t Board::get(std::int32_t id, LutEntry& value) const {
     return applet()->Fg_getParameterWithType(*this, id, &value, port, typeLutEntry);
 }
 
-int32_t Board::findId(const char* name) const {
+std::int32_t Board::findId(const char* name) const {
     return applet()->Fg_getParameterIdByName(*this, name);
 }
 
-std::string Board::nameOf(int32_t id) {
+std::string Board::nameOf(std::int32_t id) {
     return "parameter " + std::to_string(id);
 }
 

@@ -25,7 +25,7 @@ std::optional<std::string_view> takeUntil(std::string_view& text, std::string_vi
 std::optional<EnumerationEntry> parseEntry(std::string_view text) {
     const auto name = takeUntil(text, " = ");
     const auto number = takeUntil(text, " (");
-    int32_t value = 0;
+    std::int32_t value = 0;
     if (!name || !number || parseNumber(*number, value) != std::errc{} || !text.ends_with(')')) {
         return std::nullopt;
     }
@@ -103,10 +103,10 @@ void readInformation(std::string_view information, Parameter& parameter) {
 }
 
 std::string readDescriptionXml(const Board& board) {
-    constexpr int32_t port = 0;
+    constexpr std::int32_t port = 0;
     std::string document;
     size_t size = 0;
-    int32_t code = board.applet()->Fg_getParameterInfoXML(board, port, nullptr, &size);
+    std::int32_t code = board.applet()->Fg_getParameterInfoXML(board, port, nullptr, &size);
     while (code >= 0 && document.size() < size) { // limits that move between the calls may make it longer
         document.resize(size);
         code = board.applet()->Fg_getParameterInfoXML(board, port, document.data(), &size);
@@ -121,16 +121,16 @@ std::string readDescriptionXml(const Board& board) {
     return document;
 }
 
-std::map<std::string, int32_t> parameterAddresses(std::string_view xml) {
+std::map<std::string, std::int32_t> parameterAddresses(std::string_view xml) {
     // <IntReg Name="FG_WIDTH_Reg">, <FloatReg ...> likewise, <StringReg Name="FG_HAP_FILE">
-    std::map<std::string, int32_t> addresses;
+    std::map<std::string, std::int32_t> addresses;
     while (const auto before = takeUntil(xml, "Reg Name=\"")) {
         std::string_view content = takeUntil(xml, "Reg>").value_or("");
         std::string_view name = takeUntil(content, "\">").value_or("");
         if (!before->ends_with("<String")) {
             name.remove_suffix(name.ends_with("_Reg") ? 4 : 0);
         }
-        int32_t address = 0;
+        std::int32_t address = 0;
         takeUntil(content, "<Address>");
         if (parseNumber(takeUntil(content, "<").value_or(""), address) == std::errc{}) {
             addresses.emplace(unescaped(name), address);

@@ -7,7 +7,7 @@ namespace {
 
 struct ErrorRow {
     std::string_view name;
-    int32_t code;
+    std::int32_t code;
     std::string_view sentence;
 };
 
@@ -16,7 +16,7 @@ constexpr ErrorRow errorRows[] = {
 #include "zantor_obvelline_qx4_rk/error_codes.inc"
 };
 
-const ErrorRow* findError(int32_t code) {
+const ErrorRow* findError(std::int32_t code) {
     for (const ErrorRow& row : errorRows) {
         if (row.code == code)
             return &row;
@@ -26,12 +26,12 @@ const ErrorRow* findError(int32_t code) {
 
 } // namespace
 
-std::string_view errorName(int32_t code) {
+std::string_view errorName(std::int32_t code) {
     const ErrorRow* row = findError(code);
     return row != nullptr ? row->name : std::string_view{};
 }
 
-std::string errorMeaning(int32_t code) {
+std::string errorMeaning(std::int32_t code) {
     const std::string number = std::to_string(code);
     const ErrorRow* row = findError(code);
     if (row == nullptr)
@@ -39,11 +39,11 @@ std::string errorMeaning(int32_t code) {
     return std::string(row->sentence) + " (" + number + ", " + std::string(row->name) + ")";
 }
 
-AppletError::AppletError(int32_t code, const std::string& attempt, const std::string& advice)
+AppletError::AppletError(std::int32_t code, const std::string& attempt, const std::string& advice)
     : std::runtime_error(attempt + ": " + errorMeaning(code) + "." + (advice.empty() ? "" : " " + advice))
     , code_(code) {}
 
-AppletError::AppletError(int32_t code, const std::string& attempt, const Reason& reason)
+AppletError::AppletError(std::int32_t code, const std::string& attempt, const Reason& reason)
     : std::runtime_error(attempt + ": " + reason.sentence + " (" + std::to_string(code) +
                          (errorName(code).empty() ? "" : ", " + std::string(errorName(code))) + ").")
     , code_(code) {}

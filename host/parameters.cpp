@@ -111,7 +111,7 @@ std::string_view kindName(ParameterKind kind) {
     return names[static_cast<size_t>(kind)];
 }
 
-const EnumerationEntry* Parameter::findEntry(int32_t value) const {
+const EnumerationEntry* Parameter::findEntry(std::int32_t value) const {
     const auto entry = std::ranges::find(entries, value, &EnumerationEntry::value);
     return entry == entries.end() ? nullptr : &*entry;
 }
@@ -177,9 +177,9 @@ const Parameter* findFixedParameter(std::string_view name) {
 std::vector<Parameter> registeredParameters(const Board& board) {
     const Applet& applet = board.applet();
     std::vector<Parameter> registered;
-    const int32_t count = applet->Fg_getNrOfParameter(board);
-    std::optional<std::map<std::string, int32_t>> addresses;
-    for (int32_t index = 0; index < count; ++index) {
+    const std::int32_t count = applet->Fg_getNrOfParameter(board);
+    std::optional<std::map<std::string, std::int32_t>> addresses;
+    for (std::int32_t index = 0; index < count; ++index) {
         const char* name = applet->Fg_getParameterName(board, index);
         if (name == nullptr) {
             continue;
@@ -188,7 +188,7 @@ std::vector<Parameter> registeredParameters(const Board& board) {
             registered.push_back(withCurrentLimits(board, *fixed));
             continue;
         }
-        int32_t id = applet->Fg_getParameterId(board, index);
+        std::int32_t id = applet->Fg_getParameterId(board, index);
         if (id < 0) { // design parameters are listed by name; where they are told apart by number is the document
             if (!addresses) {
                 addresses = parameterAddresses(readDescriptionXml(board));

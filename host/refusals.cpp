@@ -17,17 +17,17 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int generators = 4;
-constexpr int32_t idsPerGenerator = 4; // downscale, phase, delay, width
+constexpr std::int32_t idsPerGenerator = 4; // downscale, phase, delay, width
 
-constexpr int32_t of(int32_t firstGenerator, int generator) {
+constexpr std::int32_t of(std::int32_t firstGenerator, int generator) {
     return firstGenerator + idsPerGenerator * generator;
 }
 
-const Parameter& fixed(int32_t id) {
+const Parameter& fixed(std::int32_t id) {
     return *std::ranges::find(fixedParameters(), id, &Parameter::id);
 }
 
-std::string holds(const Board& board, int32_t id) {
+std::string holds(const Board& board, std::int32_t id) {
     const Parameter& parameter = fixed(id);
     return parameter.name + " = " + formatValue(parameter, readValue(board, {&parameter})) +
            (parameter.unit.empty() ? "" : " " + parameter.unit);
@@ -35,12 +35,12 @@ std::string holds(const Board& board, int32_t id) {
 
 double number(const Value& value) {
     const auto* floating = std::get_if<double>(&value);
-    const auto* whole = std::get_if<uint32_t>(&value);
+    const auto* whole = std::get_if<std::uint32_t>(&value);
     return floating != nullptr ? *floating : whole != nullptr ? *whole : 0.0;
 }
 
 /** A delay or width, and how long it may be. Its period is the time times its downscale. */
-std::string timeClash(int32_t timeId, double time, double downscale, double rate) {
+std::string timeClash(std::int32_t timeId, double time, double downscale, double rate) {
     const double period = 1e6 / rate;
     if (downscale > 0 && period > time / downscale) {
         return {};
@@ -54,22 +54,22 @@ std::string timeClash(int32_t timeId, double time, double downscale, double rate
 
 /** The delays and widths that do not fit into the period of the rate, with the value that was tried in its place. */
 std::string timingClash(const Board& board, const Assignment& assignment) {
-    const int32_t tried = assignment.reference.parameter->id;
-    const auto valueOf = [&](int32_t id) {
+    const std::int32_t tried = assignment.reference.parameter->id;
+    const auto valueOf = [&](std::int32_t id) {
         return id == tried ? number(assignment.value) : number(readValue(board, {&fixed(id)}));
     };
     const double rate = valueOf(FG_TRIGGER_FRAMESPERSECOND);
     std::string sentences;
     for (int i = 0; i < generators; ++i) {
         const double downscale = valueOf(of(FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, i));
-        for (const int32_t first : {FG_TRIGGER_PULSEFORMGEN0_DELAY, FG_TRIGGER_PULSEFORMGEN0_WIDTH}) {
+        for (const std::int32_t first : {FG_TRIGGER_PULSEFORMGEN0_DELAY, FG_TRIGGER_PULSEFORMGEN0_WIDTH}) {
             sentences += timeClash(of(first, i), valueOf(of(first, i)), downscale, rate);
         }
     }
     return sentences;
 }
 
-std::string imageClash(const Board& board, int32_t id) {
+std::string imageClash(const Board& board, std::int32_t id) {
     if (id == FG_IMG_SELECT) {
         return "It has to be below " + holds(board, FG_IMG_SELECT_PERIOD) + ".";
     }
@@ -77,9 +77,9 @@ std::string imageClash(const Board& board, int32_t id) {
 }
 
 /** What a limit follows from. */
-std::string limitClash(const Board& board, int32_t id) {
+std::string limitClash(const Board& board, std::int32_t id) {
     constexpr struct {
-        int32_t id, first, second;
+        std::int32_t id, first, second;
     } rows[] = {
         {FG_WIDTH, FG_CAMERA_WIDTH, FG_XOFFSET},
         {FG_XOFFSET, FG_CAMERA_WIDTH, FG_WIDTH},
@@ -126,12 +126,12 @@ std::string fileClash(const Board& board, const Assignment& assignment) {
         return fileClash(std::get<std::string>(assignment.value), parameter.name);
     }
     const bool isTable = parameter.id == FG_LUT_TYPE;
-    const std::vector<int32_t> names = isTable
-                                           ? std::vector<int32_t>{FG_LUT_CUSTOM_FILE}
-                                           : std::vector<int32_t>{FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME};
+    const std::vector<std::int32_t> names =
+        isTable ? std::vector<std::int32_t>{FG_LUT_CUSTOM_FILE}
+                : std::vector<std::int32_t>{FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME};
     std::string sentences;
     std::string all;
-    for (const int32_t id : names) {
+    for (const std::int32_t id : names) {
         const std::string name = std::get<std::string>(readValue(board, {&fixed(id)}));
         if (!name.empty()) {
             sentences += fileClash(name, fixed(id).name);
@@ -146,8 +146,8 @@ std::string fileClash(const Board& board, const Assignment& assignment) {
 
 } // namespace
 
-std::string clash(const Board& board, const Assignment& assignment, int32_t code) {
-    const int32_t id = assignment.reference.parameter->id;
+std::string clash(const Board& board, const Assignment& assignment, std::int32_t code) {
+    const std::int32_t id = assignment.reference.parameter->id;
     try {
         switch (code) {
         case FG_ERROR_OUT_OF_RANGE:
@@ -165,7 +165,7 @@ std::string clash(const Board& board, const Assignment& assignment, int32_t code
     }
 }
 
-std::optional<Reason> betterReason(const Assignment& assignment, int32_t code) {
+std::optional<Reason> betterReason(const Assignment& assignment, std::int32_t code) {
     const bool isFileTrouble = code == FG_ERROR_UNKNOWN || code == FG_ERROR_SYSTEM;
     if (assignment.reference.parameter->id != FG_SHADING_APPLY_SETTINGS || !isFileTrouble) {
         return std::nullopt;

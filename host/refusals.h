@@ -9,9 +9,9 @@
 namespace qelm::host {
 
 /** What stands in the way of that value, or of applying: sentences, or "" when the code says it all. */
-std::string clash(const Board& board, const Assignment& assignment, int32_t code);
+std::string clash(const Board& board, const Assignment& assignment, std::int32_t code);
 
 /** The reason, where the code's own meaning would lead astray. */
-std::optional<Reason> betterReason(const Assignment& assignment, int32_t code);
+std::optional<Reason> betterReason(const Assignment& assignment, std::int32_t code);
 
 } // namespace qelm::host

@@ -39,9 +39,9 @@ AppletError outOfRange(const Reference& reference, std::string_view value, const
     throw SyntaxError(join(refusal(reference, value) + ": that is not " + kind + ".", allowed(*reference.parameter)));
 }
 
-uint32_t parseWhole(const Reference& reference, std::string_view text) {
+std::uint32_t parseWhole(const Reference& reference, std::string_view text) {
     // Wide, so that numbers beyond 32 bits and negative ones are told from what is no number.
-    int64_t number = 0;
+    std::int64_t number = 0;
     const std::errc error = parseNumber(text, number);
     if (error == std::errc::invalid_argument) {
         refuseNoNumber(reference, text, "a whole number");
@@ -49,11 +49,11 @@ uint32_t parseWhole(const Reference& reference, std::string_view text) {
     if (error != std::errc{} || number < 0 || number > UINT32_MAX) {
         throw outOfRange(reference, text);
     }
-    return static_cast<uint32_t>(number);
+    return static_cast<std::uint32_t>(number);
 }
 
-uint64_t parseWide(const Reference& reference, std::string_view text) {
-    uint64_t number = 0;
+std::uint64_t parseWide(const Reference& reference, std::string_view text) {
+    std::uint64_t number = 0;
     const std::errc error = parseNumber(text, number);
     if (error == std::errc::invalid_argument && !text.starts_with('-')) {
         refuseNoNumber(reference, text, "a whole number");
@@ -73,19 +73,19 @@ double parseFloat(const Reference& reference, std::string_view text) {
     if (error == std::errc::result_out_of_range) {
         throw outOfRange(reference, text);
     }
-    uint32_t whole = 0; // hexadecimal
+    std::uint32_t whole = 0; // hexadecimal
     if (parseNumber(text, whole) != std::errc{}) {
         refuseNoNumber(reference, text, "a number");
     }
     return whole;
 }
 
-uint32_t parseEntry(const Reference& reference, std::string_view text) {
+std::uint32_t parseEntry(const Reference& reference, std::string_view text) {
     const Parameter& parameter = *reference.parameter;
     if (const EnumerationEntry* entry = parameter.findEntry(text)) {
-        return static_cast<uint32_t>(entry->value);
+        return static_cast<std::uint32_t>(entry->value);
     }
-    int64_t number = 0;
+    std::int64_t number = 0;
     if (parseNumber(text, number) != std::errc::invalid_argument) {
         return parseWhole(reference, text);
     }
@@ -121,7 +121,7 @@ std::string systemValue(const Parameter& parameter, const std::string& text) {
 }
 
 /** What helps after a refusal with that code. */
-std::string advice(const Board& board, const Parameter& parameter, int32_t code) {
+std::string advice(const Board& board, const Parameter& parameter, std::int32_t code) {
     switch (code) {
     case FG_ERROR_NOT_AVAILABLE:
         return withCurrentLimits(board, parameter).isWritable() ? "" : parameter.name + " is read-only.";
@@ -185,12 +185,12 @@ Assignment parseAssignment(std::span<const Parameter> parameters, std::string_vi
 }
 
 std::string formatValue(const Parameter& parameter, const Value& value) {
-    if (const auto* number = std::get_if<uint32_t>(&value)) {
-        const EnumerationEntry* entry = parameter.findEntry(static_cast<int32_t>(*number));
+    if (const auto* number = std::get_if<std::uint32_t>(&value)) {
+        const EnumerationEntry* entry = parameter.findEntry(static_cast<std::int32_t>(*number));
         const std::string digits = std::to_string(*number);
         return entry == nullptr ? digits : std::string(entry->name) + " (" + digits + ")";
     }
-    if (const auto* number = std::get_if<uint64_t>(&value)) {
+    if (const auto* number = std::get_if<std::uint64_t>(&value)) {
         return std::to_string(*number);
     }
     if (const auto* number = std::get_if<double>(&value)) {
@@ -204,13 +204,13 @@ std::string formatValue(const Parameter& parameter, const Value& value) {
 
 Value readValue(const Board& board, const Reference& reference) {
     const Parameter& parameter = *reference.parameter;
-    Value value = uint32_t{0};
+    Value value = std::uint32_t{0};
     switch (parameter.kind) {
     case ParameterKind::floatingPoint:
         value = 0.0;
         break;
     case ParameterKind::wideInteger:
-        value = uint64_t{0};
+        value = std::uint64_t{0};
         break;
     case ParameterKind::fileName:
     case ParameterKind::text:
@@ -223,7 +223,7 @@ Value readValue(const Board& board, const Reference& reference) {
     case ParameterKind::enumeration:
         break;
     }
-    const int32_t code = std::visit([&](auto& place) { return board.get(parameter.id, place); }, value);
+    const std::int32_t code = std::visit([&](auto& place) { return board.get(parameter.id, place); }, value);
     if (code < 0) {
         throw AppletError(code, "Reading " + reference.text() + " was refused", advice(board, parameter, code));
     }
@@ -236,9 +236,10 @@ Value readValue(const Board& board, const Reference& reference) {
 void writeValue(Board& board, const Assignment& assignment) {
     const Parameter& parameter = *assignment.reference.parameter;
     const auto* text = std::get_if<std::string>(&assignment.value);
-    const int32_t code = text != nullptr ? board.set(parameter.id, systemValue(parameter, *text))
-                                         : std::visit([&](const auto& value) { return board.set(parameter.id, value); },
-                                                      assignment.value);
+    const std::int32_t code =
+        text != nullptr
+            ? board.set(parameter.id, systemValue(parameter, *text))
+            : std::visit([&](const auto& value) { return board.set(parameter.id, value); }, assignment.value);
     if (code < 0) {
         const std::string attempt = refusal(assignment.reference, formatValue(parameter, assignment.value));
         if (const auto reason = betterReason(assignment, code)) {

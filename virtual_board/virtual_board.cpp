@@ -110,11 +110,13 @@ void virtualBoardClose(VirtualBoard* board) {
     }
 }
 
-int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t* value) {
+std::int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, std::uint32_t index,
+                                        std::uint32_t* value) {
     return storeFound(board, name, value, [&](Board& open) { return open.values().word(name, index); });
 }
 
-int32_t virtualBoardSetDesignValue(VirtualBoard* board, const char* name, uint32_t index, uint32_t value) {
+std::int32_t virtualBoardSetDesignValue(VirtualBoard* board, const char* name, std::uint32_t index,
+                                        std::uint32_t value) {
     return name == nullptr ? unknown : onBoard(board, [&](Board& open) {
         std::uint32_t* word = open.values().word(name, index);
         if (word == nullptr) {
@@ -137,27 +139,27 @@ const char* virtualBoardGetDesignText(VirtualBoard* board, const char* name) {
     return text;
 }
 
-int32_t virtualBoardGetCommandCount(VirtualBoard* board, const char* name, uint64_t* pulses) {
+std::int32_t virtualBoardGetCommandCount(VirtualBoard* board, const char* name, std::uint64_t* pulses) {
     return storeFound(board, name, pulses, [&](Board& open) { return open.values().pulses(name); });
 }
 
-int32_t virtualBoardGetRegister(VirtualBoard* board, const char* name, uint64_t* value) {
+std::int32_t virtualBoardGetRegister(VirtualBoard* board, const char* name, std::uint64_t* value) {
     return storeFound(board, name, value, [&](Board& open) { return open.values().registerValue(name); });
 }
 
-int32_t virtualBoardSetRegister(VirtualBoard* board, const char* name, uint64_t value) {
+std::int32_t virtualBoardSetRegister(VirtualBoard* board, const char* name, std::uint64_t value) {
     return name == nullptr
                ? unknown
                : onBoard(board, [&](Board& open) { return open.values().putRegister(name, value) ? ok : unknown; });
 }
 
-int32_t virtualBoardGetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t* value) {
+std::int32_t virtualBoardGetRuntimeValue(VirtualBoard* board, std::int32_t id, std::uint32_t* value) {
     const RuntimeParameter* parameter = runtimeParameter(id);
     return parameter == nullptr ? unknown
                                 : store(board, value, [&](Board& open) { return open.runtime().get(*parameter); });
 }
 
-int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t value) {
+std::int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, std::int32_t id, std::uint32_t value) {
     const RuntimeParameter* parameter = runtimeParameter(id);
     return parameter == nullptr ? unknown : onBoard(board, [&](Board& open) {
         open.runtime().put(*parameter, value);
@@ -165,8 +167,8 @@ int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32_t id, uint32_t va
     });
 }
 
-int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uint16_t** pixels, int32_t* width,
-                                 int32_t* height) {
+std::int32_t virtualBoardCoefficients(VirtualBoard* board, std::uint32_t buffer, const std::uint16_t** pixels,
+                                      std::int32_t* width, std::int32_t* height) {
     if (pixels == nullptr || width == nullptr || height == nullptr) {
         return unknown;
     }
@@ -181,14 +183,14 @@ int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uin
     });
 }
 
-int32_t virtualBoardSetInput(VirtualBoard* board, uint32_t pin, int32_t level) {
+std::int32_t virtualBoardSetInput(VirtualBoard* board, std::uint32_t pin, std::int32_t level) {
     return pin >= TriggerUnit::pinCount ? unknown : onBoard(board, [&](Board& open) {
         open.setInput(pin, level != 0);
         return ok;
     });
 }
 
-int32_t virtualBoardAdvance(VirtualBoard* board, uint64_t nanoseconds) {
+std::int32_t virtualBoardAdvance(VirtualBoard* board, std::uint64_t nanoseconds) {
     return onBoard(board, [&](Board& open) {
         if (nanoseconds > Board::longestAdvance) {
             return outOfRange;
@@ -198,32 +200,34 @@ int32_t virtualBoardAdvance(VirtualBoard* board, uint64_t nanoseconds) {
     });
 }
 
-int32_t virtualBoardGetTime(VirtualBoard* board, uint64_t* nanoseconds) {
+std::int32_t virtualBoardGetTime(VirtualBoard* board, std::uint64_t* nanoseconds) {
     return store(board, nanoseconds, [](const Board& open) { return open.trigger().nanoseconds(); });
 }
 
-int32_t virtualBoardGetCameraControl(VirtualBoard* board, uint32_t line, int32_t* level, uint64_t* pulses) {
+std::int32_t virtualBoardGetCameraControl(VirtualBoard* board, std::uint32_t line, std::int32_t* level,
+                                          std::uint64_t* pulses) {
     return lineState(board, line < TriggerUnit::cameraControlCount, level, pulses,
                      [&](const TriggerUnit& unit) { return unit.cameraControl(line); });
 }
 
-int32_t virtualBoardGetOutput(VirtualBoard* board, uint32_t line, int32_t* level, uint64_t* pulses) {
+std::int32_t virtualBoardGetOutput(VirtualBoard* board, std::uint32_t line, std::int32_t* level,
+                                   std::uint64_t* pulses) {
     return lineState(board, line < TriggerUnit::outputCount, level, pulses,
                      [&](const TriggerUnit& unit) { return unit.output(line); });
 }
 
-int32_t virtualBoardRecordEvents(VirtualBoard* board, int32_t record) {
+std::int32_t virtualBoardRecordEvents(VirtualBoard* board, std::int32_t record) {
     return onBoard(board, [&](Board& open) {
         open.events().record(record != 0);
         return ok;
     });
 }
 
-int32_t virtualBoardEventCount(VirtualBoard* board, size_t* count) {
+std::int32_t virtualBoardEventCount(VirtualBoard* board, size_t* count) {
     return store(board, count, [](Board& open) { return open.events().events().size(); });
 }
 
-int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEvent* event) {
+std::int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEvent* event) {
     return event == nullptr ? unknown : onBoard(board, [&](Board& open) {
         const std::vector<RaisedEvent>& events = open.events().events();
         if (position >= events.size()) {
@@ -236,18 +240,18 @@ int32_t virtualBoardEventAt(VirtualBoard* board, size_t position, VirtualBoardEv
     });
 }
 
-int32_t virtualBoardRecordSignals(VirtualBoard* board, int32_t record) {
+std::int32_t virtualBoardRecordSignals(VirtualBoard* board, std::int32_t record) {
     return onBoard(board, [&](Board& open) {
         open.recordSignals(record != 0);
         return ok;
     });
 }
 
-int32_t virtualBoardSignalChangeCount(VirtualBoard* board, size_t* count) {
+std::int32_t virtualBoardSignalChangeCount(VirtualBoard* board, size_t* count) {
     return store(board, count, [](const Board& open) { return open.signals().changes().size(); });
 }
 
-int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position, VirtualBoardSignalChange* change) {
+std::int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position, VirtualBoardSignalChange* change) {
     return change == nullptr ? unknown : onBoard(board, [&](const Board& open) {
         const std::vector<SignalLog::Change>& changes = open.signals().changes();
         if (position >= changes.size()) {
@@ -258,8 +262,8 @@ int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position, Virtual
     });
 }
 
-int32_t virtualBoardConnectCamera(VirtualBoard* board, const char* options, const char* scene, char* problem,
-                                  size_t size) {
+std::int32_t virtualBoardConnectCamera(VirtualBoard* board, const char* options, const char* scene, char* problem,
+                                       size_t size) {
     const auto tell = [&](const std::string& sentence) {
         if (problem != nullptr && size != 0) {
             const size_t length = std::min(sentence.size(), size - 1);
@@ -286,7 +290,7 @@ int32_t virtualBoardConnectCamera(VirtualBoard* board, const char* options, cons
     });
 }
 
-int32_t virtualBoardDisconnectCamera(VirtualBoard* board) {
+std::int32_t virtualBoardDisconnectCamera(VirtualBoard* board) {
     return onBoard(board, [](Board& open) {
         open.connectCamera(nullptr);
         return ok;
@@ -314,7 +318,7 @@ void* virtualBoardUseFrames(VirtualBoard* board, size_t bytesPerPicture, size_t 
                       [&] { return std::make_shared<FrameMemory>(bytesPerPicture, std::span(places, pictures)); });
 }
 
-int32_t virtualBoardExchangePlace(void* memory, int64_t number, void* place) {
+std::int32_t virtualBoardExchangePlace(void* memory, std::int64_t number, void* place) {
     const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
     if (!found || place == nullptr) {
         return unknown;
@@ -323,7 +327,7 @@ int32_t virtualBoardExchangePlace(void* memory, int64_t number, void* place) {
     return found->memory->exchangePlace(number, static_cast<std::byte*>(place)) ? ok : unknown;
 }
 
-int64_t virtualBoardWaitForPicture(void* memory, int64_t number, uint64_t nanoseconds) {
+std::int64_t virtualBoardWaitForPicture(void* memory, std::int64_t number, std::uint64_t nanoseconds) {
     const std::shared_ptr<FrameAllocation> found = Process::instance().frames.find(memory);
     if (!found) {
         return unknown;
@@ -337,7 +341,7 @@ int64_t virtualBoardWaitForPicture(void* memory, int64_t number, uint64_t nanose
     });
 }
 
-int32_t virtualBoardFreeFrames(void* memory) {
+std::int32_t virtualBoardFreeFrames(void* memory) {
     const std::shared_ptr<FrameAllocation> taken = Process::instance().frames.takeBack(memory);
     if (!taken) {
         return unknown;
@@ -349,7 +353,7 @@ int32_t virtualBoardFreeFrames(void* memory) {
     return ok;
 }
 
-int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, size_t* size) {
+std::int32_t virtualBoardPicture(void* memory, std::int64_t number, const void** bytes, size_t* size) {
     if (bytes == nullptr || size == nullptr) {
         return unknown;
     }
@@ -361,17 +365,18 @@ int32_t virtualBoardPicture(void* memory, int64_t number, const void** bytes, si
     });
 }
 
-int32_t virtualBoardFrameInfo(void* memory, int64_t number, VirtualBoardFrameInfo* info) {
+std::int32_t virtualBoardFrameInfo(void* memory, std::int64_t number, VirtualBoardFrameInfo* info) {
     return info == nullptr
                ? unknown
                : onPicture(memory, number, [&](const FrameMemory::Transferred& picture) { *info = picture.info; });
 }
 
-int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses) {
+std::int32_t virtualBoardGetLosses(VirtualBoard* board, VirtualBoardLosses* losses) {
     return store(board, losses, [](const Board& open) { return open.acquisition().losses(); });
 }
 
-int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t width, int32_t height, int32_t bits) {
+std::int32_t virtualBoardWritePicture(const char* file, const void* pixels, std::int32_t width, std::int32_t height,
+                                      std::int32_t bits) {
     const ImageFormat format{width, height, bits, 1};
     if (file == nullptr || pixels == nullptr) {
         return unknown;
@@ -383,7 +388,7 @@ int32_t virtualBoardWritePicture(const char* file, const void* pixels, int32_t w
     return (isPng ? writePngFile : writeImageFile)(fromUtf8(file), pixels, format) ? ok : systemError;
 }
 
-int32_t virtualBoardSetTransferRate(VirtualBoard* board, uint64_t bytesPerSecond) {
+std::int32_t virtualBoardSetTransferRate(VirtualBoard* board, std::uint64_t bytesPerSecond) {
     return onBoard(board, [&](Board& open) {
         if (bytesPerSecond == 0) {
             return outOfRange;
@@ -409,8 +414,8 @@ const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t position) {
     return Observer::instance().traceAt(position);
 }
 
-void virtualBoardFail(VirtualBoard* board, const char* call, const char* target, uint32_t skip, uint32_t count,
-                      int32_t code) {
+void virtualBoardFail(VirtualBoard* board, const char* call, const char* target, std::uint32_t skip,
+                      std::uint32_t count, std::int32_t code) {
     Observer::instance().addFault(board, call, target, skip, count, code);
 }
 

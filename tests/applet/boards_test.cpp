@@ -25,18 +25,18 @@ TEST(Boards, SideBySideDoNotDisturbEachOther) {
     EXPECT_THAT(writesOf(second,
                          [&] {
                              EXPECT_EQ(first.set(FG_WIDTH, 512U), 0);
-                             EXPECT_EQ(first.set(FG_GEN_TAP1, int32_t{FG_OFF}), 0);
+                             EXPECT_EQ(first.set(FG_GEN_TAP1, std::int32_t{FG_OFF}), 0);
                              EXPECT_EQ(first.set(FG_GEN_HEIGHT, 7U), 0);
                          }),
                 IsEmpty());
-    EXPECT_EQ(second.get<uint32_t>(FG_WIDTH), 1024U);
+    EXPECT_EQ(second.get<std::uint32_t>(FG_WIDTH), 1024U);
     EXPECT_EQ(maximumOf(first, "FG_XOFFSET"), 512);
     EXPECT_EQ(maximumOf(second, "FG_XOFFSET"), 0);
-    EXPECT_THAT(writesOf(second, [&] { second.set(FG_GEN_TAP2, int32_t{FG_OFF}); }), ElementsAre("AAGenMask=13"));
+    EXPECT_THAT(writesOf(second, [&] { second.set(FG_GEN_TAP2, std::int32_t{FG_OFF}); }), ElementsAre("AAGenMask=13"));
     EXPECT_EQ(first.set(FG_WIDTH, 1U), -6000);
     EXPECT_EQ(lastError(second), 0);
     EXPECT_EQ(first.free(), 0);
-    EXPECT_EQ(second.get<uint32_t>(FG_GEN_HEIGHT), 512U);
+    EXPECT_EQ(second.get<std::uint32_t>(FG_GEN_HEIGHT), 512U);
     EXPECT_EQ(second.set(FG_WIDTH, 256U), 0);
 }
 
@@ -59,18 +59,18 @@ TEST(Boards, ServeThreadsOneAtATimeAndEachOtherAtOnce) {
     Board shared(applet);
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
-    for (uint32_t number = 1; number <= 4; ++number) {
+    for (std::uint32_t number = 1; number <= 4; ++number) {
         threads.emplace_back([&, number] {
             Board own(applet);
-            for (uint32_t round = 0; round < 100; ++round) {
-                const uint32_t width = 16 * (1 + (round + number) % 60);
+            for (std::uint32_t round = 0; round < 100; ++round) {
+                const std::uint32_t width = 16 * (1 + (round + number) % 60);
                 failures += own.set(FG_WIDTH, width) != 0;
-                failures += own.get<uint32_t>(FG_WIDTH) != width;
+                failures += own.get<std::uint32_t>(FG_WIDTH) != width;
                 failures += shared.set(FG_WIDTH, width) != 0;
-                failures += shared.get<uint32_t>(FG_WIDTH) % 16 != 0;
+                failures += shared.get<std::uint32_t>(FG_WIDTH) % 16 != 0;
                 // One tap each: a mask that two threads worked on at once would lose a bit.
-                const int32_t tap = FG_GEN_TAP1 + static_cast<int32_t>(number) - 1;
-                failures += shared.set(tap, round % 2 == 0 ? int32_t{FG_OFF} : int32_t{FG_ON}) != 0;
+                const std::int32_t tap = FG_GEN_TAP1 + static_cast<std::int32_t>(number) - 1;
+                failures += shared.set(tap, round % 2 == 0 ? std::int32_t{FG_OFF} : std::int32_t{FG_ON}) != 0;
                 // Lookups take no lock.
                 failures += shared.findId("FG_WIDTH") != FG_WIDTH;
                 lastError(shared);
@@ -81,12 +81,12 @@ TEST(Boards, ServeThreadsOneAtATimeAndEachOtherAtOnce) {
         thread.join();
     }
     EXPECT_EQ(failures, 0);
-    uint64_t mask = 0;
+    std::uint64_t mask = 0;
     applet.virtualBoard()->getRegister(shared.virtualBoard(), "AAGenMask", &mask);
     EXPECT_EQ(mask, 15U);
-    uint32_t length = 0;
+    std::uint32_t length = 0;
     applet.virtualBoard()->getDesignValue(shared.virtualBoard(), "Device1_Process0_Buffer_0_ROI_X_Length", 0, &length);
-    EXPECT_EQ(length, shared.get<uint32_t>(FG_WIDTH));
+    EXPECT_EQ(length, shared.get<std::uint32_t>(FG_WIDTH));
 }
 
 #ifndef _WIN32
@@ -99,7 +99,7 @@ TEST(BoardsDeathTest, FreedWhileASetIsRunningTellTheCaller) {
         const Applet applet;
         Board board(applet);
         board.change(FG_LUT_CUSTOM_FILE, pipe);
-        std::thread([&] { board.set(FG_LUT_TYPE, uint32_t{LUT_TYPE_CUSTOM}); }).detach();
+        std::thread([&] { board.set(FG_LUT_TYPE, std::uint32_t{LUT_TYPE_CUSTOM}); }).detach();
         while (open(pipe.c_str(), O_WRONLY | O_NONBLOCK) < 0) { // until the set waits for what the pipe brings
             std::this_thread::yield();
         }
@@ -119,8 +119,8 @@ TEST(BoardsDeathTest, FreedWhileASetIsRunningTellTheCaller) {
 /** Numbers from 0 to the one before the argument. */
 class Random {
   public:
-    explicit Random(uint32_t seed) : engine_(seed) {}
-    uint32_t operator()(size_t limit) { return static_cast<uint32_t>(engine_() % limit); }
+    explicit Random(std::uint32_t seed) : engine_(seed) {}
+    std::uint32_t operator()(size_t limit) { return static_cast<std::uint32_t>(engine_() % limit); }
 
   private:
     std::mt19937 engine_;
@@ -139,11 +139,11 @@ TEST(Boards, TakeAnyMixOfCallsAtOnce) {
         const std::vector<host::Parameter>& all = host::fixedParameters();
         const host::Parameter& parameter = all[random(all.size())];
         std::vector<char> place(65536);
-        std::array<uint32_t, 2> value = {random(64) * (random(2) == 0 ? 1U : 16U), random(4096)};
+        std::array<std::uint32_t, 2> value = {random(64) * (random(2) == 0 ? 1U : 16U), random(4096)};
         if (parameter.kind == host::ParameterKind::fileName || parameter.kind == host::ParameterKind::text) {
             value = {}; // no file
         }
-        const int32_t code = applet->Fg_setParameterWithType(shared, parameter.id, value.data(), 0, 2);
+        const std::int32_t code = applet->Fg_setParameterWithType(shared, parameter.id, value.data(), 0, 2);
         failures += code > 0;
         failures += applet->Fg_getParameterWithType(shared, parameter.id, place.data(), 0, 2) > 0;
         lastError(shared);
@@ -154,7 +154,7 @@ TEST(Boards, TakeAnyMixOfCallsAtOnce) {
         failures += applet->Fg_loadConfig(shared, (random(2) == 0 ? own : start).c_str()) != 0;
     };
     const auto ask = [&](Random& random, int /*thread*/) {
-        const auto index = static_cast<int32_t>(random(host::fixedParameters().size()));
+        const auto index = static_cast<std::int32_t>(random(host::fixedParameters().size()));
         const char* name = applet->Fg_getParameterName(shared, index);
         failures += shared.findId(name) != applet->Fg_getParameterId(shared, index);
         failures += applet->Fg_getEventName(shared, applet->Fg_getEventMask(shared, "Start")) != nullptr;
@@ -176,7 +176,7 @@ TEST(Boards, TakeAnyMixOfCallsAtOnce) {
     std::vector<std::thread> threads;
     for (size_t number = 0; number < std::size(work); ++number) {
         threads.emplace_back([&, number] {
-            Random random(static_cast<uint32_t>(number));
+            Random random(static_cast<std::uint32_t>(number));
             for (int round = 0; round < work[number].rounds; ++round) {
                 work[number].call(random, static_cast<int>(number));
             }
@@ -187,7 +187,7 @@ TEST(Boards, TakeAnyMixOfCallsAtOnce) {
     }
     EXPECT_EQ(failures, 0);
     ASSERT_EQ(applet->Fg_loadConfig(shared, start.c_str()), 0);
-    EXPECT_EQ(shared.get<uint32_t>(FG_WIDTH), 1024U);
+    EXPECT_EQ(shared.get<std::uint32_t>(FG_WIDTH), 1024U);
     EXPECT_EQ(applet.virtualBoard()->resources().boards, 1);
 }
 

@@ -69,10 +69,10 @@ class ConfigurationTest : public BoardTest {
   protected:
     std::string path(const std::string& name = "setup.kcf") const { return folder_.file(name); }
 
-    static int32_t save(const Board& board, const std::string& file) {
+    static std::int32_t save(const Board& board, const std::string& file) {
         return board.applet()->Fg_saveConfig(board, file.c_str());
     }
-    static int32_t load(const Board& board, const std::string& file) {
+    static std::int32_t load(const Board& board, const std::string& file) {
         return board.applet()->Fg_loadConfig(board, file.c_str());
     }
     /** What a save writes, line ends aside. */
@@ -82,13 +82,13 @@ class ConfigurationTest : public BoardTest {
         return readText(path("saved.kcf"));
     }
     /** What the design holds of everything that the applet drives, but for what changes by itself. */
-    std::map<std::string, uint32_t> designOf(const Board& board) const {
-        std::map<std::string, uint32_t> values;
+    std::map<std::string, std::uint32_t> designOf(const Board& board) const {
+        std::map<std::string, std::uint32_t> values;
         for (const char* name : {
 #define DESIGN_PARAMETER(symbol, target) target,
 #include "parameters/design_parameters.inc"
              }) {
-            uint32_t value = 0;
+            std::uint32_t value = 0;
             if (!std::string(name).ends_with("_Status") &&
                 control().getDesignValue(board.virtualBoard(), name, 0, &value) == 0) {
                 values[name] = value;
@@ -96,8 +96,8 @@ class ConfigurationTest : public BoardTest {
         }
         return values;
     }
-    static std::vector<std::string> changes(const std::map<std::string, uint32_t>& from,
-                                            const std::map<std::string, uint32_t>& to) {
+    static std::vector<std::string> changes(const std::map<std::string, std::uint32_t>& from,
+                                            const std::map<std::string, std::uint32_t>& to) {
         std::vector<std::string> texts;
         for (const auto& [name, value] : from) {
             if (to.at(name) != value) {
@@ -107,12 +107,12 @@ class ConfigurationTest : public BoardTest {
         return texts;
     }
     /** Loads a file of exactly these bytes. */
-    int32_t loadText(const Board& board, const std::string& bytes) {
+    std::int32_t loadText(const Board& board, const std::string& bytes) {
         folder_.write("setup.kcf", bytes);
         return load(board, path());
     }
     /** Makes settings in their order, each of which has to succeed. */
-    static void change(Board& board, const std::vector<std::pair<int32_t, uint32_t>>& settings) {
+    static void change(Board& board, const std::vector<std::pair<std::int32_t, std::uint32_t>>& settings) {
         for (const auto& [id, value] : settings) {
             EXPECT_EQ(board.set(id, value), 0) << id << " = " << value;
         }
@@ -135,9 +135,9 @@ TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
     std::vector<Mode> modes;
     const std::string unit = "Device1_Process1_Trigger_TriggerCam0_";
     const std::string period = unit + "Generators_Generator_MinimumPeriod_Number: ";
-    for (const uint32_t mode : {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE}) {
-        for (const uint32_t state : {TS_ACTIVE, TS_ASYNC_STOP, TS_SYNC_STOP}) {
-            for (const int32_t queue : {FG_ON, FG_OFF}) {
+    for (const std::uint32_t mode : {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE}) {
+        for (const std::uint32_t state : {TS_ACTIVE, TS_ASYNC_STOP, TS_SYNC_STOP}) {
+            for (const std::int32_t queue : {FG_ON, FG_OFF}) {
                 std::vector<std::string> changes;
                 if (state == TS_ASYNC_STOP) { // selections come behind the state and connect what it cut off
                     changes = {unit + "CameraControl_Select0_Select_Select: 5 became 0",
@@ -151,7 +151,7 @@ TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
                 modes.push_back({[=](Board& board) {
                                      change(board, {{FG_AREATRIGGERMODE, mode},
                                                     {FG_TRIGGERSTATE, state},
-                                                    {FG_TRIGGERQUEUE_MODE, static_cast<uint32_t>(queue)}});
+                                                    {FG_TRIGGERQUEUE_MODE, static_cast<std::uint32_t>(queue)}});
                                      EXPECT_EQ(board.set(FG_TRIGGER_FRAMESPERSECOND, 123.456), 0);
                                      EXPECT_EQ(board.set(FG_TRIGGER_PULSEFORMGEN2_WIDTH, 17.3), 0);
                                      EXPECT_EQ(board.set(FG_TRIGGERIN_DEBOUNCE, 2.5), 0);
@@ -160,7 +160,7 @@ TEST_F(ConfigurationTest, SaveLoadSaveIsTheSameInEveryMode) {
             }
         }
     }
-    for (const uint32_t mode : {FREE_RUN, GRABBER_CONTROLLED, ASYNC_TRIGGER, ASYNC_SOFTWARE_TRIGGER}) {
+    for (const std::uint32_t mode : {FREE_RUN, GRABBER_CONTROLLED, ASYNC_TRIGGER, ASYNC_SOFTWARE_TRIGGER}) {
         modes.push_back(
             {[=](Board& board) {
                  change(board, {{FG_TRIGGER_LEGACY_MODE, FG_ON},
@@ -283,7 +283,7 @@ TEST_F(ConfigurationTest, RefusesFilesThatAreNotItsOwn) {
         const char* what;
         std::string text;
         const char* name = "setup.kcf";
-        int32_t code = FG_ERROR_CONFIGURATION;
+        std::int32_t code = FG_ERROR_CONFIGURATION;
     } cases[] = {
         {"another name", text, "setup.txt"},
         {"no vendor", without(text, "Hersteller")},
@@ -345,8 +345,8 @@ TEST_F(ConfigurationTest, AMissingKeyEndsTheLoadWhereItIs) {
         writesOf(board_,
                  [&] { EXPECT_EQ(loadText(board_, without(text, "FG_BITALIGNMENT")), FG_ERROR_CONFIGURATION); }),
         IsEmpty());
-    EXPECT_EQ(board_.get<uint32_t>(FG_HEIGHT), 100u);
-    EXPECT_EQ(board_.get<uint32_t>(FG_GEN_ROLL), 0u);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_HEIGHT), 100u);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_GEN_ROLL), 0u);
     // In the second: the two that are not read in the first.
     for (const char* key : {"FG_AREATRIGGERMODE", "FG_TRIGGERSTATE"}) {
         Board board(applet_);
@@ -368,15 +368,15 @@ TEST_F(ConfigurationTest, RefusedValuesStayKeptAndTheLoadGoesOn) {
         with(with(with(freshConfiguration(), "FG_WIDTH", "24"), "FG_FORMAT", "99"), "FG_GEN_ROLL", "1");
     const auto writes = writesOf(board_, [&] { EXPECT_EQ(loadText(board_, text), 0); });
     EXPECT_EQ(lastError(board_), 0);
-    EXPECT_EQ(board_.get<uint32_t>(FG_WIDTH), 24u);
-    EXPECT_EQ(board_.get<int32_t>(FG_FORMAT), 99);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_WIDTH), 24u);
+    EXPECT_EQ(board_.get<std::int32_t>(FG_FORMAT), 99);
     EXPECT_EQ(peek("Device1_Process0_Buffer_0_ROI_X_Length"), 1024u);
     EXPECT_EQ(peekRegister("AAGenRoll"), 1u);
     EXPECT_EQ(saved(board_), text);
     // A write that fails is swallowed alike.
     control().fail(board_.virtualBoard(), nullptr, "Device1_Process0_Buffer_0_ROI_X_Length", 0, 1, injected);
     EXPECT_EQ(loadText(board_, with(text, "FG_WIDTH", "512")), 0);
-    EXPECT_EQ(board_.get<uint32_t>(FG_WIDTH), 512u);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_WIDTH), 512u);
     control().clearFaults();
 }
 
@@ -388,8 +388,8 @@ TEST_F(ConfigurationTest, LimitsThatFollowOthersFollowKeptValues) {
     // What fits the kept partner is passed on to the design, which may refuse it.
     const std::string region = "Device1_Process0_Buffer_0_ROI_";
     const struct {
-        int32_t id;
-        uint32_t value;
+        std::int32_t id;
+        std::uint32_t value;
         std::string target;
     } cases[] = {
         {FG_WIDTH, 50000, region + "X_Length"},
@@ -411,7 +411,7 @@ TEST_F(ConfigurationTest, KeptValuesTakeEffectThroughOthers) {
     std::string text = with(freshConfiguration(), "FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE", "1");
     text = with(with(text, "FG_PROCESSING_INVERT", "1"), "FG_PROCESSING_GAIN", "2");
     ASSERT_EQ(loadText(board_, text), 0);
-    EXPECT_EQ(board_.get<int32_t>(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE), 1);
+    EXPECT_EQ(board_.get<std::int32_t>(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE), 1);
     EXPECT_EQ(peek("Device1_Process0_NoiseFilter_EnableDeadPixelReplacement_Value"), 0u) << "a load does not write it";
     const char* table = "Device1_Process0_LookupTable_LookupTable_LUTcontent";
     EXPECT_EQ(peek(table, 0), 4095u);
@@ -428,7 +428,7 @@ TEST_F(ConfigurationTest, BothSetsOfALegacyFileReachTheDesign) {
         const char* key;
         const char* value;
         std::string target;
-        uint32_t number;
+        std::uint32_t number;
     } settings[] = {
         {"FG_TRIGGERIN_DEBOUNCE", "2.016", trigger + "TriggerInput_Debounce8_Prescale_Period", 42},
         {"FG_TRIGGERIN_DOWNSCALE", "3", trigger + "TriggerCam0_Downscale_Downscale_Downscale", 3},
@@ -491,20 +491,21 @@ TEST_F(ConfigurationTest, ValuesThatNoSetterTakesMeetGuards) {
     EXPECT_THAT(writesOfSet(FG_YOFFSET, 17U), ElementsAreArray(expected("Y_Offset=17", "YLength=8175", "YOffset=17")));
     expectRefused(FG_IMG_SELECT, 256U, FG_ERROR_OUT_OF_RANGE); // less than the period, but too large all the same
     board_.change(FG_IMG_SELECT, 255U);
-    board_.change(FG_AREATRIGGERMODE, uint32_t{ATM_SOFTWARE});
-    EXPECT_EQ(board_.set(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE}), FG_ERROR_OUT_OF_RANGE) << "a line without a source";
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERSTATE), uint32_t{TS_SYNC_STOP});
+    board_.change(FG_AREATRIGGERMODE, std::uint32_t{ATM_SOFTWARE});
+    EXPECT_EQ(board_.set(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE}), FG_ERROR_OUT_OF_RANGE)
+        << "a line without a source";
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERSTATE), std::uint32_t{TS_SYNC_STOP});
 
     text = with(with(freshConfiguration(), "FG_TRIGGER_LEGACY_MODE", "1"), "FG_CCSEL2", "1");
     ASSERT_EQ(loadText(board_, text), 0);
-    EXPECT_EQ(board_.set(FG_EXSYNCON, uint32_t{FG_ON}), -2075) << "a legacy line without a meaning";
-    EXPECT_EQ(board_.get<uint32_t>(FG_EXSYNCON), uint32_t{FG_OFF});
+    EXPECT_EQ(board_.set(FG_EXSYNCON, std::uint32_t{FG_ON}), -2075) << "a legacy line without a meaning";
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_EXSYNCON), std::uint32_t{FG_OFF});
 }
 
 TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
     const std::string text = with(freshConfiguration(), "FG_WIDTH", "512");
     std::string binary;
-    for (uint32_t position = 0; position < 100000; ++position) {
+    for (std::uint32_t position = 0; position < 100000; ++position) {
         binary += static_cast<char>(position * position / 7);
     }
     std::string keys;
@@ -519,7 +520,7 @@ TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
     const struct {
         const char* what;
         std::string text;
-        int32_t code;
+        std::int32_t code;
     } cases[] = {
         {"binary", binary, FG_ERROR_CONFIGURATION},
         {"binary behind", text + binary, 0},
@@ -543,7 +544,7 @@ TEST_F(ConfigurationTest, HostileFilesAreRefusedOrReadByTheRules) {
         EXPECT_EQ(saved(board), freshConfiguration());
     }
     folder_.write("setup.kcf", text);
-    std::filesystem::resize_file(path(), uint64_t{1} << 31); // zero bytes that take no room on the disk
+    std::filesystem::resize_file(path(), std::uint64_t{1} << 31); // zero bytes that take no room on the disk
     EXPECT_EQ(load(board_, path()), FG_ERROR_CONFIGURATION);
     std::filesystem::create_directory(path("folder.kcf"));
     EXPECT_LT(load(board_, path("folder.kcf")), 0);
@@ -605,7 +606,7 @@ TEST_F(ConfigurationTest, TheOlderFileSurvivesASaveThatFails) {
     for (const rlim_t room : {size_t{0}, size_t{1}, size_t{1000}, freshConfiguration().size() - 1}) {
         const rlimit limit{room, before.rlim_max};
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-        const int32_t code = save(board_, path());
+        const std::int32_t code = save(board_, path());
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
         EXPECT_EQ(code, FG_ERROR_FILE_ACCESS) << room;
     }

@@ -18,21 +18,21 @@ using host::ParameterKind;
 /** Brings a fresh board to where a parameter takes all values within its limits. */
 void makeRoom(Board& board, const Parameter& parameter) {
     if (parameter.category == "Trigger / Legacy") {
-        board.change(FG_TRIGGER_LEGACY_MODE, int32_t{FG_ON});
+        board.change(FG_TRIGGER_LEGACY_MODE, std::int32_t{FG_ON});
     } else if (parameter.category.starts_with("Trigger / Pulse Form Generator")) {
         board.change(FG_TRIGGER_FRAMESPERSECOND, 0.01455191522836685);
     }
     switch (parameter.id) {
     case FG_TRIGGER_FRAMESPERSECOND:
-        for (int32_t i = 0; i < 4; ++i) {
+        for (std::int32_t i = 0; i < 4; ++i) {
             board.change(FG_TRIGGER_PULSEFORMGEN0_WIDTH + 4 * i, 1.0);
             board.change(FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE + 4 * i, 7U);
         }
         break;
     case FG_SENDSOFTWARETRIGGER:
-        board.change(FG_TRIGGERQUEUE_MODE, int32_t{FG_ON});
-        board.change(FG_AREATRIGGERMODE, uint32_t{ATM_SOFTWARE});
-        board.change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
+        board.change(FG_TRIGGERQUEUE_MODE, std::int32_t{FG_ON});
+        board.change(FG_AREATRIGGERMODE, std::uint32_t{ATM_SOFTWARE});
+        board.change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
         break;
     case FG_GEN_ACCURACY:
         board.change(FG_GEN_FREQ, 125.0);
@@ -41,7 +41,7 @@ void makeRoom(Board& board, const Parameter& parameter) {
         board.change(FG_IMG_SELECT_PERIOD, 256U);
         break;
     case FG_SHADING_GAIN_NORMALIZATION_VALUE:
-        board.change(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_CUSTOM_VALUE});
+        board.change(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_CUSTOM_VALUE});
         break;
     default:
         break;
@@ -51,7 +51,7 @@ void makeRoom(Board& board, const Parameter& parameter) {
 class Conformance : public testing::TestWithParam<ParameterKind> {
   protected:
     template <typename Value>
-    void expectRefused(Board& board, const Parameter& parameter, Value value, int32_t code) {
+    void expectRefused(Board& board, const Parameter& parameter, Value value, std::int32_t code) {
         SCOPED_TRACE(testing::Message() << parameter.name << " = " << value);
         const auto before = board.get<Value>(parameter.id);
         EXPECT_THAT(writesOf(board, [&] { EXPECT_EQ(board.set(parameter.id, value), code); }), IsEmpty());
@@ -70,11 +70,11 @@ class Conformance : public testing::TestWithParam<ParameterKind> {
     }
 
     void walkInteger(Board& board, const Parameter& parameter) {
-        const auto minimum = static_cast<uint32_t>(parameter.minimum);
-        const auto maximum = static_cast<uint32_t>(parameter.maximum);
+        const auto minimum = static_cast<std::uint32_t>(parameter.minimum);
+        const auto maximum = static_cast<std::uint32_t>(parameter.maximum);
         expectAccepted(board, parameter, minimum);
         expectAccepted(board, parameter, maximum);
-        for (const uint32_t outside : {minimum - 1, maximum + 1}) { // below 0: all ones
+        for (const std::uint32_t outside : {minimum - 1, maximum + 1}) { // below 0: all ones
             if (outside < minimum || outside > maximum) {
                 expectRefused(board, parameter, outside, -6000);
             }
@@ -97,7 +97,7 @@ class Conformance : public testing::TestWithParam<ParameterKind> {
 
     void walkEnumeration(Board& board, const Parameter& parameter) {
         const auto [lowest, highest] = std::ranges::minmax(parameter.entries, {}, &host::EnumerationEntry::value);
-        for (int32_t value = lowest.value - 1; value <= highest.value + 1; ++value) {
+        for (std::int32_t value = lowest.value - 1; value <= highest.value + 1; ++value) {
             if (parameter.findEntry(value) != nullptr) {
                 expectAccepted(board, parameter, value);
             } else {

@@ -41,13 +41,13 @@ class Switches {
 
 std::vector<std::string> names(const Board& board) {
     std::vector<std::string> all;
-    for (int32_t index = 0; index < board.applet()->Fg_getNrOfParameter(board); ++index) {
+    for (std::int32_t index = 0; index < board.applet()->Fg_getNrOfParameter(board); ++index) {
         all.emplace_back(board.applet()->Fg_getParameterName(board, index));
     }
     return all;
 }
 
-std::string information(const Board& board, int32_t id) {
+std::string information(const Board& board, std::int32_t id) {
     const char* text = board.applet()->Fg_getParameterInfo(board, id);
     return text == nullptr ? "" : text;
 }
@@ -144,7 +144,7 @@ TEST_F(Description, EveryTextIsTheOneThatCallersKnow) {
         described += expected.empty() ? 0U : 1U;
     }
     EXPECT_EQ(described, std::size(expectedDescriptions));
-    for (const int32_t id : {0, -1, 1000008, 2400002}) {
+    for (const std::int32_t id : {0, -1, 1000008, 2400002}) {
         EXPECT_EQ(applet_->Fg_getParameterInfo(board_, id), nullptr) << id;
     }
 }
@@ -170,7 +170,7 @@ TEST_F(Description, AnyNumberOfThreadsMayAskWhileLimitsMove) {
             } while (!done);
         });
     }
-    for (uint32_t width = 16; width <= 1024; width += 16) {
+    for (std::uint32_t width = 16; width <= 1024; width += 16) {
         EXPECT_EQ(board_.set(FG_WIDTH, width), 0);
     }
     done = true;
@@ -182,7 +182,7 @@ TEST_F(Description, AnyNumberOfThreadsMayAskWhileLimitsMove) {
 TEST_F(Description, TextsStayWhoeverAsksAfterwards) {
     const char* first = applet_->Fg_getParameterInfo(board_, FG_XOFFSET);
     const std::string copy = first;
-    for (uint32_t width = 16; width < 1024; width += 16) {
+    for (std::uint32_t width = 16; width < 1024; width += 16) {
         ASSERT_EQ(board_.set(FG_WIDTH, width), 0);
         std::thread([&] { EXPECT_NE(applet_->Fg_getParameterInfo(board_, FG_XOFFSET), first); }).join();
     }
@@ -237,12 +237,12 @@ TEST(DirectAccess, RegistersAreParametersOfTheirOwn) {
                 HasSubstr("Kind: 64-bit integer\nAccess: 7\nLevel: 1\nMinimum: 0\nMaximum: 18446744073709551615\n"));
     EXPECT_THAT(information(board, board.findId("DRA_AAGenFrameCounter")), HasSubstr("Maximum: 8589934591\n"));
 
-    constexpr uint64_t wide = 0xFEDC'BA98'7654'3210;
+    constexpr std::uint64_t wide = 0xFEDC'BA98'7654'3210;
     EXPECT_THAT(writesOf(board, [&] { EXPECT_EQ(board.set("DRA_ScratchPadWide", wide), 0); }),
                 ElementsAre("ScratchPadWide=18364758544493064720"));
-    EXPECT_EQ(board.get<uint64_t>("DRA_ScratchPadWide"), wide);
+    EXPECT_EQ(board.get<std::uint64_t>("DRA_ScratchPadWide"), wide);
     EXPECT_THAT(writesOf(board, [&] { EXPECT_EQ(board.set("DRA_LedControl", 5U), 0); }), ElementsAre("LedControl=5"));
-    EXPECT_EQ(board.get<uint32_t>("DRA_LedControl"), 5U);
+    EXPECT_EQ(board.get<std::uint32_t>("DRA_LedControl"), 5U);
     EXPECT_LT(board.set("DRA_FirmwareRevision", 1U), 0);
 }
 
@@ -258,7 +258,7 @@ TEST(DirectAccess, DesignParametersAreListedAndDescribedByTheDesign) {
     ASSERT_LT(firstDesign, all.size());
     for (size_t index = firstDesign; index < all.size(); ++index) { // enumerated, and found in no other way
         EXPECT_THAT(all[index], testing::StartsWith("DZEA_Device1_"));
-        EXPECT_EQ(applet->Fg_getParameterId(board, static_cast<int32_t>(index)), -2070);
+        EXPECT_EQ(applet->Fg_getParameterId(board, static_cast<std::int32_t>(index)), -2070);
         EXPECT_EQ(board.findId(all[index].c_str()), -2070);
     }
     // Breadth first: what stands higher in the tree comes first. Commands, fields, links and the like are left out.
@@ -268,7 +268,7 @@ TEST(DirectAccess, DesignParametersAreListedAndDescribedByTheDesign) {
         ElementsAre("DZEA_Device1_Info_DesignName", "DZEA_Device1_Info_DesignNumber", "DZEA_Device1_Info_Comment"));
     EXPECT_THAT(all, Not(Contains("DZEA_Device1_Clock_DesignClock")));
 
-    std::map<std::string, int32_t> ids;
+    std::map<std::string, std::int32_t> ids;
     for (const host::Parameter& parameter : host::registeredParameters(board)) {
         ids[parameter.name] = parameter.id;
     }
@@ -289,10 +289,10 @@ TEST(DirectAccess, DesignParametersAreListedAndDescribedByTheDesign) {
             EXPECT_THAT(information(board, ids[name]), HasSubstr(part)) << name;
         }
     }
-    const int32_t length = ids["DZEA_Device1_Process0_Buffer_0_ROI_X_Length"];
+    const std::int32_t length = ids["DZEA_Device1_Process0_Buffer_0_ROI_X_Length"];
     EXPECT_THAT(writesOf(board, [&] { EXPECT_EQ(board.set(length, 512U), 0); }),
                 ElementsAre("Device1_Process0_Buffer_0_ROI_X_Length=512"));
-    EXPECT_EQ(board.get<uint32_t>(length), 512U);
+    EXPECT_EQ(board.get<std::uint32_t>(length), 512U);
     EXPECT_EQ(board.set(length, 3U), -6000) << "the runtime's code, unchanged";
 }
 

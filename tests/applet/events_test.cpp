@@ -7,8 +7,8 @@ namespace {
 
 class Events : public BoardTest {
   protected:
-    uint64_t mask(const char* name) const { return applet_->Fg_getEventMask(board_, name); }
-    const char* name(uint64_t mask) const { return applet_->Fg_getEventName(board_, mask); }
+    std::uint64_t mask(const char* name) const { return applet_->Fg_getEventMask(board_, name); }
+    const char* name(std::uint64_t mask) const { return applet_->Fg_getEventName(board_, mask); }
 };
 
 TEST_F(Events, EveryAliasAndItsDesignNameStandForTheBitOfTheirPosition) {
@@ -28,9 +28,9 @@ TEST_F(Events, EveryAliasAndItsDesignNameStandForTheBitOfTheirPosition) {
         aliases.emplace_back(trigger + "TriggerInput_InputEvents_InputEvents_Pin" + pin, input + "_RISING");
         aliases.emplace_back(trigger + "TriggerInput_InputEvents_InputEvents_NotPin" + pin, input + "_FALLING");
     }
-    uint64_t all = 0;
+    std::uint64_t all = 0;
     for (const auto& [design, alias] : aliases) {
-        const uint64_t bit = mask(alias.c_str());
+        const std::uint64_t bit = mask(alias.c_str());
         EXPECT_EQ(lastError(board_), 0);
         EXPECT_TRUE(bit != 0 && (bit & (bit - 1)) == 0) << alias;
         EXPECT_EQ(mask(design.c_str()), bit) << design;
@@ -47,7 +47,7 @@ TEST_F(Events, WhatIsNoEventIsUnknown) {
         EXPECT_EQ(mask(unknown), 0u);
         EXPECT_EQ(lastError(board_), FG_ERROR_UNKNOWN);
     }
-    for (const uint64_t unknown : {uint64_t{0}, uint64_t{3}, uint64_t{1} << 63}) {
+    for (const std::uint64_t unknown : {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{1} << 63}) {
         board_.set(FG_NOISEFILTER, 0);
         EXPECT_EQ(name(unknown), nullptr) << unknown;
         EXPECT_EQ(lastError(board_), FG_ERROR_UNKNOWN);

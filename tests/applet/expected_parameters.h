@@ -6,9 +6,9 @@
 namespace qelm::test {
 
 struct ExpectedParameter {
-    int32_t index;
+    std::int32_t index;
     const char* name;
-    int32_t id;
+    std::int32_t id;
     const char* description;
 };
 inline constexpr ExpectedParameter expectedParameters[] = {
@@ -23,7 +23,7 @@ struct ExpectedDescription {
     const char* kind;
     const char* particulars; ///< minimum, maximum and increment; an enumeration; a filter
     const char* unit;
-    int32_t access, level;
+    std::int32_t access, level;
 };
 inline constexpr ExpectedDescription expectedDescriptions[] = {
 #define DESCRIBED(category, displayName, name, kind, particulars, unit, access, level)                                 \
@@ -35,7 +35,7 @@ inline constexpr ExpectedDescription expectedDescriptions[] = {
 struct ExpectedEntry {
     const char* enumeration;
     const char* name;
-    int32_t value;
+    std::int32_t value;
     const char* text;
 };
 inline constexpr ExpectedEntry expectedEntries[] = {

@@ -20,13 +20,15 @@ class Exports : public BoardTest {
 
 TEST_F(Exports, RefuseABoardWithoutAnApplet) {
     const auto& f = applet_.functions();
-    using Call = std::function<int64_t(BoardStructure*)>;
-    const auto address = [](const void* pointer) { return static_cast<int64_t>(reinterpret_cast<intptr_t>(pointer)); };
+    using Call = std::function<std::int64_t(BoardStructure*)>;
+    const auto address = [](const void* pointer) {
+        return static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(pointer));
+    };
     double value = 0;
     size_t size = 0;
     const struct {
         const char* name;
-        int64_t answer;
+        std::int64_t answer;
         Call call;
     } cases[] = {
         {"Fg_setParameterWithType", -2001, [&](auto* b) { return f.Fg_setParameterWithType(b, 100, &value, 0, 2); }},
@@ -48,7 +50,8 @@ TEST_F(Exports, RefuseABoardWithoutAnApplet) {
         {"Shad_GetAccess", -2001, [&](auto* b) { return f.Shad_GetAccess(b, nullptr); }},
         {"Shad_FreeAccess", -2001, [&](auto* b) { return f.Shad_FreeAccess(b, nullptr); }},
         {"Shad_WriteActLine", -2001, [&](auto* b) { return f.Shad_WriteActLine(b, nullptr, 0); }},
-        {"Fg_getEventMask", 0, [&](auto* b) { return static_cast<int64_t>(f.Fg_getEventMask(b, "FG_OVERFLOW_CAM0")); }},
+        {"Fg_getEventMask", 0,
+         [&](auto* b) { return static_cast<std::int64_t>(f.Fg_getEventMask(b, "FG_OVERFLOW_CAM0")); }},
         {"Fg_getEventName", 0, [&](auto* b) { return address(f.Fg_getEventName(b, 1)); }},
         {"Fg_getLastErrorNumber", -2001, [&](auto* b) { return f.Fg_getLastErrorNumber(b); }},
         {"Fg_getAppletId", -2001, [&](auto* b) { return f.Fg_getAppletId(b, nullptr); }},
@@ -76,13 +79,13 @@ TEST_F(Exports, RefuseABoardWithoutAnApplet) {
 
 TEST_F(Exports, RecordTheLastErrorWhereTheyShould) {
     const auto& f = applet_.functions();
-    uint32_t value = 0;
-    constexpr int32_t kept = injected; // the operation leaves the last error alone
+    std::uint32_t value = 0;
+    constexpr std::int32_t kept = injected; // the operation leaves the last error alone
     const struct {
         const char* name;
-        int64_t answer;
-        int32_t lastError;
-        std::function<int64_t()> call;
+        std::int64_t answer;
+        std::int32_t lastError;
+        std::function<std::int64_t()> call;
     } cases[] = {
         {"set", 0, 0, [&] { return board_.set(FG_WIDTH, 512U); }},
         {"refused set", -6000, -6000, [&] { return board_.set(FG_WIDTH, 8U); }},
@@ -118,7 +121,7 @@ TEST_F(Exports, RecordTheRuntimesOwnErrorWhenItAnswersANegativeResult) {
     const auto& f = applet_.functions();
     const struct {
         const char* name;
-        std::function<int64_t()> call;
+        std::function<std::int64_t()> call;
     } cases[] = {
         {"Fg_getAppletId", [&] { return f.Fg_getAppletId(board_, nullptr); }},
         {"Fg_getStatusEx", [&] { return f.Fg_getStatusEx(board_, 1, 2, 0, nullptr); }},
@@ -137,12 +140,12 @@ TEST_F(Exports, RecordTheRuntimesOwnErrorWhenItAnswersANegativeResult) {
 }
 
 TEST_F(Exports, ClearTheWholeDestinationOfThe64BitTypesAlsoWhenTheGetFails) {
-    constexpr uint64_t allOnes = ~uint64_t{0};
+    constexpr std::uint64_t allOnes = ~std::uint64_t{0};
     const struct {
-        int32_t type;
-        int32_t id;
-        int32_t code;
-        uint64_t left;
+        std::int32_t type;
+        std::int32_t id;
+        std::int32_t code;
+        std::uint64_t left;
     } cases[] = {
         {1, FG_WIDTH, 0, 0xFFFFFFFF00000400U},
         {2, FG_WIDTH, 0, 0xFFFFFFFF00000400U},
@@ -157,7 +160,7 @@ TEST_F(Exports, ClearTheWholeDestinationOfThe64BitTypesAlsoWhenTheGetFails) {
         unsigned char place[sizeof allOnes + 1]; // callers need not align it
         std::memset(place, 0xFF, sizeof place);
         EXPECT_EQ(applet_->Fg_getParameterWithType(board_, row.id, place + 1, 0, row.type), row.code);
-        uint64_t left = 0;
+        std::uint64_t left = 0;
         std::memcpy(&left, place + 1, sizeof left);
         EXPECT_EQ(left, row.left) << "type " << row.type << ", id " << row.id;
     }

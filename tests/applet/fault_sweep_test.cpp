@@ -17,11 +17,11 @@ void makeRoom(Board& board) {
     board.change(FG_CAMERA_HEIGHT, 2048U);
     board.change(FG_IMG_SELECT_PERIOD, 8U);
     board.change(FG_TRIGGERIN_DOWNSCALE, 4U);
-    for (int32_t i = 0; i < 4; ++i) {
+    for (std::int32_t i = 0; i < 4; ++i) {
         board.change(FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE + 4 * i, 4U);
     }
-    board.change(FG_TRIGGERCC_SELECT1, uint32_t{CC_PULSEGEN2});
-    board.change(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_CUSTOM_VALUE});
+    board.change(FG_TRIGGERCC_SELECT1, std::uint32_t{CC_PULSEGEN2});
+    board.change(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_CUSTOM_VALUE});
 }
 
 bool isOfTrigger(const std::string& name) {
@@ -61,8 +61,8 @@ std::optional<Operation> goodSet(const Applet& applet, const Parameter& row) {
     }
     switch (parameter.kind) {
     case ParameterKind::integer: {
-        const auto now = board.get<uint32_t>(row.id);
-        const auto step = static_cast<uint32_t>(parameter.increment);
+        const auto now = board.get<std::uint32_t>(row.id);
+        const auto step = static_cast<std::uint32_t>(parameter.increment);
         return firstGood(std::array{now + step, now - step});
     }
     case ParameterKind::floatingPoint: {
@@ -70,8 +70,8 @@ std::optional<Operation> goodSet(const Applet& applet, const Parameter& row) {
         return firstGood(std::array{now + 1.0, now / 2.0});
     }
     case ParameterKind::enumeration: {
-        const auto now = board.get<int32_t>(row.id);
-        std::vector<int32_t> values;
+        const auto now = board.get<std::int32_t>(row.id);
+        std::vector<std::int32_t> values;
         for (const host::EnumerationEntry& entry : parameter.entries) {
             if (entry.value != now || parameter.entries.size() == 1) {
                 values.push_back(entry.value);
@@ -92,16 +92,16 @@ TEST_F(FaultSweep, Setters) {
         Board board(applet_);
         ASSERT_EQ(board.set(FG_LUT_SAVE_FILE, table), 0);
     }
-    const auto custom = [](Board& board) { board.change(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}); };
+    const auto custom = [](Board& board) { board.change(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}); };
     const auto softwareTrigger = [](Board& board) {
-        board.change(FG_AREATRIGGERMODE, uint32_t{ATM_SOFTWARE});
-        board.change(FG_TRIGGERQUEUE_MODE, int32_t{FG_ON});
-        board.change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
+        board.change(FG_AREATRIGGERMODE, std::uint32_t{ATM_SOFTWARE});
+        board.change(FG_TRIGGERQUEUE_MODE, std::int32_t{FG_ON});
+        board.change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
     };
     std::vector<Operation> operations = {
         {.name = "FG_LUT_TYPE",
          .prepare = custom,
-         .act = [](Board& board) { return board.set(FG_LUT_TYPE, int32_t{LUT_TYPE_PROCESSING}); },
+         .act = [](Board& board) { return board.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_PROCESSING}); },
          .mayChange = isTable},
         {.name = "FG_LUT_VALUE",
          .prepare = custom,
@@ -125,12 +125,12 @@ TEST_F(FaultSweep, Setters) {
          .mayChange = isOfTriggersState},
         {.name = "FG_TRIGGER_LEGACY_MODE",
          .prepare = makeRoom,
-         .act = [](Board& board) { return board.set(FG_TRIGGER_LEGACY_MODE, int32_t{FG_ON}); },
+         .act = [](Board& board) { return board.set(FG_TRIGGER_LEGACY_MODE, std::int32_t{FG_ON}); },
          .swallows = true,
          .mayChange = isOfTrigger},
         {.name = "FG_TRIGGER_LEGACY_MODE",
-         .prepare = [](Board& board) { board.change(FG_TRIGGER_LEGACY_MODE, int32_t{FG_ON}); },
-         .act = [](Board& board) { return board.set(FG_TRIGGER_LEGACY_MODE, int32_t{FG_OFF}); },
+         .prepare = [](Board& board) { board.change(FG_TRIGGER_LEGACY_MODE, std::int32_t{FG_ON}); },
+         .act = [](Board& board) { return board.set(FG_TRIGGER_LEGACY_MODE, std::int32_t{FG_OFF}); },
          .swallows = true,
          .mayChange = isOfTrigger},
     };
@@ -153,7 +153,7 @@ TEST_F(FaultSweep, Setters) {
         }
     }
     EXPECT_THAT(without, IsEmpty());
-    uint32_t calls = 0;
+    std::uint32_t calls = 0;
     for (const Operation& operation : operations) {
         calls += sweep(operation);
     }
@@ -161,11 +161,11 @@ TEST_F(FaultSweep, Setters) {
 }
 
 TEST_F(FaultSweep, Transitions) {
-    constexpr uint32_t modes[] = {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE};
-    constexpr uint32_t states[] = {TS_SYNC_STOP, TS_ASYNC_STOP, TS_ACTIVE};
+    constexpr std::uint32_t modes[] = {ATM_GENERATOR, ATM_EXTERNAL, ATM_SOFTWARE};
+    constexpr std::uint32_t states[] = {TS_SYNC_STOP, TS_ASYNC_STOP, TS_ACTIVE};
     int withWrites = 0;
-    for (const uint32_t mode : modes) {
-        for (const uint32_t state : states) {
+    for (const std::uint32_t mode : modes) {
+        for (const std::uint32_t state : states) {
             const auto enter = [=](Board& board) {
                 makeRoom(board);
                 board.change(FG_AREATRIGGERMODE, mode);
@@ -173,7 +173,7 @@ TEST_F(FaultSweep, Transitions) {
             };
             const std::string from = std::to_string(mode) + "/" + std::to_string(state) + " to ";
             for (size_t i = 0; i < 3; ++i) {
-                const auto to = [&](const char* what, int32_t id, uint32_t value) {
+                const auto to = [&](const char* what, std::int32_t id, std::uint32_t value) {
                     return Operation{.name = from + what + std::to_string(value),
                                      .prepare = enter,
                                      .act = [=](Board& board) { return board.set(id, value); },
@@ -190,8 +190,8 @@ TEST_F(FaultSweep, Transitions) {
 TEST_F(FaultSweep, LegacySetters) {
     // They drive the current set: what of it was changed before the failure stays, and so do the descriptions.
     const auto legacy = [](Board& board) {
-        board.change(FG_TRIGGER_LEGACY_MODE, int32_t{FG_ON});
-        board.change(FG_TRIGGERMODE, uint32_t{GRABBER_CONTROLLED});
+        board.change(FG_TRIGGER_LEGACY_MODE, std::int32_t{FG_ON});
+        board.change(FG_TRIGGERMODE, std::uint32_t{GRABBER_CONTROLLED});
     };
     const auto sweepSet = [&](const Parameter& row, auto value) {
         return sweep({.name = row.name,
@@ -207,7 +207,7 @@ TEST_F(FaultSweep, LegacySetters) {
         if (row.category != "Trigger / Legacy") {
             continue;
         }
-        uint32_t calls = 0;
+        std::uint32_t calls = 0;
         if (row.kind == ParameterKind::enumeration) {
             for (const host::EnumerationEntry& entry : row.entries) {
                 calls += sweepSet(row, entry.value);
@@ -222,14 +222,14 @@ TEST_F(FaultSweep, LegacySetters) {
 }
 
 TEST_F(FaultSweep, Gets) {
-    uint32_t calls = 0;
+    std::uint32_t calls = 0;
     for (const Parameter& row : host::fixedParameters()) {
-        for (const uint32_t mode : {ATM_GENERATOR, ATM_SOFTWARE, ATM_EXTERNAL}) {
+        for (const std::uint32_t mode : {ATM_GENERATOR, ATM_SOFTWARE, ATM_EXTERNAL}) {
             calls += sweep({.name = row.name,
                             .prepare =
                                 [mode](Board& board) {
                                     board.change(FG_AREATRIGGERMODE, mode);
-                                    board.change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
+                                    board.change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
                                 },
                             .act =
                                 [&](Board& board) {
@@ -272,7 +272,7 @@ TEST_F(FaultSweep, Configurations) {
                             .prepare = makeRoom,
                             .act =
                                 [&](Board& board) {
-                                    const int32_t code = applet_->Fg_saveConfig(board, again.c_str());
+                                    const std::int32_t code = applet_->Fg_saveConfig(board, again.c_str());
                                     lines.push_back(linesOf(again));
                                     return code;
                                 },
@@ -290,7 +290,7 @@ TEST_F(FaultSweep, ShadingCoefficients) {
     EXPECT_EQ(
         sweep({.name = "apply",
                .prepare = twoFiles,
-               .act = [](Board& board) { return board.set(FG_SHADING_APPLY_SETTINGS, int32_t{FG_APPLY}); },
+               .act = [](Board& board) { return board.set(FG_SHADING_APPLY_SETTINGS, std::int32_t{FG_APPLY}); },
                // Found before the coefficients are loaded.
                .mayChange = [](const std::string& name) { return name == "FG_SHADING_GAIN_NORMALIZATION_VALUE"; }}),
         8U);
@@ -318,12 +318,13 @@ class FaultSweepOfStartUp : public FaultSweep, public testing::WithParamInterfac
 
 TEST_P(FaultSweepOfStartUp, EveryCall) {
     const Snapshot clean = snapshotOf(Board(applet_));
-    for (uint32_t position = 1;; ++position) { // the first call of all, for the design image, has a test of its own
+    for (std::uint32_t position = 1;;
+         ++position) { // the first call of all, for the design image, has a test of its own
         SCOPED_TRACE(position);
         control().traceStart();
         control().fail(nullptr, nullptr, nullptr, position, 1, injected);
         std::optional<Board> board;
-        int32_t code = 0;
+        std::int32_t code = 0;
         try {
             board.emplace(applet_);
         } catch (const host::AppletError& error) {

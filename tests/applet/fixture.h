@@ -20,14 +20,14 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 /** The code that injected faults answer; none that applet or board would give by themselves. */
-constexpr int32_t injected = -4711;
+constexpr std::int32_t injected = -4711;
 
-inline int32_t lastError(const Board& board) {
+inline std::int32_t lastError(const Board& board) {
     return board.applet()->Fg_getLastErrorNumber(board);
 }
 
 /** How many parameters every board has. */
-inline const auto fixedCount = static_cast<int32_t>(host::fixedParameters().size());
+inline const auto fixedCount = static_cast<std::int32_t>(host::fixedParameters().size());
 
 /** The file of a runtime that lacks functions; see the virtual board's build for what each lacks. */
 inline std::filesystem::path runtimeVariant(const char* name) {
@@ -58,29 +58,29 @@ class BoardTest : public testing::Test {
     const host::VirtualBoardFunctions& control() const { return *applet_.virtualBoard(); }
 
     /** Sets a design parameter as the hardware would. */
-    void poke(const std::string& name, uint32_t value) {
+    void poke(const std::string& name, std::uint32_t value) {
         ASSERT_EQ(control().setDesignValue(board_.virtualBoard(), name.c_str(), 0, value), 0) << name;
     }
-    uint32_t peek(const std::string& name, uint32_t element = 0) const {
-        uint32_t value = 0;
+    std::uint32_t peek(const std::string& name, std::uint32_t element = 0) const {
+        std::uint32_t value = 0;
         EXPECT_EQ(control().getDesignValue(board_.virtualBoard(), name.c_str(), element, &value), 0) << name;
         return value;
     }
-    uint64_t peekRegister(const char* name) const {
-        uint64_t value = 0;
+    std::uint64_t peekRegister(const char* name) const {
+        std::uint64_t value = 0;
         EXPECT_EQ(control().getRegister(board_.virtualBoard(), name, &value), 0) << name;
         return value;
     }
 
     /** Sets a parameter, which has to succeed; @return the writes that it made. */
     template <typename Value>
-    std::vector<std::string> writesOfSet(int32_t id, Value value) {
+    std::vector<std::string> writesOfSet(std::int32_t id, Value value) {
         return writesOf(board_, [&] { EXPECT_EQ(board_.set(id, value), 0) << id << " = " << value; });
     }
 
     /** A set that has to be refused before anything happens: the code comes back, nothing is kept or written. */
     template <typename Value>
-    void expectRefused(int32_t id, Value value, int32_t code) {
+    void expectRefused(std::int32_t id, Value value, std::int32_t code) {
         SCOPED_TRACE(testing::Message() << id << " = " << value);
         const Value before = board_.get<Value>(id);
         EXPECT_THAT(writesOf(board_, [&] { EXPECT_EQ(board_.set(id, value), code); }), IsEmpty());
@@ -93,14 +93,14 @@ class BoardTest : public testing::Test {
      * and none follows, and the same set works right after. The set must not be a no-change.
      */
     template <typename Value>
-    void expectRollBackAtEachWrite(int32_t id, Value value) {
+    void expectRollBackAtEachWrite(std::int32_t id, Value value) {
         SCOPED_TRACE(testing::Message() << id << " = " << value);
         const Value before = board_.get<Value>(id);
         const std::vector<std::string> complete = writesOfSet(id, value);
         ASSERT_FALSE(complete.empty());
         ASSERT_EQ(board_.set(id, before), 0);
         for (size_t position = 0; position < complete.size(); ++position) {
-            control().fail(board_.virtualBoard(), nullptr, nullptr, static_cast<uint32_t>(position), 1, injected);
+            control().fail(board_.virtualBoard(), nullptr, nullptr, static_cast<std::uint32_t>(position), 1, injected);
             std::vector<std::string> expected(complete.begin(),
                                               complete.begin() + static_cast<std::ptrdiff_t>(position) + 1);
             expected.back() += " refused with " + std::to_string(injected);

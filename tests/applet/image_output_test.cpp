@@ -13,8 +13,8 @@ class ImageOutput : public BoardTest {};
 
 TEST_F(ImageOutput, EnumerationsAreTranslatedAndOthersRefused) {
     const struct {
-        int32_t id;
-        int32_t value;
+        std::int32_t id;
+        std::int32_t value;
         std::string write;
     } accepted[] = {
         {FG_FORMAT, 1, std::string(selectSource) + "=0"},
@@ -26,12 +26,12 @@ TEST_F(ImageOutput, EnumerationsAreTranslatedAndOthersRefused) {
     };
     for (const auto& row : accepted) {
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAre(row.write));
-        EXPECT_EQ(board_.get<int32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::int32_t>(row.id), row.value);
     }
-    for (const int32_t format : {0, 2, 4, -1}) {
+    for (const std::int32_t format : {0, 2, 4, -1}) {
         expectRefused(FG_FORMAT, format, -6000);
     }
-    for (const int32_t id : {FG_BITALIGNMENT, FG_NOISEFILTER}) {
+    for (const std::int32_t id : {FG_BITALIGNMENT, FG_NOISEFILTER}) {
         expectRefused(id, 2, -6000);
         expectRefused(id, -1, -6000);
     }
@@ -55,9 +55,9 @@ TEST_F(ImageOutput, TheSelectedImageLiesWithinItsPeriod) {
 }
 
 TEST_F(ImageOutput, AFailingWriteRollsTheValueBack) {
-    expectRollBackAtEachWrite(FG_FORMAT, int32_t{FG_GRAY16});
-    expectRollBackAtEachWrite(FG_BITALIGNMENT, int32_t{FG_RIGHT_ALIGNED});
-    expectRollBackAtEachWrite(FG_NOISEFILTER, int32_t{FG_ON});
+    expectRollBackAtEachWrite(FG_FORMAT, std::int32_t{FG_GRAY16});
+    expectRollBackAtEachWrite(FG_BITALIGNMENT, std::int32_t{FG_RIGHT_ALIGNED});
+    expectRollBackAtEachWrite(FG_NOISEFILTER, std::int32_t{FG_ON});
     expectRollBackAtEachWrite(FG_IMG_SELECT_PERIOD, 10U);
     expectRollBackAtEachWrite(FG_IMG_SELECT, 9U);
 }

@@ -12,7 +12,7 @@ namespace {
 
 class InfoTest : public testing::Test {
   protected:
-    std::string text(int32_t request) const {
+    std::string text(std::int32_t request) const {
         const char* written = nullptr;
         EXPECT_EQ(applet_->Info(request, 0, 0, nullptr, &written), 0) << request;
         EXPECT_EQ(applet_->Info(request, 0, 0, nullptr, nullptr), 0) << request;
@@ -23,10 +23,10 @@ class InfoTest : public testing::Test {
 
 TEST_F(InfoTest, NumbersAnswerAndWriteNothing) {
     const struct {
-        int32_t request;
-        int32_t answer;
-        int32_t withIndex1 = 0;
-        int32_t withIndex2 = 0; // 0 in both: as without
+        std::int32_t request;
+        std::int32_t answer;
+        std::int32_t withIndex1 = 0;
+        std::int32_t withIndex2 = 0; // 0 in both: as without
     } cases[] = {
         {848, 0},
         {1040, 0},
@@ -58,8 +58,8 @@ TEST_F(InfoTest, NumbersAnswerAndWriteNothing) {
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.request);
-        uint64_t out1 = 77;
-        uint64_t out2 = 77;
+        std::uint64_t out1 = 77;
+        std::uint64_t out2 = 77;
         EXPECT_EQ(applet_->Info(row.request, 0, 0, &out1, &out2), row.answer);
         const bool indexed = row.withIndex1 != 0;
         EXPECT_EQ(applet_->Info(row.request, 1, 0, &out1, &out2), indexed ? row.withIndex1 : row.answer);
@@ -86,7 +86,7 @@ TEST_F(InfoTest, TextsIdentifyTheApplet) {
 }
 
 TEST_F(InfoTest, TheClearedValueHas32Bits) {
-    uint32_t values[] = {77, 77};
+    std::uint32_t values[] = {77, 77};
     EXPECT_EQ(applet_->Info(2304, 0, 0, values, nullptr), 0);
     EXPECT_THAT(values, ElementsAre(0U, 77U));
     EXPECT_EQ(applet_->Info(2304, 0, 0, nullptr, nullptr), 0);
@@ -94,10 +94,10 @@ TEST_F(InfoTest, TheClearedValueHas32Bits) {
 
 TEST_F(InfoTest, IconAndDesignImageAreInTheLibrary) {
     const struct {
-        int32_t request;
-        uint32_t index1, index2; // any of them: the same block
+        std::int32_t request;
+        std::uint32_t index1, index2; // any of them: the same block
         const char* file;
-        uintptr_t length;
+        std::uintptr_t length;
     } cases[] = {
         {1042, 0, 0, QELM_TEST_DESIGN_IMAGE, 2269798},
         {1041, 0, 0, QELM_TEST_ICON, 3267},
@@ -107,7 +107,7 @@ TEST_F(InfoTest, IconAndDesignImageAreInTheLibrary) {
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << row.request << ' ' << row.index1 << ' ' << row.index2);
-        uintptr_t length = 0;
+        std::uintptr_t length = 0;
         const char* address = nullptr;
         ASSERT_EQ(applet_->Info(row.request, row.index1, row.index2, &length, &address), 0);
         ASSERT_EQ(length, row.length);

@@ -10,7 +10,7 @@ namespace {
 
 class Legacy : public Trigger {
   protected:
-    int32_t access(const char* name) const { return described(board_, name).access; }
+    std::int32_t access(const char* name) const { return described(board_, name).access; }
     void expectAccess(bool legacy) {
         for (const char* name : {"FG_AREATRIGGERMODE", "FG_TRIGGERIN_DEBOUNCE", "FG_TRIGGEROUT_SELECT7",
                                  "FG_TRIGGERCC_SELECT3", "FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR"}) {
@@ -27,7 +27,7 @@ class Legacy : public Trigger {
             EXPECT_EQ(access(name), 1) << name;
         }
     }
-    Writes lines(size_t from, size_t to, uint32_t select, uint32_t invert) const {
+    Writes lines(size_t from, size_t to, std::uint32_t select, std::uint32_t invert) const {
         Writes writes;
         for (size_t line = from; line <= to; ++line) {
             writes = writes + route(cameraControl(line), select, invert);
@@ -47,11 +47,11 @@ TEST_F(Legacy, SwitchingWritesTheDefaultsOfTheCurrentSetInOrder) {
     }
     ASSERT_GT(defaults.size(), 50U);
     board_.change(FG_TRIGGER_FRAMESPERSECOND, 4.0);
-    board_.change(FG_TRIGGERCC_SELECT2, uint32_t{CC_PULSEGEN3});
+    board_.change(FG_TRIGGERCC_SELECT2, std::uint32_t{CC_PULSEGEN3});
     enter(ATM_EXTERNAL, TS_ACTIVE);
     const Writes stop = writesOf(board_, [&] { // before the other defaults: with the old rate and lines
-        board_.change(FG_AREATRIGGERMODE, uint32_t{ATM_GENERATOR});
-        board_.change(FG_TRIGGERSTATE, uint32_t{TS_SYNC_STOP});
+        board_.change(FG_AREATRIGGERMODE, std::uint32_t{ATM_GENERATOR});
+        board_.change(FG_TRIGGERSTATE, std::uint32_t{TS_SYNC_STOP});
     });
     enter(ATM_EXTERNAL, TS_ACTIVE);
     EXPECT_THAT(writesOfSet(FG_TRIGGER_LEGACY_MODE, FG_ON), ElementsAreArray(stop + defaults));
@@ -60,8 +60,8 @@ TEST_F(Legacy, SwitchingWritesTheDefaultsOfTheCurrentSetInOrder) {
 
 TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
     const struct {
-        int32_t id;
-        uint32_t initial, other;
+        std::int32_t id;
+        std::uint32_t initial, other;
     } fields[] = {{FG_TRIGGERMODE, FREE_RUN, GRABBER_CONTROLLED},
                   {FG_EXSYNCON, FG_OFF, FG_ON},
                   {FG_FLASHON, FG_OFF, FG_ON},
@@ -73,17 +73,18 @@ TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
                   {FG_CCSEL2, CC_VCC, CC_STROBEPULSE},
                   {FG_CCSEL3, CC_VCC, CC_NOT_EXSYNC},
                   {FG_DIGIO_OUTPUT, 3, 0}};
-    const std::map<int32_t, double> delays = {{FG_EXSYNCDELAY, 0.0}, {FG_STROBEPULSEDELAY, 0.0}, {FG_PRESCALER, 10.0}};
+    const std::map<std::int32_t, double> delays = {
+        {FG_EXSYNCDELAY, 0.0}, {FG_STROBEPULSEDELAY, 0.0}, {FG_PRESCALER, 10.0}};
     const struct {
-        int32_t mode;
-        uint32_t failAt; // the write that fails on the way
+        std::int32_t mode;
+        std::uint32_t failAt; // the write that fails on the way
     } switches[] = {{FG_ON, 0}, {FG_OFF, 5}, {FG_ON, 9}, {FG_OFF, 20}, {FG_ON, 1000}};
     for (const auto& [mode, failAt] : switches) {
         SCOPED_TRACE(testing::Message() << mode << " with a failure at " << failAt);
         if (mode == FG_ON) {
             enter(ATM_EXTERNAL, TS_SYNC_STOP);
             board_.change(FG_TRIGGER_MULTIPLY_PULSES, 5U);
-            board_.change(FG_TRIGGERCC_SELECT2, uint32_t{CC_PULSEGEN3});
+            board_.change(FG_TRIGGERCC_SELECT2, std::uint32_t{CC_PULSEGEN3});
         } else {
             for (const auto& field : fields) {
                 board_.change(field.id, field.other);
@@ -95,28 +96,28 @@ TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
         failWrites(failAt, 1);
         EXPECT_EQ(writesOfSet(FG_TRIGGER_LEGACY_MODE, mode).back(), unit + "OutputEvent_Select_Select=0");
         control().clearFaults();
-        EXPECT_EQ(board_.get<int32_t>(FG_TRIGGER_LEGACY_MODE), mode);
+        EXPECT_EQ(board_.get<std::int32_t>(FG_TRIGGER_LEGACY_MODE), mode);
         expectAccess(mode == FG_ON);
         for (const auto& field : fields) {
-            EXPECT_EQ(board_.get<uint32_t>(field.id), field.initial) << field.id;
+            EXPECT_EQ(board_.get<std::uint32_t>(field.id), field.initial) << field.id;
         }
         for (const auto& [id, value] : delays) {
             EXPECT_EQ(board_.get<double>(id), value) << id;
         }
         EXPECT_THAT(writesOfSet(FG_TRIGGER_LEGACY_MODE, mode), IsEmpty()) << "it is in force already";
     }
-    EXPECT_EQ(mode(), uint32_t{ATM_GENERATOR});
-    EXPECT_EQ(state(), uint32_t{TS_SYNC_STOP});
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGER_MULTIPLY_PULSES), 1U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERCC_SELECT2), uint32_t{CC_VCC});
+    EXPECT_EQ(mode(), std::uint32_t{ATM_GENERATOR});
+    EXPECT_EQ(state(), std::uint32_t{TS_SYNC_STOP});
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGER_MULTIPLY_PULSES), 1U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERCC_SELECT2), std::uint32_t{CC_VCC});
 }
 
 TEST_F(Legacy, RefusalsHaveAnOrder) {
     const struct {
-        int32_t mode;
-        int32_t id;
-        uint32_t value;
-        int32_t code;
+        std::int32_t mode;
+        std::int32_t id;
+        std::uint32_t value;
+        std::int32_t code;
     } cases[] = {
         // What a legacy parameter could not take is refused as such, whatever set is in force.
         {FG_OFF, FG_EXPOSURE, 5, -6000},
@@ -142,25 +143,26 @@ TEST_F(Legacy, RefusalsHaveAnOrder) {
 }
 
 TEST_F(Legacy, OnlyTheSetInForceTakesValues) {
-    const int32_t legacyIds[] = {FG_TRIGGERMODE,    FG_EXSYNCON, FG_FLASHON, FG_EXPOSURE,    FG_EXSYNCPOLARITY,
-                                 FG_FLASH_POLARITY, FG_CCSEL0,   FG_CCSEL3,  FG_DIGIO_OUTPUT};
-    for (const int32_t id : legacyIds) {
-        expectRefused(id, board_.get<uint32_t>(id), -2070);
+    const std::int32_t legacyIds[] = {FG_TRIGGERMODE,    FG_EXSYNCON, FG_FLASHON, FG_EXPOSURE,    FG_EXSYNCPOLARITY,
+                                      FG_FLASH_POLARITY, FG_CCSEL0,   FG_CCSEL3,  FG_DIGIO_OUTPUT};
+    for (const std::int32_t id : legacyIds) {
+        expectRefused(id, board_.get<std::uint32_t>(id), -2070);
     }
-    for (const int32_t id : {FG_EXSYNCDELAY, FG_STROBEPULSEDELAY, FG_PRESCALER}) {
+    for (const std::int32_t id : {FG_EXSYNCDELAY, FG_STROBEPULSEDELAY, FG_PRESCALER}) {
         expectRefused(id, 10.0, -2070);
     }
     board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
-    for (const int32_t id :
+    for (const std::int32_t id :
          {FG_AREATRIGGERMODE, FG_TRIGGERSTATE, FG_TRIGGERIN_DOWNSCALE, FG_TRIGGERIN_DOWNSCALE_PHASE,
           FG_TRIGGER_MULTIPLY_PULSES, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE,
           FG_TRIGGERCC_SELECT0, FG_TRIGGEROUT_SELECT7, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD}) {
-        expectRefused(id, board_.get<uint32_t>(id), -2070);
+        expectRefused(id, board_.get<std::uint32_t>(id), -2070);
     }
-    for (const int32_t id : {FG_TRIGGERIN_DEBOUNCE, FG_TRIGGER_PULSEFORMGEN1_DELAY, FG_TRIGGER_PULSEFORMGEN1_WIDTH}) {
+    for (const std::int32_t id :
+         {FG_TRIGGERIN_DEBOUNCE, FG_TRIGGER_PULSEFORMGEN1_DELAY, FG_TRIGGER_PULSEFORMGEN1_WIDTH}) {
         expectRefused(id, board_.get<double>(id), -2070);
     }
-    expectRefused(FG_TRIGGERQUEUE_MODE, int32_t{FG_OFF}, -2070);
+    expectRefused(FG_TRIGGERQUEUE_MODE, std::int32_t{FG_OFF}, -2070);
     board_.change(FG_TRIGGERIN_SRC, 2U); // shared
     board_.change(FG_TRIGGERIN_POLARITY, LOW_ACTIVE);
 }
@@ -170,7 +172,7 @@ TEST_F(Legacy, AFailureLeavesNoDoorOpenToTheCurrentSet) {
     failWrites(2, 1); // the third width
     EXPECT_EQ(board_.set(FG_EXPOSURE, 1000U), injected);
     control().clearFaults();
-    EXPECT_EQ(board_.get<uint32_t>(FG_EXPOSURE), 4000U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_EXPOSURE), 4000U);
     expectRefused(FG_TRIGGER_MULTIPLY_PULSES, 1U, -2070);
     poke(generators + "3_Delay_Delay", 0xFFFFFFFF); // the timing of one generator refuses
     EXPECT_EQ(board_.set(FG_EXPOSURE, 1000U), -2079);
@@ -182,7 +184,7 @@ TEST_F(Legacy, TriggerModesDriveTheCurrentSet) {
                         route(output(7), 5, 1);
     board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
     const struct {
-        uint32_t legacy, mode, state, minimumPeriod;
+        std::uint32_t legacy, mode, state, minimumPeriod;
     } rows[] = {{ASYNC_TRIGGER, ATM_EXTERNAL, TS_ACTIVE, 10},
                 {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 10}, // the queue has the last word
                 {GRABBER_CONTROLLED, ATM_GENERATOR, TS_ACTIVE, 10},
@@ -201,21 +203,21 @@ TEST_F(Legacy, TriggerModesDriveTheCurrentSet) {
         EXPECT_EQ(access("FG_AREATRIGGERMODE"), 1);
         EXPECT_EQ(access("FG_SENDSOFTWARETRIGGER"), row.mode == ATM_EXTERNAL ? 1 : 7);
     }
-    board_.change(FG_TRIGGERMODE, uint32_t{ASYNC_TRIGGER});
+    board_.change(FG_TRIGGERMODE, std::uint32_t{ASYNC_TRIGGER});
     EXPECT_THAT(writesOfSet(FG_TRIGGER_FRAMESPERSECOND, 16.0), ElementsAre(period + "=10")) << "the input has the say";
     failWrites(0, 1);
-    EXPECT_EQ(board_.set(FG_TRIGGERMODE, uint32_t{FREE_RUN}), injected);
+    EXPECT_EQ(board_.set(FG_TRIGGERMODE, std::uint32_t{FREE_RUN}), injected);
     control().clearFaults();
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERMODE), uint32_t{ASYNC_TRIGGER});
-    EXPECT_EQ(state(), uint32_t{TS_ACTIVE});
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERMODE), std::uint32_t{ASYNC_TRIGGER});
+    EXPECT_EQ(state(), std::uint32_t{TS_ACTIVE});
 }
 
 TEST_F(Legacy, LinesFollowSelectionSwitchAndPolarity) {
     board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
     const struct {
-        uint32_t selection;
-        uint32_t pulse; // the generator; 4 for constant levels
-        uint32_t onHigh, onLow, offHigh, offLow;
+        std::uint32_t selection;
+        std::uint32_t pulse; // the generator; 4 for constant levels
+        std::uint32_t onHigh, onLow, offHigh, offLow;
     } rows[] = {
         {CC_EXSYNC, 0, CC_PULSEGEN0, CC_NOT_PULSEGEN0, CC_GND, CC_VCC},
         {CC_NOT_EXSYNC, 0, CC_NOT_PULSEGEN0, CC_PULSEGEN0, CC_VCC, CC_GND},
@@ -225,22 +227,23 @@ TEST_F(Legacy, LinesFollowSelectionSwitchAndPolarity) {
         {CC_VCC, 4, CC_VCC, CC_VCC, CC_VCC, CC_VCC},
     };
     for (const auto& row : rows) {
-        for (const int32_t on : {FG_ON, FG_OFF}) {
-            for (const int32_t polarity : {FG_HIGH, FG_LOW}) {
-                board_.change(row.pulse == 1 ? FG_FLASHON : FG_EXSYNCON, static_cast<uint32_t>(on));
-                board_.change(row.pulse == 1 ? FG_FLASH_POLARITY : FG_EXSYNCPOLARITY, static_cast<uint32_t>(polarity));
+        for (const std::int32_t on : {FG_ON, FG_OFF}) {
+            for (const std::int32_t polarity : {FG_HIGH, FG_LOW}) {
+                board_.change(row.pulse == 1 ? FG_FLASHON : FG_EXSYNCON, static_cast<std::uint32_t>(on));
+                board_.change(row.pulse == 1 ? FG_FLASH_POLARITY : FG_EXSYNCPOLARITY,
+                              static_cast<std::uint32_t>(polarity));
                 board_.change(FG_CCSEL3, row.selection);
-                const uint32_t expected = on == FG_ON ? (polarity == FG_HIGH ? row.onHigh : row.onLow)
-                                                      : (polarity == FG_HIGH ? row.offHigh : row.offLow);
-                EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERCC_SELECT3), expected) << row.selection << on << polarity;
+                const std::uint32_t expected = on == FG_ON ? (polarity == FG_HIGH ? row.onHigh : row.onLow)
+                                                           : (polarity == FG_HIGH ? row.offHigh : row.offLow);
+                EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERCC_SELECT3), expected) << row.selection << on << polarity;
                 if (row.selection == CC_EXSYNC || row.selection == CC_STROBEPULSE) {
-                    EXPECT_EQ(board_.get<uint32_t>(outputIds[row.pulse]), expected);
+                    EXPECT_EQ(board_.get<std::uint32_t>(outputIds[row.pulse]), expected);
                 }
             }
         }
     }
-    board_.change(FG_EXSYNCPOLARITY, uint32_t{FG_HIGH});
-    board_.change(FG_CCSEL3, uint32_t{CC_NOT_EXSYNC});
+    board_.change(FG_EXSYNCPOLARITY, std::uint32_t{FG_HIGH});
+    board_.change(FG_CCSEL3, std::uint32_t{CC_NOT_EXSYNC});
     EXPECT_THAT(writesOfSet(FG_EXSYNCON, 1U), ElementsAreArray(route(cameraControl(0), 0, 0) + lines(1, 2, 5, 1) +
                                                                route(cameraControl(3), 0, 1) + route(output(0), 0, 0)));
     EXPECT_THAT(writesOfSet(FG_DIGIO_OUTPUT, 2U), ElementsAreArray(route(output(3), 5, 0) + route(output(7), 5, 1)));

@@ -13,16 +13,16 @@ const char content[] = "Device1_Process0_LookupTable_LookupTable_LUTcontent";
 
 class LookupTable : public BoardTest {
   protected:
-    std::vector<uint32_t> designTable() const {
-        std::vector<uint32_t> table;
-        for (uint32_t i = 0; i < 4096; ++i) {
+    std::vector<std::uint32_t> designTable() const {
+        std::vector<std::uint32_t> table;
+        for (std::uint32_t i = 0; i < 4096; ++i) {
             table.push_back(peek(content, i));
         }
         return table;
     }
-    std::vector<uint32_t> appletTable() const {
-        std::vector<uint32_t> table;
-        for (uint32_t i = 0; i < 4096; ++i) {
+    std::vector<std::uint32_t> appletTable() const {
+        std::vector<std::uint32_t> table;
+        for (std::uint32_t i = 0; i < 4096; ++i) {
             LutEntry entry{0, i};
             EXPECT_EQ(board_.get(FG_LUT_VALUE, entry), 0);
             table.push_back(entry.value);
@@ -30,18 +30,18 @@ class LookupTable : public BoardTest {
         return table;
     }
     /** Both tables, which agree. */
-    std::vector<uint32_t> table() const {
-        const std::vector<uint32_t> design = designTable();
+    std::vector<std::uint32_t> table() const {
+        const std::vector<std::uint32_t> design = designTable();
         EXPECT_EQ(appletTable(), design);
         return design;
     }
-    int32_t useFile(const std::string& text) {
+    std::int32_t useFile(const std::string& text) {
         folder_.write("user.lut", text);
         return board_.set(FG_LUT_CUSTOM_FILE, folder_.file("user.lut"));
     }
 
-    static std::vector<uint32_t> identity() {
-        std::vector<uint32_t> table(4096);
+    static std::vector<std::uint32_t> identity() {
+        std::vector<std::uint32_t> table(4096);
         std::iota(table.begin(), table.end(), 0U);
         return table;
     }
@@ -51,15 +51,15 @@ class LookupTable : public BoardTest {
 
 TEST_F(LookupTable, StartsAsTheIdentityAndFollowsTheProcessor) {
     EXPECT_EQ(table(), identity());
-    const auto valueOf = [&](int32_t id, double value, uint32_t index) {
+    const auto valueOf = [&](std::int32_t id, double value, std::uint32_t index) {
         EXPECT_EQ(board_.set(id, value), 0);
         return table()[index];
     };
-    EXPECT_EQ(board_.set(FG_PROCESSING_INVERT, int32_t{FG_ON}), 0);
+    EXPECT_EQ(board_.set(FG_PROCESSING_INVERT, std::int32_t{FG_ON}), 0);
     EXPECT_EQ(table()[100], 3995U);
     EXPECT_EQ(valueOf(FG_PROCESSING_GAIN, 0.0, 77), 4095U);
-    EXPECT_EQ(board_.set(FG_PROCESSING_INVERT, int32_t{FG_OFF}), 0);
-    EXPECT_EQ(table(), std::vector<uint32_t>(4096, 0));
+    EXPECT_EQ(board_.set(FG_PROCESSING_INVERT, std::int32_t{FG_OFF}), 0);
+    EXPECT_EQ(table(), std::vector<std::uint32_t>(4096, 0));
     EXPECT_EQ(valueOf(FG_PROCESSING_GAIN, 4096.0, 1), 4095U);
     EXPECT_EQ(valueOf(FG_PROCESSING_GAIN, 2.0, 1000), 2000U);
     EXPECT_EQ(valueOf(FG_PROCESSING_OFFSET, -0.5, 4095), 4095U);
@@ -88,18 +88,18 @@ TEST_F(LookupTable, WhatIsOutOfRangeChangesNothing) {
     EXPECT_EQ(board_.set(FG_LUT_VALUE, LutEntry{4096, 0}), -6000);
     LutEntry entry{0, 4096};
     EXPECT_EQ(board_.get(FG_LUT_VALUE, entry), -2070);
-    for (const int32_t id : {FG_LUT_IMPLEMENTATION_TYPE, FG_LUT_IN_BITS, FG_LUT_OUT_BITS}) {
+    for (const std::int32_t id : {FG_LUT_IMPLEMENTATION_TYPE, FG_LUT_IN_BITS, FG_LUT_OUT_BITS}) {
         EXPECT_EQ(board_.set(id, 0), -12);
     }
-    EXPECT_EQ(board_.get<int32_t>(FG_LUT_IMPLEMENTATION_TYPE), 0);
-    EXPECT_EQ(board_.get<uint32_t>(FG_LUT_IN_BITS), 12U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_LUT_OUT_BITS), 12U);
+    EXPECT_EQ(board_.get<std::int32_t>(FG_LUT_IMPLEMENTATION_TYPE), 0);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_LUT_IN_BITS), 12U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_LUT_OUT_BITS), 12U);
     EXPECT_EQ(table(), identity());
 }
 
 TEST_F(LookupTable, AFailingWriteRollsTheValueBack) {
     expectRollBackAtEachWrite(FG_PROCESSING_GAIN, 0.5);
-    expectRollBackAtEachWrite(FG_PROCESSING_INVERT, int32_t{FG_ON});
+    expectRollBackAtEachWrite(FG_PROCESSING_INVERT, std::int32_t{FG_ON});
     EXPECT_EQ(board_.set(FG_LUT_VALUE, LutEntry{7, 9}), 0);
     control().fail(board_.virtualBoard(), nullptr, nullptr, 0, 1, injected);
     EXPECT_EQ(board_.set(FG_LUT_VALUE, LutEntry{8, 9}), injected);
@@ -110,9 +110,9 @@ TEST_F(LookupTable, AFailingWriteRollsTheValueBack) {
     ASSERT_EQ(useFile("nrOfElements=1;\n[gray]\n0,5;\n"), 0); // not in use yet
     const std::string name = folder_.file("user.lut");
     control().fail(board_.virtualBoard(), nullptr, nullptr, 0, 1, injected);
-    EXPECT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}), injected);
-    EXPECT_EQ(board_.get<int32_t>(FG_LUT_TYPE), LUT_TYPE_PROCESSING);
-    ASSERT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}), 0);
+    EXPECT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}), injected);
+    EXPECT_EQ(board_.get<std::int32_t>(FG_LUT_TYPE), LUT_TYPE_PROCESSING);
+    ASSERT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}), 0);
     control().fail(board_.virtualBoard(), nullptr, nullptr, 0, 1, injected);
     folder_.write("other.lut", "nrOfElements=1;\n[gray]\n0,6;\n");
     EXPECT_EQ(board_.set(FG_LUT_CUSTOM_FILE, folder_.file("other.lut")), injected);
@@ -125,14 +125,14 @@ TEST_F(LookupTable, ASingleEntryIsWrittenAlone) {
     });
     ASSERT_EQ(writes.size(), 1U);
     EXPECT_THAT(writes[0], testing::StartsWith(content));
-    std::vector<uint32_t> expected = identity();
+    std::vector<std::uint32_t> expected = identity();
     expected[17] = 4095;
     EXPECT_EQ(table(), expected);
 }
 
 TEST_F(LookupTable, TheModeDecidesWhatFillsTheTableAndWhatCanBeWritten) {
     const auto accesses = [&] {
-        std::vector<int32_t> flags;
+        std::vector<std::int32_t> flags;
         for (const char* name : {"FG_LUT_CUSTOM_FILE", "FG_PROCESSING_GAIN", "FG_PROCESSING_GAMMA",
                                  "FG_PROCESSING_OFFSET", "FG_PROCESSING_INVERT"}) {
             flags.push_back(described(board_, name).access);
@@ -140,21 +140,21 @@ TEST_F(LookupTable, TheModeDecidesWhatFillsTheTableAndWhatCanBeWritten) {
         return flags;
     };
     EXPECT_THAT(accesses(), ElementsAre(1, 7, 7, 7, 7));
-    EXPECT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}), 0); // no name: nothing to load
+    EXPECT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}), 0); // no name: nothing to load
     EXPECT_THAT(accesses(), ElementsAre(7, 1, 1, 1, 1));
     EXPECT_EQ(table(), identity());
     EXPECT_THAT(writesOfSet(FG_PROCESSING_GAIN, 2.0), IsEmpty());
     EXPECT_EQ(useFile("nrOfElements=3;\n[gray]\n0,10;\n1,11;\n2,12;\n3,13;\n"), 0);
-    std::vector<uint32_t> expected = identity();
+    std::vector<std::uint32_t> expected = identity();
     std::iota(expected.begin(), expected.begin() + 3, 10U);
     EXPECT_EQ(table(), expected);
-    EXPECT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_PROCESSING}), 0);
+    EXPECT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_PROCESSING}), 0);
     EXPECT_EQ(table()[1000], 2000U);
     EXPECT_THAT(writesOf(board_, [&] { EXPECT_EQ(useFile("nrOfElements=1;\n[gray]\n0,9;\n"), 0); }), IsEmpty());
 }
 
 TEST_F(LookupTable, FilesThatAreShortLongOrStrange) {
-    ASSERT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}), 0);
+    ASSERT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}), 0);
     std::string all = "nrOfElements=5000;\n[gray]\n";
     for (int i = 0; i < 5000; ++i) {
         all += std::to_string(i) + "," + std::to_string(i % 7) + ";\n";
@@ -167,7 +167,7 @@ TEST_F(LookupTable, FilesThatAreShortLongOrStrange) {
     // Entries go to the design unchecked; this one refuses what it cannot hold.
     EXPECT_EQ(useFile("nrOfElements=1;\n[gray]\n0,70000;\n"), -6000);
     EXPECT_EQ(useFile("nrOfElements=1;\n[gray]\n0,9;\n"), 0);
-    const std::vector<uint32_t> before = table();
+    const std::vector<std::uint32_t> before = table();
     EXPECT_EQ(writesOf(board_, [&] { EXPECT_EQ(useFile("[gray]\n0,1;\n"), 0); }).size(), 1U); // no count: unchanged
     EXPECT_EQ(useFile(""), 0);
     EXPECT_EQ(useFile(std::string(100000, '\xFF')), 0);
@@ -184,7 +184,7 @@ TEST_F(LookupTable, FilesThatAreShortLongOrStrange) {
 TEST_F(LookupTable, ASavedTableComesBackAsItWas) {
     ASSERT_EQ(board_.set(FG_PROCESSING_GAMMA, 0.45), 0);
     ASSERT_EQ(board_.set(FG_LUT_VALUE, LutEntry{1234, 5}), 0);
-    const std::vector<uint32_t> saved = table();
+    const std::vector<std::uint32_t> saved = table();
     ASSERT_EQ(board_.set(FG_LUT_SAVE_FILE, folder_.file("saved.lut")), 0);
     const std::string text = folder_.read("saved.lut");
     EXPECT_THAT(text, testing::StartsWith("# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4096;\n"
@@ -193,7 +193,7 @@ TEST_F(LookupTable, ASavedTableComesBackAsItWas) {
 
     ASSERT_EQ(board_.set(FG_PROCESSING_GAMMA, 1.0), 0);
     ASSERT_EQ(board_.set(FG_LUT_CUSTOM_FILE, folder_.file("saved.lut")), 0);
-    ASSERT_EQ(board_.set(FG_LUT_TYPE, int32_t{LUT_TYPE_CUSTOM}), 0);
+    ASSERT_EQ(board_.set(FG_LUT_TYPE, std::int32_t{LUT_TYPE_CUSTOM}), 0);
     EXPECT_EQ(table(), saved);
 
     EXPECT_EQ(board_.set(FG_LUT_SAVE_FILE, folder_.file("no/such/folder.lut")), -5001);

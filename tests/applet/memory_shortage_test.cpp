@@ -83,15 +83,15 @@ TEST_F(MemoryShortage, IsAnsweredAsAFailureOfItsKindAndTheBoardWorksOn) {
                   "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n0,7;\n1,8;\n");
     ASSERT_EQ(f.Fg_saveConfig(board_, file.c_str()), 0);
     const std::string before = readText(file);
-    constexpr int32_t descriptionQuery = 24114;
+    constexpr std::int32_t descriptionQuery = 24114;
     std::array<char, 256> description{};
     std::strcpy(description.data(), "FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD");
     size_t size = 0;
     const struct {
         const char* name;
-        int64_t onFailure;
-        std::function<int64_t()> call; ///< 0 when it succeeds
-        int32_t lastError = 0;         ///< where it differs from the answer
+        std::int64_t onFailure;
+        std::function<std::int64_t()> call; ///< 0 when it succeeds
+        std::int32_t lastError = 0;         ///< where it differs from the answer
     } exports[] = {
         {"Fg_getParameterInfo", 1, [&] { return f.Fg_getParameterInfo(board_, FG_WIDTH) == nullptr; }, -1},
         {"Fg_getParameterInfoXML", -1, [&] { return f.Fg_getParameterInfoXML(board_, 0, nullptr, &size); }},
@@ -105,7 +105,7 @@ TEST_F(MemoryShortage, IsAnsweredAsAFailureOfItsKindAndTheBoardWorksOn) {
     for (const auto& [name, onFailure, call, lastErrorThen] : exports) {
         SCOPED_TRACE(name);
         int count = 0;
-        int64_t answer = 0;
+        std::int64_t answer = 0;
         while (withFailureAfter(count, [&] { answer = call(); })) {
             ASSERT_EQ(answer, onFailure) << "allocation " << count;
             ASSERT_EQ(lastError(board_), lastErrorThen != 0 ? lastErrorThen : onFailure) << "allocation " << count;
@@ -139,7 +139,7 @@ TEST(MemoryShortageAtStart, ComesOutOfTheCreationAloneAndLeavesNothingOpen) {
     int answered = 0;
     for (int count = 0;; count += 1 + count / 16) {
         void* object = nullptr;
-        int32_t code = 0;
+        std::int32_t code = 0;
         try {
             if (!withFailureAfter(count, [&] { object = applet->Std_entry(board, &code, 0); })) {
                 EXPECT_EQ(code, 0);

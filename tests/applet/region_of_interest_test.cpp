@@ -11,7 +11,7 @@ const std::string buffer = "Device1_Process0_Buffer_0_";
 const std::string shading = "Device1_Process0_Shading_ShadingBuffer_";
 
 /** The writes that bring both shading buffers one value each and let them take it over. */
-std::vector<std::string> withShading(std::vector<std::string> writes, const std::string& target, uint32_t value) {
+std::vector<std::string> withShading(std::vector<std::string> writes, const std::string& target, std::uint32_t value) {
     for (const char* number : {"0", "1"}) {
         writes.push_back(shading + number + "_" + target + "=" + std::to_string(value));
         writes.push_back(shading + number + "_UpdateROI=1");
@@ -21,7 +21,7 @@ std::vector<std::string> withShading(std::vector<std::string> writes, const std:
 
 class RegionOfInterest : public BoardTest {
   protected:
-    void setCamera(uint32_t width, uint32_t height) {
+    void setCamera(std::uint32_t width, std::uint32_t height) {
         ASSERT_EQ(board_.set(FG_CAMERA_WIDTH, width), 0);
         ASSERT_EQ(board_.set(FG_CAMERA_HEIGHT, height), 0);
     }
@@ -30,11 +30,11 @@ class RegionOfInterest : public BoardTest {
 TEST_F(RegionOfInterest, SettersWriteBufferAndShading) {
     setCamera(8192, 8192);
     const struct {
-        int32_t id;
-        uint32_t value;
+        std::int32_t id;
+        std::uint32_t value;
         const char* bufferTarget;
         const char* shadingTarget;
-        uint32_t shadingValue;
+        std::uint32_t shadingValue;
     } cases[] = {
         {FG_WIDTH, 16, "ROI_X_Length", "XLength", 4},       {FG_XOFFSET, 8176, "ROI_X_Offset", "XOffset", 2044},
         {FG_WIDTH, 16, "ROI_X_Length", "XLength", 4},       {FG_XOFFSET, 0, "ROI_X_Offset", "XOffset", 0},
@@ -47,14 +47,14 @@ TEST_F(RegionOfInterest, SettersWriteBufferAndShading) {
         const std::vector<std::string> expected = withShading(
             {buffer + row.bufferTarget + "=" + std::to_string(row.value)}, row.shadingTarget, row.shadingValue);
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAreArray(expected));
-        EXPECT_EQ(board_.get<uint32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::uint32_t>(row.id), row.value);
     }
 }
 
 TEST_F(RegionOfInterest, CameraSizeGoesToTheTapSorting) {
     const std::string sorting = buffer + "verticalTS_";
     const struct {
-        uint32_t width;
+        std::uint32_t width;
         const char* sixteenths;
         const char* half;
         const char* lessOne;
@@ -64,10 +64,10 @@ TEST_F(RegionOfInterest, CameraSizeGoesToTheTapSorting) {
                     ElementsAre(sorting + "Size_Wdiv16_Hx2_ImageWidth=" + row.sixteenths,
                                 buffer + "WidthDIV2_LineLength=" + row.half,
                                 sorting + "RightLeft_WidthDiv16Minus1_Value=" + row.lessOne));
-        EXPECT_EQ(board_.get<uint32_t>(FG_CAMERA_WIDTH), row.width);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_CAMERA_WIDTH), row.width);
     }
     const struct {
-        uint32_t height;
+        std::uint32_t height;
         const char* twice;
         const char* halfLessOne;
     } heights[] = {{2, "4", "0"}, {3, "6", "0"}, {1000, "2000", "499"}, {8192, "16384", "4095"}};
@@ -79,7 +79,7 @@ TEST_F(RegionOfInterest, CameraSizeGoesToTheTapSorting) {
                                 sorting + "TopBottom_Height_TopDownSplit_Number=" + height,
                                 sorting + "Heightx2_AppendNumber=" + height,
                                 sorting + "TopBottom_HeightDIV2Minus1_Value=" + row.halfLessOne));
-        EXPECT_EQ(board_.get<uint32_t>(FG_CAMERA_HEIGHT), row.height);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_CAMERA_HEIGHT), row.height);
     }
 }
 
@@ -90,9 +90,9 @@ TEST_F(RegionOfInterest, RefusesWhatDoesNotFit) {
     ASSERT_EQ(board_.set(FG_WIDTH, 512U), 0);
     ASSERT_EQ(board_.set(FG_XOFFSET, 256U), 0);
     const struct {
-        int32_t id;
-        uint32_t value;
-        int32_t code;
+        std::int32_t id;
+        std::uint32_t value;
+        std::int32_t code;
     } cases[] = {
         {FG_WIDTH, 0, -6000},
         {FG_WIDTH, 8, -6000},   // too small before misaligned
@@ -143,8 +143,8 @@ TEST_F(RegionOfInterest, RefusesWhatDoesNotFit) {
 
 TEST_F(RegionOfInterest, EachSetterMovesThePartnersMaximum) {
     const struct {
-        int32_t id;
-        uint32_t value;
+        std::int32_t id;
+        std::uint32_t value;
         double width, xOffset, height, yOffset; // maxima afterwards
     } steps[] = {
         {FG_CAMERA_WIDTH, 2048, 2048, 1024, 1024, 0},    {FG_CAMERA_HEIGHT, 1500, 2048, 1024, 1500, 476},
@@ -178,9 +178,9 @@ TEST_F(RegionOfInterest, ACameraMadeSmallerThanTheRegionKeepsItAndAdmitsOnlyWhat
     ASSERT_EQ(board_.set(FG_YOFFSET, 1024U), 0);
 
     setCamera(768, 768); // smaller than the offsets: no size fits, offsets up to 256 do
-    EXPECT_EQ(board_.get<uint32_t>(FG_XOFFSET), 1024U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_HEIGHT), 512U);
-    for (const uint32_t value : {16U, 512U, 0xFFFFFF00U}) {
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_XOFFSET), 1024U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_HEIGHT), 512U);
+    for (const std::uint32_t value : {16U, 512U, 0xFFFFFF00U}) {
         expectRefused(FG_WIDTH, value, -6000);
         expectRefused(FG_HEIGHT, value, -6000);
     }
@@ -208,14 +208,14 @@ TEST_F(RegionOfInterest, AFailingWriteRollsTheValueBack) {
     expectRollBackAtEachWrite(FG_YOFFSET, 100U);
     expectRollBackAtEachWrite(FG_CAMERA_WIDTH, 4096U);
     expectRollBackAtEachWrite(FG_CAMERA_HEIGHT, 4097U);
-    expectRollBackAtEachWrite(FG_DEVICETAPGEOMETRY, static_cast<uint32_t>(Geometry_2XM_2YE));
-    expectRollBackAtEachWrite(FG_CAMERA_LINK_CAMTYPE, int32_t{FG_CL_MEDIUM_12_BIT});
-    expectRollBackAtEachWrite(FG_USEDVAL, int32_t{FG_NO});
+    expectRollBackAtEachWrite(FG_DEVICETAPGEOMETRY, static_cast<std::uint32_t>(Geometry_2XM_2YE));
+    expectRollBackAtEachWrite(FG_CAMERA_LINK_CAMTYPE, std::int32_t{FG_CL_MEDIUM_12_BIT});
+    expectRollBackAtEachWrite(FG_USEDVAL, std::int32_t{FG_NO});
 }
 
 TEST_F(RegionOfInterest, TapGeometryIsDecodedTapByTap) {
     const struct {
-        uint32_t code;
+        std::uint32_t code;
         std::array<const char*, 4> mirrored;
     } geometries[] = {
         {0xE4C0, {"0", "0", "0", "0"}},
@@ -235,17 +235,17 @@ TEST_F(RegionOfInterest, TapGeometryIsDecodedTapByTap) {
             expected.push_back(buffer + "SelectTaps_Tap" + tap + "_SELECT_Value=" + tap);
         }
         EXPECT_THAT(writesOfSet(FG_DEVICETAPGEOMETRY, geometry.code), ElementsAreArray(expected));
-        EXPECT_EQ(board_.get<uint32_t>(FG_DEVICETAPGEOMETRY), geometry.code);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_DEVICETAPGEOMETRY), geometry.code);
     }
-    for (const uint32_t code : {0U, 0xE4C1U, 0xE4CBU, 0x1E4CAU, 0xFFFFFFFFU}) {
+    for (const std::uint32_t code : {0U, 0xE4C1U, 0xE4CBU, 0x1E4CAU, 0xFFFFFFFFU}) {
         expectRefused(FG_DEVICETAPGEOMETRY, code, -6000);
     }
 }
 
 TEST_F(RegionOfInterest, CameraTypeAndDvalAreTranslated) {
     const struct {
-        int32_t id;
-        int32_t value;
+        std::int32_t id;
+        std::int32_t value;
         const char* write;
     } cases[] = {
         {FG_CAMERA_LINK_CAMTYPE, 210, "Device1_Process0_Camera_Format=1"},
@@ -256,12 +256,12 @@ TEST_F(RegionOfInterest, CameraTypeAndDvalAreTranslated) {
     };
     for (const auto& row : cases) {
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAre(row.write));
-        EXPECT_EQ(board_.get<int32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::int32_t>(row.id), row.value);
     }
-    for (const int32_t type : {0, 207, 209, 211, 213, -208}) {
+    for (const std::int32_t type : {0, 207, 209, 211, 213, -208}) {
         expectRefused(FG_CAMERA_LINK_CAMTYPE, type, -6000);
     }
-    for (const int32_t use : {2, -1}) {
+    for (const std::int32_t use : {2, -1}) {
         expectRefused(FG_USEDVAL, use, -6000);
     }
 }

@@ -9,7 +9,7 @@ namespace {
 class Registry : public BoardTest {};
 
 TEST_F(Registry, EveryFixedParameterIsFoundByIndexAndName) {
-    ASSERT_EQ(applet_->Fg_getNrOfParameter(board_), static_cast<int32_t>(std::size(expectedParameters)));
+    ASSERT_EQ(applet_->Fg_getNrOfParameter(board_), static_cast<std::int32_t>(std::size(expectedParameters)));
     for (const ExpectedParameter& row : expectedParameters) {
         EXPECT_STREQ(applet_->Fg_getParameterName(board_, row.index), row.name);
         EXPECT_EQ(applet_->Fg_getParameterId(board_, row.index), row.id) << row.name;
@@ -19,7 +19,7 @@ TEST_F(Registry, EveryFixedParameterIsFoundByIndexAndName) {
 }
 
 TEST_F(Registry, WhatIsNotThereIsUnknown) {
-    for (const int32_t index : {-1, fixedCount, 1000, INT32_MIN, INT32_MAX}) {
+    for (const std::int32_t index : {-1, fixedCount, 1000, INT32_MIN, INT32_MAX}) {
         ASSERT_EQ(board_.findId("FG_WIDTH"), 100);
         EXPECT_EQ(applet_->Fg_getParameterName(board_, index), nullptr) << index;
         EXPECT_EQ(lastError(board_), -2070);
@@ -34,7 +34,7 @@ TEST_F(Registry, WhatIsNotThereIsUnknown) {
 }
 
 TEST_F(Registry, DescriptionsAreAskedForByName) {
-    constexpr int32_t descriptionQuery = 24114;
+    constexpr std::int32_t descriptionQuery = 24114;
     for (const ExpectedParameter& row : expectedParameters) {
         std::string text = row.name;
         EXPECT_EQ(board_.get(descriptionQuery, text), 0) << row.name;

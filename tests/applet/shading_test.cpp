@@ -19,43 +19,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int32_t planeLimit = 8192;
-constexpr uint16_t defective = 65535;
+constexpr std::int32_t planeLimit = 8192;
+constexpr std::uint16_t defective = 65535;
 const std::string prefix = "Device1_Process0_Shading_";
 
 struct Picture {
-    int32_t width, height, bits;
-    std::vector<uint32_t> samples;
-    int32_t samplesPerPixel = 1;
+    std::int32_t width, height, bits;
+    std::vector<std::uint32_t> samples;
+    std::int32_t samplesPerPixel = 1;
 };
 
 /** Writes an uncompressed little-endian TIFF. */
 void writeTiff(const std::string& path, const Picture& picture) {
     std::string file("II*\0\0\0\0\0", 8);
-    const auto put = [&](uint64_t value, int bytes) {
+    const auto put = [&](std::uint64_t value, int bytes) {
         for (int i = 0; i < bytes; ++i, value >>= 8) {
             file += static_cast<char>(value & 0xFF);
         }
     };
-    for (const uint32_t sample : picture.samples) {
+    for (const std::uint32_t sample : picture.samples) {
         put(sample, picture.bits / 8);
     }
-    const uint64_t directory = file.size() + file.size() % 2;
+    const std::uint64_t directory = file.size() + file.size() % 2;
     file.resize(directory);
-    const std::pair<int, uint64_t> tags[] = {
-        {256, static_cast<uint64_t>(picture.width)},
-        {257, static_cast<uint64_t>(picture.height)},
-        {258, static_cast<uint64_t>(picture.bits)}, // one value for each sample is allowed for
+    const std::pair<int, std::uint64_t> tags[] = {
+        {256, static_cast<std::uint64_t>(picture.width)},
+        {257, static_cast<std::uint64_t>(picture.height)},
+        {258, static_cast<std::uint64_t>(picture.bits)}, // one value for each sample is allowed for
         {259, 1},
         {262, picture.samplesPerPixel == 1 ? 1 : 2},
         {273, 8},
-        {277, static_cast<uint64_t>(picture.samplesPerPixel)},
-        {278, static_cast<uint64_t>(picture.height)},
+        {277, static_cast<std::uint64_t>(picture.samplesPerPixel)},
+        {278, static_cast<std::uint64_t>(picture.height)},
         {279, directory - 8},
     };
     put(std::size(tags), 2);
     for (const auto& [tag, value] : tags) {
-        put(static_cast<uint64_t>(tag), 2);
+        put(static_cast<std::uint64_t>(tag), 2);
         put(4, 2);
         put(1, 4);
         put(value, 4);
@@ -68,10 +68,10 @@ void writeTiff(const std::string& path, const Picture& picture) {
 }
 
 /** The plane that a board's design has loaded last; empty before the first. */
-std::span<const uint16_t> loadedPlane(const Board& board, uint32_t buffer) {
-    const uint16_t* pixels = nullptr;
-    int32_t width = 0;
-    int32_t height = 0;
+std::span<const std::uint16_t> loadedPlane(const Board& board, std::uint32_t buffer) {
+    const std::uint16_t* pixels = nullptr;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
     if (board.applet().virtualBoard()->coefficients(board.virtualBoard(), buffer, &pixels, &width, &height) != 0) {
         return {};
     }
@@ -82,23 +82,23 @@ std::span<const uint16_t> loadedPlane(const Board& board, uint32_t buffer) {
 
 class Shading : public BoardTest {
   protected:
-    void use(int32_t id, const char* name, const Picture& picture) {
+    void use(std::int32_t id, const char* name, const Picture& picture) {
         writeTiff(folder_.file(name), picture);
         ASSERT_EQ(board_.set(id, folder_.file(name)), 0);
     }
     void useBlack(const Picture& picture) { use(FG_SHADING_BLACK_FILENAME, "black.tif", picture); }
     void useGray(const Picture& picture) { use(FG_SHADING_GRAY_FILENAME, "gray.tif", picture); }
-    int32_t apply() { return board_.set(FG_SHADING_APPLY_SETTINGS, int32_t{FG_APPLY}); }
+    std::int32_t apply() { return board_.set(FG_SHADING_APPLY_SETTINGS, std::int32_t{FG_APPLY}); }
     double normalization() const { return board_.get<double>(FG_SHADING_GAIN_NORMALIZATION_VALUE); }
 
-    uint16_t offset(int32_t x, int32_t y) const { return loaded(0, x, y); }
-    uint16_t gain(int32_t x, int32_t y) const { return loaded(1, x, y); }
-    uint16_t loaded(uint32_t buffer, int32_t x, int32_t y) const {
+    std::uint16_t offset(std::int32_t x, std::int32_t y) const { return loaded(0, x, y); }
+    std::uint16_t gain(std::int32_t x, std::int32_t y) const { return loaded(1, x, y); }
+    std::uint16_t loaded(std::uint32_t buffer, std::int32_t x, std::int32_t y) const {
         const auto plane = loadedPlane(board_, buffer);
-        return plane.empty() ? uint16_t{0} : plane[static_cast<size_t>(y * planeLimit + x)];
+        return plane.empty() ? std::uint16_t{0} : plane[static_cast<size_t>(y * planeLimit + x)];
     }
     /** How many coefficients of a loaded plane differ from `value`. */
-    std::ptrdiff_t others(uint32_t buffer, uint16_t value) const {
+    std::ptrdiff_t others(std::uint32_t buffer, std::uint16_t value) const {
         const auto plane = loadedPlane(board_, buffer);
         return static_cast<std::ptrdiff_t>(plane.size()) - std::ranges::count(plane, value);
     }
@@ -116,7 +116,7 @@ TEST_F(Shading, SettingsAreCheckedAndWritten) {
     EXPECT_THAT(writesOfSet(FG_SHADING_GAIN_ENABLE, 1), ElementsAre(prefix + "EnableGain_Enable_Value=1"));
     EXPECT_THAT(writesOfSet(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, 1U),
                 ElementsAre("Device1_Process0_NoiseFilter_EnableDeadPixelReplacement_Value=1"));
-    for (const int32_t id : {FG_SHADING_OFFSET_ENABLE, FG_SHADING_GAIN_ENABLE}) {
+    for (const std::int32_t id : {FG_SHADING_OFFSET_ENABLE, FG_SHADING_GAIN_ENABLE}) {
         expectRefused(id, 2, -6000);
         expectRollBackAtEachWrite(id, 0);
     }
@@ -135,9 +135,9 @@ TEST_F(Shading, TheModeDecidesOverTheNormalizationValue) {
     EXPECT_EQ(normalization(), 4095.0);
     EXPECT_EQ(access(), 1);
     const struct {
-        uint32_t mode;
+        std::uint32_t mode;
         double value;
-        int32_t access;
+        std::int32_t access;
     } steps[] = {{FG_MEAN_VALUE, 0.0, 1},
                  {FG_CUSTOM_VALUE, 0.0, 7},
                  {FG_MAX_RANGE, 4095.0, 1},
@@ -177,8 +177,8 @@ TEST_F(Shading, BlackAloneMakesOffsets) {
 TEST_F(Shading, TemporaryFilesAreNumberedByTheSystemsMilliseconds) {
     useBlack({1, 1, 8, {1}});
     const auto start = std::chrono::steady_clock::now();
-    std::vector<uint64_t> numbers;
-    for (const int32_t set : {1, 2}) {
+    std::vector<std::uint64_t> numbers;
+    for (const std::int32_t set : {1, 2}) {
         const std::vector<std::string> writes = writesOf(board_, [&] { EXPECT_EQ(apply(), 0) << set; });
         for (const std::string& write : {writes.at(0), writes.at(2)}) {
             const std::string name = write.substr(write.find('=') + 1);
@@ -186,7 +186,7 @@ TEST_F(Shading, TemporaryFilesAreNumberedByTheSystemsMilliseconds) {
             ASSERT_THAT(name, testing::AllOf(testing::HasSubstr("coef-"), testing::EndsWith(".tiff")));
             const std::string number = name.substr(name.rfind("coef-") + 5, name.size() - name.rfind("coef-") - 10);
             ASSERT_EQ(number.size(), 6U) << name;
-            uint64_t value = 0;
+            std::uint64_t value = 0;
             for (size_t digit = 6; digit-- > 0;) { // the least significant one comes first
                 const size_t found =
                     std::string("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789").find(number[digit]);
@@ -198,14 +198,14 @@ TEST_F(Shading, TemporaryFilesAreNumberedByTheSystemsMilliseconds) {
     }
     // Each file adds the time to the number before, modulo 62^6: what is added grows by the time between the files.
     const auto passed = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
-    constexpr uint64_t modulus = 62ULL * 62 * 62 * 62 * 62 * 62;
-    std::vector<uint64_t> added;
+    constexpr std::uint64_t modulus = 62ULL * 62 * 62 * 62 * 62 * 62;
+    std::vector<std::uint64_t> added;
     for (size_t i = 1; i < numbers.size(); ++i) {
         added.push_back((numbers[i] + modulus - numbers[i - 1]) % modulus);
     }
     EXPECT_TRUE(std::ranges::is_sorted(added));
     EXPECT_GT(added.back(), added.front());
-    EXPECT_LE(added.back() - added.front(), static_cast<uint64_t>(passed) + 32) << "a clock tick of the system's";
+    EXPECT_LE(added.back() - added.front(), static_cast<std::uint64_t>(passed) + 32) << "a clock tick of the system's";
 }
 
 TEST_F(Shading, EveryModeReachesItsTarget) {
@@ -213,9 +213,9 @@ TEST_F(Shading, EveryModeReachesItsTarget) {
     const Picture gray{2, 2, 16, {65535, 32768, 16384, 0}};
     const Picture black{2, 1, 16, {0, 16384}};
     const struct {
-        uint32_t mode;
+        std::uint32_t mode;
         double normalization;
-        std::vector<uint16_t> gains; // of both rows
+        std::vector<std::uint16_t> gains; // of both rows
     } cases[] = {
         {FG_MAX_VALUE, 4095.0, {4096, 16384, 16384, 65535}},
         {FG_MAX_RANGE, 4095.0, {4096, 16384, 16384, 65535}},
@@ -232,7 +232,7 @@ TEST_F(Shading, EveryModeReachesItsTarget) {
         }
         EXPECT_EQ(apply(), 0);
         EXPECT_NEAR(normalization(), one.normalization, 1e-9);
-        const std::vector<uint16_t> gains{gain(0, 0), gain(1, 0), gain(0, 1), gain(1, 1)};
+        const std::vector<std::uint16_t> gains{gain(0, 0), gain(1, 0), gain(0, 1), gain(1, 1)};
         EXPECT_EQ(gains, one.gains);
         EXPECT_EQ(others(1, 4096), one.gains[0] == 4096 ? 3 : 4);
         EXPECT_EQ(offset(1, 0), 16384);
@@ -241,7 +241,7 @@ TEST_F(Shading, EveryModeReachesItsTarget) {
 
     useGray({3, 1, 8, {200, 100, 50}}); // depths mix; a black image brighter than the grey one makes gains saturate
     useBlack({3, 1, 16, {0, 257 * 50, 257 * 60}});
-    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_MAX_VALUE}), 0);
+    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_MAX_VALUE}), 0);
     EXPECT_EQ(apply(), 0);
     EXPECT_NEAR(normalization(), 200 / 255.0 * 4095, 1e-9);
     EXPECT_EQ(gain(0, 0), 4096);
@@ -264,14 +264,14 @@ TEST_F(Shading, DefectivePixelsAreMarkedWhereBothImagesAre) {
     useGray({4, 1, 16, {65532, 65531, 65535, 65532}});
     EXPECT_EQ(apply(), 0);
     EXPECT_EQ((std::array{offset(0, 0), offset(1, 0), offset(2, 0), offset(3, 0)}),
-              (std::array<uint16_t, 4>{3, defective, defective, 0}));
+              (std::array<std::uint16_t, 4>{3, defective, defective, 0}));
     ASSERT_EQ(board_.set(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE, 0U), 0);
     EXPECT_EQ(apply(), 0);
     EXPECT_EQ(offset(2, 0), 4);
 }
 
 TEST_F(Shading, PixelsBeyondThePlanesCountForTheTargetAlone) {
-    Picture gray{planeLimit + 2, 1, 16, std::vector<uint32_t>(planeLimit + 2, 20000)};
+    Picture gray{planeLimit + 2, 1, 16, std::vector<std::uint32_t>(planeLimit + 2, 20000)};
     gray.samples.back() = 40000;
     useGray(gray);
     EXPECT_EQ(apply(), 0);
@@ -285,14 +285,14 @@ TEST_F(Shading, EveryFailureHasItsCodeAndLeavesNothingBehind) {
     const std::string missing = folder_.file("missing.tif");
     useBlack(good);
     useGray(good);
-    const auto expectFailure = [&](int32_t code, const char* what) {
+    const auto expectFailure = [&](std::int32_t code, const char* what) {
         SCOPED_TRACE(what);
         EXPECT_EQ(apply(), code);
         EXPECT_EQ(lastError(board_), code);
-        EXPECT_EQ(board_.get<int32_t>(FG_SHADING_APPLY_SETTINGS), FG_APPLY);
+        EXPECT_EQ(board_.get<std::int32_t>(FG_SHADING_APPLY_SETTINGS), FG_APPLY);
         expectTidy();
     };
-    for (const int32_t id : {FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME}) {
+    for (const std::int32_t id : {FG_SHADING_BLACK_FILENAME, FG_SHADING_GRAY_FILENAME}) {
         const std::string used = board_.get<std::string>(id);
         ASSERT_EQ(board_.set(id, missing), 0);
         expectFailure(-2076, "no such file");
@@ -303,15 +303,15 @@ TEST_F(Shading, EveryFailureHasItsCodeAndLeavesNothingBehind) {
         ASSERT_EQ(board_.set(id, used), 0);
     }
     useBlack({2, 1, 8, {200, 200}});
-    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_MEAN_VALUE}), 0);
+    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_MEAN_VALUE}), 0);
     expectFailure(-6000, "a black image brighter than the grey one");
     EXPECT_EQ(normalization(), 0.0);
     useBlack(good);
-    for (uint32_t image = 0; image < 2; ++image) {
+    for (std::uint32_t image = 0; image < 2; ++image) {
         control().fail(nullptr, "writeImage", nullptr, image, 1, injected);
         expectFailure(-1, "a coefficient image cannot be written");
     }
-    for (uint32_t write = 0; write < 4; ++write) {
+    for (std::uint32_t write = 0; write < 4; ++write) {
         control().fail(board_.virtualBoard(), nullptr, nullptr, write, 1, injected);
         expectFailure(injected, "a design write");
     }
@@ -324,7 +324,7 @@ TEST_F(Shading, EveryFailureHasItsCodeAndLeavesNothingBehind) {
 
 TEST_F(Shading, FilesOfOtherProgramsAreRead) {
     // The mean over every pixel shows that all of them arrived. Nothing needs to be loaded for that.
-    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_MEAN_VALUE}), 0);
+    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_MEAN_VALUE}), 0);
     const auto meanOf = [](bool wide, bool negative) {
         double sum = 0.0;
         for (int y = 0; y < 23; ++y) {
@@ -364,7 +364,7 @@ TEST_F(Shading, LinesAreWrittenThroughAnAccess) {
     ASSERT_NE(access, nullptr);
     EXPECT_EQ(lastError(board_), 0);
 
-    const auto expectMisuse = [&](int32_t result) {
+    const auto expectMisuse = [&](std::int32_t result) {
         EXPECT_EQ(result, -2070);
         EXPECT_EQ(lastError(board_), -2070);
     };
@@ -387,7 +387,7 @@ TEST_F(Shading, LinesAreWrittenThroughAnAccess) {
         expectMisuse(applet->Shad_SetFixedPatternNoiseLine(board_, access, x, channel, 1));
     }
 
-    const auto setAll = [&](int32_t x, float sub, float mult, int32_t on) {
+    const auto setAll = [&](std::int32_t x, float sub, float mult, std::int32_t on) {
         EXPECT_EQ(applet->Shad_SetSubValueLine(board_, access, x, 0, sub), 0);
         EXPECT_EQ(applet->Shad_SetMultValueLine(board_, access, x, 0, mult), 0);
         EXPECT_EQ(applet->Shad_SetFixedPatternNoiseLine(board_, access, x, 0, on), 0);
@@ -399,7 +399,7 @@ TEST_F(Shading, LinesAreWrittenThroughAnAccess) {
     EXPECT_EQ(applet->Shad_SetSubValueLine(board_, access, 0, 0, 9.0F), 0);
     EXPECT_EQ(applet->Shad_WriteActLine(board_, access, planeLimit + 1), -6000);
     EXPECT_EQ(applet->Shad_WriteActLine(board_, access, planeLimit - 1), 0); // it was still pending
-    for (const int32_t line : {planeLimit, -1, std::numeric_limits<int32_t>::min()}) {
+    for (const std::int32_t line : {planeLimit, -1, std::numeric_limits<std::int32_t>::min()}) {
         setAll(5, 100.0F, 2.0F, 1);
         EXPECT_EQ(applet->Shad_WriteActLine(board_, access, line), 0); // goes nowhere
     }
@@ -416,7 +416,7 @@ TEST_F(Shading, LinesAreWrittenThroughAnAccess) {
     // The planes keep what a failing computation knew, and releasing an access loads them.
     useGray({2, 1, 8, {10, 20}});
     useBlack({2, 1, 8, {100, 200}});
-    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, uint32_t{FG_MEAN_VALUE}), 0);
+    ASSERT_EQ(board_.set(FG_SHADING_GAIN_CORRECTION_MODE, std::uint32_t{FG_MEAN_VALUE}), 0);
     EXPECT_EQ(apply(), -6000);
     EXPECT_EQ(applet->Shad_GetAccess(board_, access), 0);
     EXPECT_EQ(applet->Shad_FreeAccess(board_, access), 0);
@@ -437,10 +437,10 @@ TEST_F(Shading, TwoBoardsComputeSideBySide) {
     Board other(applet_);
     writeTiff(folder_.file("one.tif"), {1, 1, 16, {1111}});
     writeTiff(folder_.file("two.tif"), {1, 1, 16, {2222}});
-    const auto run = [&](Board& board, const std::string& file, uint16_t expected) {
+    const auto run = [&](Board& board, const std::string& file, std::uint16_t expected) {
         EXPECT_EQ(board.set(FG_SHADING_BLACK_FILENAME, file), 0);
         for (int round = 0; round < 2; ++round) {
-            EXPECT_EQ(board.set(FG_SHADING_APPLY_SETTINGS, int32_t{FG_APPLY}), 0);
+            EXPECT_EQ(board.set(FG_SHADING_APPLY_SETTINGS, std::int32_t{FG_APPLY}), 0);
             EXPECT_EQ(loadedPlane(board, 0)[0], expected);
         }
     };
@@ -461,9 +461,9 @@ TEST_F(Shading, MissingMemoryIsToldApart) {
     rlimit small = before;
     small.rlim_cur = pages * 4096 + (rlim_t{100} << 20); // less than a plane
     ASSERT_EQ(setrlimit(RLIMIT_AS, &small), 0);
-    const int32_t applied = apply();
+    const std::int32_t applied = apply();
     const ShadingAccess* access = board_.applet()->Fg_AllocShading(board_, 0, 0);
-    const int32_t error = lastError(board_);
+    const std::int32_t error = lastError(board_);
     ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
     EXPECT_EQ(applied, -2020);
     EXPECT_EQ(access, nullptr);

@@ -11,8 +11,8 @@ class CameraSimulator : public BoardTest {};
 
 TEST_F(CameraSimulator, RegistersGetWhatTheParametersSay) {
     const struct {
-        int32_t id;
-        uint32_t value;
+        std::int32_t id;
+        std::uint32_t value;
         std::vector<std::string> writes;
     } cases[] = {
         {FG_GEN_ENABLE, 1, {"AAGenEnable=1"}},
@@ -33,17 +33,17 @@ TEST_F(CameraSimulator, RegistersGetWhatTheParametersSay) {
     };
     for (const auto& row : cases) {
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAreArray(row.writes));
-        EXPECT_EQ(board_.get<uint32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::uint32_t>(row.id), row.value);
     }
     EXPECT_EQ(peekRegister("AAGenHeight"), 0xFFFFFFFFU);
-    EXPECT_EQ(board_.get<uint32_t>(FG_GEN_LINE_WIDTH), 131070U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_GEN_LINE_WIDTH), 131070U);
 
-    for (const int32_t id : {FG_GEN_WIDTH, FG_GEN_HEIGHT, FG_GEN_LINE_GAP}) {
+    for (const std::int32_t id : {FG_GEN_WIDTH, FG_GEN_HEIGHT, FG_GEN_LINE_GAP}) {
         expectRefused(id, 65536U, -6000);
         expectRefused(id, 0xFFFFFFFFU, -6000);
     }
     expectRefused(FG_GEN_ROLL, 256U, -6000);
-    for (const int32_t id : {FG_GEN_ENABLE, FG_GEN_START}) {
+    for (const std::int32_t id : {FG_GEN_ENABLE, FG_GEN_START}) {
         expectRefused(id, 2U, -6000);
         expectRefused(id, 0xFFFFFFFFU, -6000);
     }
@@ -51,8 +51,8 @@ TEST_F(CameraSimulator, RegistersGetWhatTheParametersSay) {
 
 TEST_F(CameraSimulator, TheTapsShareOneMask) {
     const struct {
-        int32_t id;
-        int32_t value;
+        std::int32_t id;
+        std::int32_t value;
         const char* write;
     } steps[] = {
         {FG_GEN_TAP1, 0, "AAGenMask=14"}, {FG_GEN_TAP3, 0, "AAGenMask=10"}, {FG_GEN_TAP3, 0, "AAGenMask=10"},
@@ -61,16 +61,16 @@ TEST_F(CameraSimulator, TheTapsShareOneMask) {
     };
     for (const auto& step : steps) {
         EXPECT_THAT(writesOfSet(step.id, step.value), ElementsAre(step.write));
-        EXPECT_EQ(board_.get<int32_t>(step.id), step.value);
+        EXPECT_EQ(board_.get<std::int32_t>(step.id), step.value);
     }
-    for (const int32_t id : {FG_GEN_TAP1, FG_GEN_TAP2, FG_GEN_TAP3, FG_GEN_TAP4}) {
+    for (const std::int32_t id : {FG_GEN_TAP1, FG_GEN_TAP2, FG_GEN_TAP3, FG_GEN_TAP4}) {
         expectRefused(id, 2, -6000);
         expectRefused(id, -1, -6000);
     }
     // A tap whose write fails leaves the mask that the others build upon.
     control().fail(board_.virtualBoard(), "writeRegister", "AAGenMask", 0, 1, injected);
     EXPECT_EQ(board_.set(FG_GEN_TAP2, 0), injected);
-    EXPECT_EQ(board_.get<int32_t>(FG_GEN_TAP2), 1);
+    EXPECT_EQ(board_.get<std::int32_t>(FG_GEN_TAP2), 1);
     EXPECT_THAT(writesOfSet(FG_GEN_TAP4, 0), ElementsAre("AAGenMask=7"));
 }
 
@@ -79,8 +79,8 @@ TEST_F(CameraSimulator, FrequencyAndAccuracyBoundEachOther) {
     const struct {
         bool isFrequency;
         double value;
-        int32_t code;
-        uint32_t active, passive;
+        std::int32_t code;
+        std::uint32_t active, passive;
     } steps[] = {
         {true, 40.0, 0, 8, 17},        // 25 * 40 / 125 = 8
         {true, 2.0, -6000, 8, 17},     // at least ceil(62.5 / 25) = 3
@@ -118,19 +118,19 @@ TEST_F(CameraSimulator, FrequencyAndAccuracyBoundEachOther) {
                              [&] {
                                  EXPECT_EQ(step.isFrequency
                                                ? board_.set(FG_GEN_FREQ, step.value)
-                                               : board_.set(FG_GEN_ACCURACY, static_cast<uint32_t>(step.value)),
+                                               : board_.set(FG_GEN_ACCURACY, static_cast<std::uint32_t>(step.value)),
                                            step.code);
                              }),
                     ElementsAreArray(expected));
-        EXPECT_EQ(board_.get<uint32_t>(FG_GEN_ACTIVE), step.active);
-        EXPECT_EQ(board_.get<uint32_t>(FG_GEN_PASSIVE), step.passive);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_GEN_ACTIVE), step.active);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_GEN_PASSIVE), step.passive);
     }
 }
 
 TEST_F(CameraSimulator, TheAccuracyMovesTheFrequencysRange) {
     EXPECT_EQ(described(board_, "FG_GEN_FREQ").minimum, 3.0);
     const struct {
-        uint32_t accuracy;
+        std::uint32_t accuracy;
         double minimum;
     } cases[] = {{100, 1.0}, {10, 7.0}, {2, 32.0}};
     for (const auto& row : cases) {
@@ -152,7 +152,7 @@ TEST_F(CameraSimulator, AFailingRegisterRollsTheValueBack) {
     expectRollBackAtEachWrite(FG_GEN_FREQ, 62.5);
     expectRollBackAtEachWrite(FG_GEN_ACCURACY, 50U);
     expectRollBackAtEachWrite(FG_GEN_ROLL, 9U);
-    expectRollBackAtEachWrite(FG_GEN_TAP3, int32_t{FG_OFF});
+    expectRollBackAtEachWrite(FG_GEN_TAP3, std::int32_t{FG_OFF});
 }
 
 } // namespace

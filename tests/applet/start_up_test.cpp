@@ -107,7 +107,7 @@ TEST(StartUp, MakesItsCallsInOrder) {
 TEST(StartUp, BringsWhatNoConfigurationHolds) {
     const Applet applet;
     const Board board(applet);
-    const std::pair<int32_t, uint32_t> values[] = {
+    const std::pair<std::int32_t, std::uint32_t> values[] = {
         {FG_GEN_ACTIVE, 8},
         {FG_GEN_PASSIVE, 17},
         {FG_GEN_LINE_WIDTH, 2052},
@@ -119,7 +119,7 @@ TEST(StartUp, BringsWhatNoConfigurationHolds) {
         {FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR, FG_APPLY},
     };
     for (const auto& [id, value] : values) {
-        EXPECT_EQ(board.get<uint32_t>(id), value) << id;
+        EXPECT_EQ(board.get<std::uint32_t>(id), value) << id;
     }
     EXPECT_EQ(board.get<std::string>(FG_LUT_SAVE_FILE), "");
 }
@@ -131,20 +131,20 @@ TEST(StartUp, ARefusedInitialSettingIsSkipped) {
     applet.virtualBoard()->fail(nullptr, "writeRegister", "AAGenMask", 0, 1, injected); // the clearing one
     Board board(applet);
     applet.virtualBoard()->clearFaults();
-    EXPECT_EQ(board.get<uint32_t>(FG_USEDVAL), 1U) << "as constructed";
-    EXPECT_EQ(board.get<uint32_t>(FG_TIMEOUT), 1000000U);
-    EXPECT_EQ(board.get<uint32_t>(FG_NOISEFILTER), 0U);
+    EXPECT_EQ(board.get<std::uint32_t>(FG_USEDVAL), 1U) << "as constructed";
+    EXPECT_EQ(board.get<std::uint32_t>(FG_TIMEOUT), 1000000U);
+    EXPECT_EQ(board.get<std::uint32_t>(FG_NOISEFILTER), 0U);
     // The mask that could not be cleared is still held for the design's own, all taps on.
-    EXPECT_THAT(writesOf(board, [&] { board.set(FG_GEN_TAP2, int32_t{FG_OFF}); }), ElementsAre("AAGenMask=13"));
+    EXPECT_THAT(writesOf(board, [&] { board.set(FG_GEN_TAP2, std::int32_t{FG_OFF}); }), ElementsAre("AAGenMask=13"));
 }
 
 struct Failure {
     const char* what;
-    int32_t mode = 0;
+    std::int32_t mode = 0;
     const char* failingCall = nullptr;
-    int32_t failingCode = 0;
+    std::int32_t failingCode = 0;
     const char* runtimeVariant = nullptr;
-    int32_t code = 0;
+    std::int32_t code = 0;
 };
 
 TEST(StartUp, TheNormalisationValueIsReadOnlyAlsoWhenTheGainDefaultCannotBeWritten) {
@@ -181,7 +181,7 @@ TEST(StartUp, FailsWithItsCodeAndLeavesNothingOpen) {
                 control.fail(nullptr, failure.failingCall, nullptr, 0, 2, failure.failingCode);
             }
             control.traceStart();
-            int32_t error = 1;
+            std::int32_t error = 1;
             EXPECT_EQ(applet->Std_entry(board, &error, failure.mode), nullptr);
             EXPECT_EQ(error, failure.code);
             EXPECT_EQ(applet->Std_entry(board, nullptr, failure.mode), nullptr);
@@ -253,13 +253,13 @@ TEST(IncompleteRuntime, WithoutItsLastErrorANegativeResultRecordsNotAvailable) {
 }
 
 TEST(IncompleteRuntime, WithoutParameterAccessAnswersNotAvailableAndKeepsTheOldValue) {
-    uint32_t value = 7;
+    std::uint32_t value = 7;
     {
         RuntimeWithout lacking("without_set_parameter");
         Board& board = lacking.board();
         EXPECT_EQ(board.set(FG_TIMEOUT, value), -12);
         EXPECT_EQ(lastError(board), -12);
-        EXPECT_EQ(board.get<uint32_t>(FG_TIMEOUT), 1000000U);
+        EXPECT_EQ(board.get<std::uint32_t>(FG_TIMEOUT), 1000000U);
         EXPECT_EQ(board.set(2000600, value), -12);
         EXPECT_EQ(board.get(2000600, value), -12);
         EXPECT_EQ(board.get(FG_NR_OF_DMAS, value), -12);
@@ -271,7 +271,7 @@ TEST(IncompleteRuntime, WithoutParameterAccessAnswersNotAvailableAndKeepsTheOldV
         RuntimeWithout lacking("without_typed");
         Board& board = lacking.board();
         EXPECT_EQ(board.set(FG_WIDTH, 512U), -12);
-        EXPECT_EQ(board.get<uint32_t>(FG_WIDTH), 1024U);
+        EXPECT_EQ(board.get<std::uint32_t>(FG_WIDTH), 1024U);
         EXPECT_EQ(board.get(FG_OVERFLOW, value), -12);
         EXPECT_EQ(lastError(board), -12);
         EXPECT_EQ(board.set(FG_TIMEOUT, 7U), 0);
@@ -315,8 +315,8 @@ TEST(StartUpWithoutImage, FailsAndLeavesTheObjectAllocated) {
             if (row.failingCall != nullptr) {
                 control.fail(nullptr, row.failingCall, nullptr, 0, 2, injected);
             }
-            const int32_t handles = control.resources().runtimeHandles;
-            int32_t error = 0;
+            const std::int32_t handles = control.resources().runtimeHandles;
+            std::int32_t error = 0;
             EXPECT_EQ(applet->Std_entry(board, &error, 0), nullptr);
             EXPECT_EQ(error, -100);
             EXPECT_EQ(applet->Std_entry(board, nullptr, 0), nullptr);
@@ -341,7 +341,7 @@ TEST(StartUpWithoutImage, TheFileIsTakenWheneverTheVariableIsSet) {
             fs::remove(hapFile);
             EXPECT_THROW(Board{applet}, host::AppletError);
         }
-        uintptr_t length = 0;
+        std::uintptr_t length = 0;
         const char* address = nullptr;
         applet->Info(1042, 0, 0, &length, &address);
         std::ofstream(hapFile, std::ios::binary).write(address, static_cast<std::streamsize>(length));

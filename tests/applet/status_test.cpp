@@ -12,8 +12,8 @@ class Status : public BoardTest {};
 
 TEST_F(Status, TimeoutAndDmaModeAreKeptAndHandedOn) {
     const struct {
-        int32_t id;
-        uint32_t value;
+        std::int32_t id;
+        std::uint32_t value;
         const char* write;
     } accepted[] = {
         {FG_TIMEOUT, 2, "FG_TIMEOUT=2"},
@@ -23,9 +23,9 @@ TEST_F(Status, TimeoutAndDmaModeAreKeptAndHandedOn) {
     };
     for (const auto& row : accepted) {
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAre(row.write));
-        EXPECT_EQ(board_.get<uint32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::uint32_t>(row.id), row.value);
     }
-    for (const uint32_t timeout : {0U, 1U, 2147483647U, 0xFFFFFFFFU}) {
+    for (const std::uint32_t timeout : {0U, 1U, 2147483647U, 0xFFFFFFFFU}) {
         expectRefused(FG_TIMEOUT, timeout, -6000);
     }
     expectRefused(FG_TURBO_DMA_MODE, 2U, -6000);
@@ -35,28 +35,28 @@ TEST_F(Status, TimeoutAndDmaModeAreKeptAndHandedOn) {
 }
 
 TEST_F(Status, TheRuntimeAnswersForItsParameters) {
-    for (const int32_t id : {601, 3050, 3060, 3070, 3080, 3090, 5210, 24092}) {
-        ASSERT_EQ(control().setRuntimeValue(board_.virtualBoard(), id, 0x1000U + static_cast<uint32_t>(id)), 0);
-        EXPECT_EQ(board_.get<uint32_t>(id), 0x1000U + static_cast<uint32_t>(id));
+    for (const std::int32_t id : {601, 3050, 3060, 3070, 3080, 3090, 5210, 24092}) {
+        ASSERT_EQ(control().setRuntimeValue(board_.virtualBoard(), id, 0x1000U + static_cast<std::uint32_t>(id)), 0);
+        EXPECT_EQ(board_.get<std::uint32_t>(id), 0x1000U + static_cast<std::uint32_t>(id));
         control().fail(board_.virtualBoard(), "Fg_getParameter", nullptr, 0, 1, injected);
-        uint32_t value = 7;
+        std::uint32_t value = 7;
         EXPECT_EQ(board_.get(id, value), injected);
         EXPECT_EQ(lastError(board_), injected);
     }
 }
 
 TEST_F(Status, ConstantsDescribeTheApplet) {
-    EXPECT_EQ(board_.get<uint32_t>(FG_APPLET_ID), 0U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_APPLET_VERSION), 2U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_APPLET_REVISION), 4U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_PIXELDEPTH), 12U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_APPLET_ID), 0U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_APPLET_VERSION), 2U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_APPLET_REVISION), 4U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_PIXELDEPTH), 12U);
     EXPECT_EQ(board_.get<std::string>(FG_HAP_FILE), "Zantor_Obvelline_Qx4_RK.hap");
 }
 
 TEST_F(Status, FillLevelOverflowAndCameraStatusAreReadFromTheBoard) {
     const struct {
-        uint32_t overflow, buffer0, buffer1, camera; // on the board
-        uint32_t fillLevel, extended;
+        std::uint32_t overflow, buffer0, buffer1, camera; // on the board
+        std::uint32_t fillLevel, extended;
     } cases[] = {
         {0, 0, 0, 0x00, 0, 0x00},    {0, 24, 7, 0x1F, 24, 0x1F},   {0, 24, 25, 0x00, 25, 0x40},
         {0, 49, 0, 0x01, 49, 0x41},  {0, 50, 49, 0x00, 50, 0x80},  {0, 3, 74, 0x00, 74, 0x80},
@@ -70,17 +70,17 @@ TEST_F(Status, FillLevelOverflowAndCameraStatusAreReadFromTheBoard) {
         poke(frameBuffer + "0_FillLevel", row.buffer0);
         poke(frameBuffer + "1_FillLevel", row.buffer1);
         control().setRuntimeValue(board_.virtualBoard(), FG_CAMSTATUS_EXTENDED, row.camera);
-        EXPECT_EQ(board_.get<uint32_t>(FG_OVERFLOW), row.overflow);
-        EXPECT_EQ(board_.get<uint32_t>(FG_FILLLEVEL), row.fillLevel);
-        EXPECT_EQ(board_.get<uint32_t>(FG_CAMSTATUS_EXTENDED), row.extended);
-        EXPECT_EQ(board_.get<uint32_t>(FG_CAMSTATUS), row.camera & 1U);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_OVERFLOW), row.overflow);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_FILLLEVEL), row.fillLevel);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_CAMSTATUS_EXTENDED), row.extended);
+        EXPECT_EQ(board_.get<std::uint32_t>(FG_CAMSTATUS), row.camera & 1U);
     }
 }
 
 TEST_F(Status, AReadThatFailsTellsItsCode) {
     const std::string buffer1 = frameBuffer + "1_FillLevel";
     const struct {
-        int32_t id;
+        std::int32_t id;
         const char* target;
     } cases[] = {
         {FG_OVERFLOW, overflow},           {FG_FILLLEVEL, overflow},
@@ -89,7 +89,7 @@ TEST_F(Status, AReadThatFailsTellsItsCode) {
     };
     for (const auto& row : cases) {
         control().fail(board_.virtualBoard(), nullptr, row.target, 0, 1, injected);
-        uint32_t value = 0;
+        std::uint32_t value = 0;
         EXPECT_EQ(board_.get(row.id, value), injected) << row.id << " without " << row.target;
         EXPECT_EQ(board_.get(row.id, value), 0);
     }

@@ -14,10 +14,10 @@ namespace {
 
 TEST_F(Trigger, TimesAndRatesConvertBothWays) {
     const struct {
-        int32_t id;
+        std::int32_t id;
         double value;
         std::string target;
-        uint32_t ticks;
+        std::uint32_t ticks;
         double told;
     } rows[] = {
         {FG_TRIGGERIN_DEBOUNCE, 0.096, trigger + "TriggerInput_Debounce8_Prescale_Period", 2, 0.096},
@@ -66,7 +66,7 @@ TEST_F(Trigger, WhatDoesNotFitTheTimingIsRefused) {
 
 TEST_F(Trigger, DownscalesAndPhasesBoundEachOther) {
     const struct {
-        int32_t downscale, phase;
+        std::int32_t downscale, phase;
         const char* phaseName;
         std::string target;
     } stages[] = {
@@ -84,7 +84,7 @@ TEST_F(Trigger, DownscalesAndPhasesBoundEachOther) {
         failWrites(0, 1);
         EXPECT_EQ(board_.set(stage.downscale, 6U), injected);
         control().clearFaults();
-        EXPECT_EQ(board_.get<uint32_t>(stage.downscale), 5U);
+        EXPECT_EQ(board_.get<std::uint32_t>(stage.downscale), 5U);
         EXPECT_EQ(maximumOf(board_, stage.phaseName), 4.0) << "a failed set moves no limit";
     }
     board_.change(FG_TRIGGERIN_DOWNSCALE, 0xFFFFFFFFU);
@@ -110,11 +110,11 @@ TEST_F(Trigger, TheQueueSetsThePeriodFirst) {
     EXPECT_THAT(writesOfSet(FG_TRIGGERQUEUE_MODE, FG_ON),
                 ElementsAre(period + "=7812490", full + "2040", enabled + "1"));
     EXPECT_EQ(maximumOf(board_, "FG_SENDSOFTWARETRIGGER"), 2040.0);
-    for (uint32_t position = 0; position < 3; ++position) {
+    for (std::uint32_t position = 0; position < 3; ++position) {
         failWrites(position, 1);
         EXPECT_EQ(board_.set(FG_TRIGGERQUEUE_MODE, FG_OFF), injected);
         control().clearFaults();
-        EXPECT_EQ(board_.get<int32_t>(FG_TRIGGERQUEUE_MODE), FG_ON);
+        EXPECT_EQ(board_.get<std::int32_t>(FG_TRIGGERQUEUE_MODE), FG_ON);
     }
     EXPECT_THAT(writesOfSet(FG_TRIGGERQUEUE_MODE, FG_OFF), ElementsAre(period + "=10", full + "1", enabled + "0"));
     EXPECT_EQ(maximumOf(board_, "FG_SENDSOFTWARETRIGGER"), 1.0);
@@ -125,11 +125,11 @@ TEST_F(Trigger, TheQueueSetsThePeriodFirst) {
 }
 
 TEST_F(Trigger, EveryLineTakesEverySelection) {
-    const uint32_t selects[] = {0, 1, 2, 3, 5, 5, 0, 1, 2, 3, 4, 4};
-    const uint32_t inverts[] = {0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 0, 1};
-    for (uint32_t value = 0; value < 12; ++value) {
+    const std::uint32_t selects[] = {0, 1, 2, 3, 5, 5, 0, 1, 2, 3, 4, 4};
+    const std::uint32_t inverts[] = {0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 0, 1};
+    for (std::uint32_t value = 0; value < 12; ++value) {
         for (size_t line = 0; line < 4; ++line) {
-            EXPECT_THAT(writesOfSet(FG_TRIGGERCC_SELECT0 + static_cast<int32_t>(line), value),
+            EXPECT_THAT(writesOfSet(FG_TRIGGERCC_SELECT0 + static_cast<std::int32_t>(line), value),
                         ElementsAreArray(route(cameraControl(line), selects[value], inverts[value])));
         }
         for (size_t line = 0; line < 8; ++line) {
@@ -144,7 +144,7 @@ TEST_F(Trigger, PlainSettingsAndCommandsReachTheirTargets) {
     EXPECT_THAT(writesOfSet(FG_TRIGGERIN_STATS_MINMAXFREQUENCY_CLEAR, 1U),
                 ElementsAre(unit + "InputStatistics_ClearMinMax_Value=1"));
     const struct {
-        int32_t id, value;
+        std::int32_t id, value;
         std::string write;
     } rows[] = {
         {FG_TRIGGERIN_POLARITY, LOW_ACTIVE, unit + "InputSelect_Polarity_Invert=1"},
@@ -158,21 +158,21 @@ TEST_F(Trigger, PlainSettingsAndCommandsReachTheirTargets) {
     };
     for (const auto& row : rows) {
         EXPECT_THAT(writesOfSet(row.id, row.value), ElementsAre(row.write));
-        EXPECT_EQ(board_.get<int32_t>(row.id), row.value);
+        EXPECT_EQ(board_.get<std::int32_t>(row.id), row.value);
     }
 }
 
 TEST_F(Trigger, StatusAnswersByModeAndState) {
-    const int32_t ids[] = {FG_DIGIO_INPUT,
-                           FG_TRIGGERQUEUE_FILLLEVEL,
-                           FG_TRIGGER_EXCEEDED_PERIOD_LIMITS,
-                           FG_MISSING_CAMERA_FRAME_RESPONSE,
-                           FG_SOFTWARETRIGGER_IS_BUSY,
-                           FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL};
+    const std::int32_t ids[] = {FG_DIGIO_INPUT,
+                                FG_TRIGGERQUEUE_FILLLEVEL,
+                                FG_TRIGGER_EXCEEDED_PERIOD_LIMITS,
+                                FG_MISSING_CAMERA_FRAME_RESPONSE,
+                                FG_SOFTWARETRIGGER_IS_BUSY,
+                                FG_SOFTWARETRIGGER_QUEUE_FILLLEVEL};
     const struct {
-        uint32_t mode, state;
-        uint32_t status, queue, over;
-        std::array<uint32_t, 6> answers;
+        std::uint32_t mode, state;
+        std::uint32_t status, queue, over;
+        std::array<std::uint32_t, 6> answers;
     } rows[] = {
         {ATM_GENERATOR, TS_ACTIVE, 7, 5, 0, {129, 0, 0, 1, 0, 0}},
         {ATM_EXTERNAL, TS_ACTIVE, 5, 5, 0, {129, 5, 1, 1, 0, 0}},
@@ -192,11 +192,11 @@ TEST_F(Trigger, StatusAnswersByModeAndState) {
         poke(queueValue, row.queue);
         poke(periodOver, row.over);
         for (size_t i = 0; i < std::size(ids); ++i) {
-            EXPECT_EQ(board_.get<uint32_t>(ids[i]), row.answers[i]) << ids[i];
+            EXPECT_EQ(board_.get<std::uint32_t>(ids[i]), row.answers[i]) << ids[i];
         }
     }
     const struct {
-        int32_t id;
+        std::int32_t id;
         const char* name;
     } frequencies[] = {{FG_TRIGGERIN_STATS_FREQUENCY, "ReadPeriod"},
                        {FG_TRIGGERIN_STATS_MINFREQUENCY, "ReadMin"},
@@ -209,8 +209,8 @@ TEST_F(Trigger, StatusAnswersByModeAndState) {
     }
     poke(unit + "InputStatistics_ReadPulses_Status", 17);
     poke(unit + "OutputStatistics_ReadPulses_Status", 18);
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGERIN_STATS_PULSECOUNT), 17U);
-    EXPECT_EQ(board_.get<uint32_t>(FG_TRIGGEROUT_STATS_PULSECOUNT), 18U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERIN_STATS_PULSECOUNT), 17U);
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGEROUT_STATS_PULSECOUNT), 18U);
 }
 
 /* -- Software trigger ---------------------------------------------------------------------------------------------- */
@@ -220,9 +220,9 @@ TEST_F(Trigger, SoftwareTriggersNeedTheirModeStateAndRoom) {
     EXPECT_EQ(board_.set(FG_SENDSOFTWARETRIGGER, 0U), -6000);
     EXPECT_EQ(board_.set(FG_SENDSOFTWARETRIGGER, 2U), -6000);
     EXPECT_EQ(board_.set(FG_SENDSOFTWARETRIGGER, 1U), -2140);
-    board_.change(FG_AREATRIGGERMODE, uint32_t{ATM_SOFTWARE});
+    board_.change(FG_AREATRIGGERMODE, std::uint32_t{ATM_SOFTWARE});
     EXPECT_EQ(board_.set(FG_SENDSOFTWARETRIGGER, 1U), -2141);
-    board_.change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
+    board_.change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
     poke(periodOver, 1);
     poke(queueValue, 0);
     EXPECT_THAT(writesOfSet(FG_SENDSOFTWARETRIGGER, 1U), ElementsAre(pulse));
@@ -235,7 +235,7 @@ TEST_F(Trigger, SoftwareTriggersNeedTheirModeStateAndRoom) {
     failWrites(3, 1);
     EXPECT_THAT(writesOf(board_, [&] { EXPECT_EQ(board_.set(FG_SENDSOFTWARETRIGGER, 9U), injected); }).size(), 4u);
     control().clearFaults();
-    EXPECT_EQ(board_.get<uint32_t>(FG_SENDSOFTWARETRIGGER), peek(unit + "TriggerMode_SoftwareTrigger_Mode"));
+    EXPECT_EQ(board_.get<std::uint32_t>(FG_SENDSOFTWARETRIGGER), peek(unit + "TriggerMode_SoftwareTrigger_Mode"));
 }
 
 } // namespace

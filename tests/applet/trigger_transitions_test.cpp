@@ -12,8 +12,8 @@ namespace {
 class Transitions : public Trigger {
   protected:
     Transitions() {
-        board_.change(FG_TRIGGERCC_SELECT1, uint32_t{CC_PULSEGEN2});
-        board_.change(FG_TRIGGEROUT_SELECT7, uint32_t{NOT_INPUT_BYPASS});
+        board_.change(FG_TRIGGERCC_SELECT1, std::uint32_t{CC_PULSEGEN2});
+        board_.change(FG_TRIGGEROUT_SELECT7, std::uint32_t{NOT_INPUT_BYPASS});
         const std::string clearQueue = unit + "Generators_ClearQueuePulse_Mode=";
         const std::string enableQueue = unit + "Generators_EnableQueue_Select=";
         const auto restart = [&](const char* queue) {
@@ -59,9 +59,9 @@ class Transitions : public Trigger {
 };
 
 TEST_F(Transitions, RunTheirActionsAndFailAtAnyOfThem) {
-    constexpr uint32_t g = ATM_GENERATOR, s = ATM_SOFTWARE, e = ATM_EXTERNAL;
-    constexpr uint32_t sync = TS_SYNC_STOP, async = TS_ASYNC_STOP, active = TS_ACTIVE;
-    using Change = std::array<uint32_t, 4>; // mode, state, new mode, new state
+    constexpr std::uint32_t g = ATM_GENERATOR, s = ATM_SOFTWARE, e = ATM_EXTERNAL;
+    constexpr std::uint32_t sync = TS_SYNC_STOP, async = TS_ASYNC_STOP, active = TS_ACTIVE;
+    using Change = std::array<std::uint32_t, 4>; // mode, state, new mode, new state
     const std::map<Change, const char*> rows = {
         {{g, sync, g, active}, "R G1"},
         {{g, sync, g, async}, "O0"},
@@ -89,13 +89,13 @@ TEST_F(Transitions, RunTheirActionsAndFailAtAnyOfThem) {
         {{e, active, e, sync}, "X0"},
     };
     size_t tried = 0;
-    for (const uint32_t oldMode : {g, s, e}) {
-        for (const uint32_t oldState : {sync, async, active}) {
+    for (const std::uint32_t oldMode : {g, s, e}) {
+        for (const std::uint32_t oldState : {sync, async, active}) {
             std::vector<Change> changes;
-            for (const uint32_t newMode : {g, s, e}) {
+            for (const std::uint32_t newMode : {g, s, e}) {
                 changes.push_back({oldMode, oldState, newMode, oldState});
             }
-            for (const uint32_t newState : {sync, async, active}) {
+            for (const std::uint32_t newState : {sync, async, active}) {
                 changes.push_back({oldMode, oldState, oldMode, newState});
             }
             for (const Change& change : changes) {
@@ -105,10 +105,10 @@ TEST_F(Transitions, RunTheirActionsAndFailAtAnyOfThem) {
                 tried += row != rows.end();
                 const Writes expected = row == rows.end() ? Writes{} : writesOfActions(row->second);
                 const bool ofMode = newMode != m;
-                const int32_t id = ofMode ? FG_AREATRIGGERMODE : FG_TRIGGERSTATE;
-                const uint32_t value = ofMode ? newMode : newState;
+                const std::int32_t id = ofMode ? FG_AREATRIGGERMODE : FG_TRIGGERSTATE;
+                const std::uint32_t value = ofMode ? newMode : newState;
                 enter(m, st);
-                for (uint32_t position = 0; position < expected.size(); ++position) {
+                for (std::uint32_t position = 0; position < expected.size(); ++position) {
                     failWrites(position, 1);
                     const Writes made = writesOf(board_, [&] { EXPECT_EQ(board_.set(id, value), injected); });
                     control().clearFaults();

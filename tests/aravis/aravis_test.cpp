@@ -42,9 +42,11 @@ class Aravis : public testing::TestWithParam<bool> {
             EXPECT_EQ(arv_gc_float_get_max(ARV_GC_FLOAT(node), &error), parameter.maximum);
         } else {
             ASSERT_TRUE(ARV_IS_GC_INTEGER_NODE(node));
-            EXPECT_EQ(arv_gc_integer_get_min(ARV_GC_INTEGER(node), &error), static_cast<int64_t>(parameter.minimum));
-            EXPECT_EQ(arv_gc_integer_get_max(ARV_GC_INTEGER(node), &error), static_cast<int64_t>(parameter.maximum));
-            const auto increment = parameter.increment == 0.0 ? 1 : static_cast<int64_t>(parameter.increment);
+            EXPECT_EQ(arv_gc_integer_get_min(ARV_GC_INTEGER(node), &error),
+                      static_cast<std::int64_t>(parameter.minimum));
+            EXPECT_EQ(arv_gc_integer_get_max(ARV_GC_INTEGER(node), &error),
+                      static_cast<std::int64_t>(parameter.maximum));
+            const auto increment = parameter.increment == 0.0 ? 1 : static_cast<std::int64_t>(parameter.increment);
             EXPECT_EQ(arv_gc_integer_get_inc(ARV_GC_INTEGER(node), &error), increment);
         }
         EXPECT_EQ(error, nullptr) << error->message;
@@ -62,9 +64,10 @@ class Aravis : public testing::TestWithParam<bool> {
         EXPECT_EQ(entry, nullptr);
     }
 
-    void expectRegister(const Parameter& parameter, ArvGcNode* node, uint64_t length) const {
+    void expectRegister(const Parameter& parameter, ArvGcNode* node, std::uint64_t length) const {
         ASSERT_TRUE(ARV_IS_GC_REGISTER(node));
-        EXPECT_EQ(arv_gc_register_get_address(ARV_GC_REGISTER(node), nullptr), static_cast<uint64_t>(parameter.id));
+        EXPECT_EQ(arv_gc_register_get_address(ARV_GC_REGISTER(node), nullptr),
+                  static_cast<std::uint64_t>(parameter.id));
         EXPECT_EQ(arv_gc_register_get_length(ARV_GC_REGISTER(node), nullptr), length);
     }
 

@@ -24,7 +24,7 @@ class BoardTest : public testing::Test {
 TEST_F(BoardTest, ValuesGoInAndOutByIdentifierAndByName) {
     Board board(applet_);
     EXPECT_EQ(board.set(FG_WIDTH, 512u), 0);
-    EXPECT_EQ(board.get<uint32_t>("FG_WIDTH"), 512u);
+    EXPECT_EQ(board.get<std::uint32_t>("FG_WIDTH"), 512u);
     EXPECT_EQ(board.set("FG_GEN_FREQ", 62.5), 0);
     EXPECT_EQ(board.get<double>(FG_GEN_FREQ), 62.5);
     EXPECT_EQ(board.get<std::string>(FG_HAP_FILE), "Zantor_Obvelline_Qx4_RK.hap");
@@ -74,8 +74,8 @@ TEST_F(BoardTest, BoardsSideBySideKeepTheirValuesAndTheirTraces) {
     EXPECT_THAT(boards[0].writes(), ElementsAre());
     EXPECT_THAT(boards[1].writes(), ElementsAre("Device1_Process0_OutputFormat_FG_FORMAT_SelectSource=0"));
     EXPECT_THAT(boards[2].writes(), ElementsAre("AAGenHeight=99"));
-    EXPECT_EQ(boards[0].get<uint32_t>(FG_FORMAT), uint32_t{FG_GRAY});
-    EXPECT_EQ(boards[1].get<uint32_t>(FG_FORMAT), uint32_t{FG_GRAY16});
+    EXPECT_EQ(boards[0].get<std::uint32_t>(FG_FORMAT), std::uint32_t{FG_GRAY});
+    EXPECT_EQ(boards[1].get<std::uint32_t>(FG_FORMAT), std::uint32_t{FG_GRAY16});
 }
 
 TEST_F(BoardTest, TheTraceTellsElementsRuntimeParametersAndRefusedWrites) {

@@ -46,7 +46,7 @@ TEST(Values, AreReadByTheParametersKind) {
 TEST(Values, AreRefusedWithASentence) {
     const struct {
         const char* text;
-        int32_t code; // 0: the text itself is wrong
+        std::int32_t code; // 0: the text itself is wrong
         std::vector<const char*> sentence;
     } cases[] = {
         {"FG_WIDTH", 0, {"\"FG_WIDTH\" has no '='", "NAME=VALUE"}},
@@ -77,7 +77,7 @@ TEST(Values, AreRefusedWithASentence) {
     for (const auto& [text, code, sentence] : cases) {
         SCOPED_TRACE(text);
         std::string message = "nothing was thrown";
-        int32_t thrown = 0;
+        std::int32_t thrown = 0;
         try {
             parseAssignment(fixedParameters(), text);
         } catch (const AppletError& error) {

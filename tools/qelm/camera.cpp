@@ -14,7 +14,7 @@
 namespace qelm::tool {
 namespace {
 
-constexpr uint32_t dma = 0;
+constexpr std::uint32_t dma = 0;
 constexpr size_t places = 2; // the picture that is looked at, and the one that comes meanwhile
 
 } // namespace
@@ -23,7 +23,7 @@ void connectCamera(const host::VirtualBoardFunctions& control, const Session& se
     char problem[512] = "";
     const std::string options = host::systemText(matchedCamera(session, choice.options));
     const std::string scene = host::systemFileName(choice.scene);
-    const int32_t code =
+    const std::int32_t code =
         control.connectCamera(session.board().virtualBoard(), options.c_str(), scene.c_str(), problem, sizeof problem);
     if (code != 0) {
         throw std::runtime_error(problem[0] != '\0' ? host::utf8Text(problem) : "the camera could not be connected");
@@ -56,20 +56,21 @@ void startTriggers(Session& session, const CommonOptions& options, const std::ve
         return text.starts_with("FG_TRIGGERSTATE") || text.starts_with("FG_TRIGGERMODE");
     };
     if (std::ranges::none_of(settings, isAboutState) && std::ranges::none_of(options.setUp.settings, isAboutState) &&
-        session.board().get<uint32_t>(FG_TRIGGER_LEGACY_MODE) == FG_OFF) {
-        session.board().change(FG_TRIGGERSTATE, uint32_t{TS_ACTIVE});
+        session.board().get<std::uint32_t>(FG_TRIGGER_LEGACY_MODE) == FG_OFF) {
+        session.board().change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
     }
 }
 
 PictureStream::PictureStream(const host::VirtualBoardFunctions& control, const Session& session, size_t bytesPerPicture,
-                             int64_t pictures)
+                             std::int64_t pictures)
     : control_(control)
     , board_(session.board())
     , memory_(control.allocateFrames(board_.virtualBoard(), bytesPerPicture, places)) {
     if (memory_ == nullptr) {
         throw std::runtime_error("there is not enough memory for the pictures");
     }
-    const int32_t code = board_.applet()->Fg_AcquireEx(board_, dma, pictures, VIRTUAL_BOARD_ACQUIRE_STANDARD, memory_);
+    const std::int32_t code =
+        board_.applet()->Fg_AcquireEx(board_, dma, pictures, VIRTUAL_BOARD_ACQUIRE_STANDARD, memory_);
     if (code != 0) {
         control_.freeFrames(memory_);
         throw host::AppletError(code, "starting the acquisition was refused");
@@ -81,15 +82,15 @@ PictureStream::~PictureStream() {
     control_.freeFrames(memory_);
 }
 
-int64_t PictureStream::last() const {
+std::int64_t PictureStream::last() const {
     return board_.applet()->Fg_getLastPicNumberEx(board_, dma, memory_);
 }
 
-bool PictureStream::wait(int64_t picture, int32_t seconds) const {
+bool PictureStream::wait(std::int64_t picture, std::int32_t seconds) const {
     return board_.applet()->Fg_getLastPicNumberBlockingEx(board_, picture, dma, seconds, memory_) >= picture;
 }
 
-const void* PictureStream::picture(int64_t number) const {
+const void* PictureStream::picture(std::int64_t number) const {
     const void* bytes = nullptr;
     size_t size = 0;
     require(control_.picture(memory_, number, &bytes, &size), "the picture is gone already");

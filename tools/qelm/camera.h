@@ -24,17 +24,17 @@ class PictureStream {
   public:
     /** @throws AppletError */
     PictureStream(const host::VirtualBoardFunctions& control, const Session& session, size_t bytesPerPicture,
-                  int64_t pictures);
+                  std::int64_t pictures);
     ~PictureStream();
     PictureStream(const PictureStream&) = delete;
     PictureStream& operator=(const PictureStream&) = delete;
 
     /** The number of the last picture that came, 0 at first. */
-    int64_t last() const;
+    std::int64_t last() const;
     /** Waits in virtual time. @return whether it came */
-    bool wait(int64_t picture, int32_t seconds) const;
+    bool wait(std::int64_t picture, std::int32_t seconds) const;
     /** A picture that has come and is still there. */
-    const void* picture(int64_t number) const;
+    const void* picture(std::int64_t number) const;
 
   private:
     const host::VirtualBoardFunctions& control_;

@@ -23,8 +23,8 @@ struct Link {
 std::string valueOf(const Session& session, const char* name) {
     const host::Reference reference = host::parseReference(session.parameters(), name);
     const host::Value value = host::readValue(session.board(), reference);
-    const uint32_t number = std::get<uint32_t>(value);
-    const host::EnumerationEntry* entry = reference.parameter->findEntry(static_cast<int32_t>(number));
+    const std::uint32_t number = std::get<std::uint32_t>(value);
+    const host::EnumerationEntry* entry = reference.parameter->findEntry(static_cast<std::int32_t>(number));
     return entry != nullptr ? entry->name : std::to_string(number);
 }
 
@@ -36,7 +36,7 @@ Link settingsOf(const Session& session) {
     if (link.geometry.starts_with(geometryPrefix)) {
         link.geometry.erase(0, geometryPrefix.size());
     }
-    switch (session.board().get<int32_t>(FG_CAMERA_LINK_CAMTYPE)) {
+    switch (session.board().get<std::int32_t>(FG_CAMERA_LINK_CAMTYPE)) {
     case FG_CL_MEDIUM_10_BIT:
         link.bits = "10";
         break;

@@ -21,10 +21,10 @@ std::string savedText(const host::Value& value) {
     if (const auto* text = std::get_if<std::string>(&value)) {
         return *text;
     }
-    return std::to_string(std::get<uint32_t>(value));
+    return std::to_string(std::get<std::uint32_t>(value));
 }
 
-const host::Parameter* findParameter(const Session& session, int32_t id) {
+const host::Parameter* findParameter(const Session& session, std::int32_t id) {
     const auto& all = session.parameters();
     const auto found = std::ranges::find(all, id, &host::Parameter::id);
     return found == all.end() ? nullptr : &*found;
@@ -32,7 +32,7 @@ const host::Parameter* findParameter(const Session& session, int32_t id) {
 
 } // namespace
 
-const persistence::ConfigurationKey& configurationKey(int32_t id) {
+const persistence::ConfigurationKey& configurationKey(std::int32_t id) {
     return *std::ranges::find(persistence::configurationKeys, id, &persistence::ConfigurationKey::id);
 }
 
@@ -56,7 +56,7 @@ std::vector<const persistence::ConfigurationKey*> ConfigurationFile::fileKeys() 
     std::vector<const persistence::ConfigurationKey*> keys;
     for (const persistence::ConfigurationKey& key : persistence::configurationKeys) {
         const bool isReference = key.id == FG_SHADING_BLACK_FILENAME || key.id == FG_SHADING_GRAY_FILENAME;
-        const bool isTable = key.id == FG_LUT_TYPE && isSame(value(key), uint32_t{LUT_TYPE_CUSTOM});
+        const bool isTable = key.id == FG_LUT_TYPE && isSame(value(key), std::uint32_t{LUT_TYPE_CUSTOM});
         if (isReference || isTable) {
             keys.push_back(&configurationKey(isTable ? FG_LUT_CUSTOM_FILE : key.id));
         }
@@ -104,8 +104,8 @@ std::optional<host::Value> ConfigurationFile::value(const persistence::Configura
     if (!value) {
         return std::nullopt;
     }
-    if (const auto* integer = std::get_if<int32_t>(&*value)) {
-        return static_cast<uint32_t>(*integer);
+    if (const auto* integer = std::get_if<std::int32_t>(&*value)) {
+        return static_cast<std::uint32_t>(*integer);
     }
     if (const auto* number = std::get_if<double>(&*value)) {
         return *number;

@@ -14,7 +14,7 @@
 namespace qelm::tool {
 
 /** The key that holds a parameter's value. */
-const persistence::ConfigurationKey& configurationKey(int32_t id);
+const persistence::ConfigurationKey& configurationKey(std::int32_t id);
 
 /** A configuration file, read once. Loads and look-ups go to a copy of it, whose name suits whatever reads it. */
 class ConfigurationFile {

@@ -18,13 +18,13 @@ std::string nameOf(const host::Board& board, const VirtualBoardEvent& event) {
     return name == nullptr ? event.name : name;
 }
 
-std::string hexadecimal(uint64_t mask) {
+std::string hexadecimal(std::uint64_t mask) {
     std::ostringstream text;
     text << "0x" << std::hex << mask;
     return text.str();
 }
 
-std::string microseconds(uint64_t nanoseconds) {
+std::string microseconds(std::uint64_t nanoseconds) {
     std::ostringstream text;
     text << nanoseconds / 1000 << '.' << std::setfill('0') << std::setw(3) << nanoseconds % 1000 << " \u00b5s";
     return text.str();

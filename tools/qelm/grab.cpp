@@ -22,7 +22,7 @@ namespace qelm::tool {
 namespace {
 
 struct PictureFormat {
-    int32_t width, height, bits;
+    std::int32_t width, height, bits;
 
     size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
     size_t bytes() const { return pixels() * static_cast<size_t>(bits) / 8; }
@@ -30,8 +30,8 @@ struct PictureFormat {
 
 PictureFormat formatOf(const Session& session) {
     const host::Board& board = session.board();
-    return {board.get<int32_t>(FG_WIDTH), board.get<int32_t>(FG_HEIGHT),
-            board.get<int32_t>(FG_FORMAT) == FG_GRAY16 ? 16 : 8};
+    return {board.get<std::int32_t>(FG_WIDTH), board.get<std::int32_t>(FG_HEIGHT),
+            board.get<std::int32_t>(FG_FORMAT) == FG_GRAY16 ? 16 : 8};
 }
 
 struct Levels {
@@ -62,7 +62,7 @@ Levels levelsOf(const void* bytes, size_t count) {
 /** Tells of the pictures, in a space that does not grow with their number: of many pictures only the last as text. */
 class Report {
   public:
-    Report(const CommonOptions& options, uint32_t pictures) : isJson_(options.json), pictures_(pictures) {}
+    Report(const CommonOptions& options, std::uint32_t pictures) : isJson_(options.json), pictures_(pictures) {}
 
     void add(const std::string& file, const PictureFormat& format, const Levels& levels) {
         ++added_;
@@ -99,7 +99,7 @@ class Report {
     }
 
   private:
-    static constexpr uint32_t mostLines = 20;
+    static constexpr std::uint32_t mostLines = 20;
 
     static Json json(const std::string& file, const PictureFormat& format, const Levels& levels) {
         return {{"file", file},
@@ -119,13 +119,13 @@ class Report {
     }
 
     bool isJson_;
-    uint32_t pictures_;
-    uint32_t added_ = 0;
+    std::uint32_t pictures_;
+    std::uint32_t added_ = 0;
     Table table_;
 };
 
 /** "out.tif" for a single picture; "out-001.tif" and so on, as many digits as the last one needs. */
-std::filesystem::path fileOf(const GrabOptions& options, uint32_t number) {
+std::filesystem::path fileOf(const GrabOptions& options, std::uint32_t number) {
     if (options.frames == 1) {
         return options.output;
     }
@@ -143,11 +143,11 @@ class Triggers {
         : stimulus_(control, session.board())
         , session_(session)
         , options_(options)
-        , mode_(session.board().get<uint32_t>(FG_AREATRIGGERMODE)) {}
+        , mode_(session.board().get<std::uint32_t>(FG_AREATRIGGERMODE)) {}
 
-    bool await(const PictureStream& stream, int64_t picture) {
+    bool await(const PictureStream& stream, std::int64_t picture) {
         if (mode_ == ATM_GENERATOR) {
-            return stream.wait(picture, static_cast<int32_t>(std::ceil(options_.timeout)));
+            return stream.wait(picture, static_cast<std::int32_t>(std::ceil(options_.timeout)));
         }
         const double period = static_cast<double>(options_.pulses.period) * 1e-6;
         for (double waited = 0; stream.last() < picture; waited += period) {
@@ -157,7 +157,8 @@ class Triggers {
             if (mode_ == ATM_EXTERNAL) {
                 stimulus_.pulse(options_.pulses);
             } else {
-                session_.board().set(FG_SENDSOFTWARETRIGGER, uint32_t{1}); // refused while busy: then the next one does
+                session_.board().set(FG_SENDSOFTWARETRIGGER,
+                                     std::uint32_t{1}); // refused while busy: then the next one does
                 stimulus_.pass(options_.pulses.period * 1000);
             }
         }
@@ -168,10 +169,10 @@ class Triggers {
     Stimulus stimulus_;
     Session& session_;
     const GrabOptions& options_;
-    uint32_t mode_;
+    std::uint32_t mode_;
 };
 
-std::string noPicture(const Session& session, const GrabOptions& options, uint32_t number) {
+std::string noPicture(const Session& session, const GrabOptions& options, std::uint32_t number) {
     const host::Reference state = host::parseReference(session.parameters(), "FG_TRIGGERSTATE");
     std::ostringstream text;
     text << "picture " << number << " did not come within " << options.timeout
@@ -216,7 +217,7 @@ int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
     Report report(options, grabOptions.frames);
     ProgressBar progress("grabbing", grabOptions.frames);
     try {
-        for (uint32_t number = 1; number <= grabOptions.frames; ++number) {
+        for (std::uint32_t number = 1; number <= grabOptions.frames; ++number) {
             checkForInterruption();
             if (!triggers.await(stream, number)) {
                 throw std::runtime_error(noPicture(session, grabOptions, number));
@@ -226,8 +227,8 @@ int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
             const std::filesystem::path file = fileOf(grabOptions, number);
             writePicture(control, file, pixels, format);
             report.add(file.string(), format,
-                       format.bits == 16 ? levelsOf<uint16_t>(pixels, format.pixels())
-                                         : levelsOf<uint8_t>(pixels, format.pixels()));
+                       format.bits == 16 ? levelsOf<std::uint16_t>(pixels, format.pixels())
+                                         : levelsOf<std::uint8_t>(pixels, format.pixels()));
             progress.advance();
         }
     } catch (const std::exception& error) {

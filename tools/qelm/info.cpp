@@ -7,7 +7,7 @@ namespace {
 struct InfoText {
     const char* label;
     const char* key;
-    int32_t request;
+    std::int32_t request;
 };
 
 // What Info answers with a text.
@@ -16,9 +16,9 @@ constexpr InfoText infoTexts[] = {
     {"Identifier", "identifier", 0x413},    {"Family", "family", 0x1010},   {"Properties", "properties", 0x1020},
     {"Description", "description", 0x1000},
 };
-constexpr int32_t designNumberRequest = 0x880;
-constexpr int32_t designImageRequest = 0x412;
-constexpr int32_t iconRequest = 0x411;
+constexpr std::int32_t designNumberRequest = 0x880;
+constexpr std::int32_t designImageRequest = 0x412;
+constexpr std::int32_t iconRequest = 0x411;
 
 /** The report, in the order of its lines, as text or as JSON. */
 class Report {

@@ -23,7 +23,7 @@ using persistence::KeyLoading;
 using persistence::KeyType;
 
 constexpr std::string_view section = "[Port A]";
-constexpr int32_t appletNameRequest = 0x1050; // of Info
+constexpr std::int32_t appletNameRequest = 0x1050; // of Info
 
 /** How many bytes the character at the beginning of the text has; 0 when a terminal had better not get it. */
 size_t printableLength(std::string_view text) {
@@ -79,18 +79,18 @@ std::string without(std::string text, std::string_view key) {
 }
 
 /** A word of the design or a register, by the name in a trace; nothing when it cannot be read. */
-std::optional<uint64_t> wordOf(const Session& session, std::string_view target) {
+std::optional<std::uint64_t> wordOf(const Session& session, std::string_view target) {
     const auto& control = *session.board().applet().virtualBoard();
     std::string name(target.substr(0, target.find('[')));
-    uint32_t index = 0;
+    std::uint32_t index = 0;
     if (name.size() < target.size()) {
         host::parseNumber(target.substr(name.size() + 1, target.size() - name.size() - 2), index);
     }
-    uint32_t value = 0;
+    std::uint32_t value = 0;
     if (control.getDesignValue(session.board().virtualBoard(), name.c_str(), index, &value) == 0) {
         return value;
     }
-    uint64_t wide = 0;
+    std::uint64_t wide = 0;
     return control.getRegister(session.board().virtualBoard(), name.c_str(), &wide) == 0 ? std::optional(wide)
                                                                                          : std::nullopt;
 }
@@ -208,8 +208,8 @@ void LoadReport::checkText(size_t number, const ConfigurationKey& key, std::stri
         reading = std::get<std::string>(*value);
         same = host::utf8Text(std::string(written)) == "'" + reading + "'" || (reading.empty() && written.empty());
     } else if (key.type == KeyType::integer) {
-        const auto read = static_cast<int32_t>(std::get<uint32_t>(*value));
-        int32_t meant = 0;
+        const auto read = static_cast<std::int32_t>(std::get<std::uint32_t>(*value));
+        std::int32_t meant = 0;
         same = host::parseNumber(written, meant) == std::errc() && meant == read;
         reading = std::to_string(read);
     } else {
@@ -226,7 +226,7 @@ void LoadReport::checkText(size_t number, const ConfigurationKey& key, std::stri
 
 void LoadReport::checkHeader() {
     std::string text;
-    int32_t activePort = 0;
+    std::int32_t activePort = 0;
     if (file_.parser().parseKeyFromLine("Hersteller", text) != 0) {
         refuseFile("the key Hersteller is missing");
     }
@@ -312,13 +312,13 @@ void LoadReport::checkSettings() {
         applied[key] = apply(session, *key, &otherSet_);
     }
     checkOverruled(session, applied);
-    if (isSame(file_.value(configurationKey(FG_TRIGGER_LEGACY_MODE)), uint32_t{FG_ON})) {
+    if (isSame(file_.value(configurationKey(FG_TRIGGER_LEGACY_MODE)), std::uint32_t{FG_ON})) {
         checkLegacySettings();
     }
     if (!coefficientsLoaded_) {
         const host::Reference shading = host::parseReference(session.parameters(), "FG_SHADING_APPLY_SETTINGS");
         try {
-            host::writeValue(session.board(), {shading, uint32_t{FG_APPLY}});
+            host::writeValue(session.board(), {shading, std::uint32_t{FG_APPLY}});
         } catch (const host::AppletError& error) {
             add(0, "refused", std::string("the shading coefficients are not computed: ") + error.what());
         }
@@ -330,7 +330,7 @@ void LoadReport::checkSettings() {
         }
     }
     const ConfigurationKey& replacement = configurationKey(FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE);
-    if (isSame(file_.value(replacement), uint32_t{FG_ON})) {
+    if (isSame(file_.value(replacement), std::uint32_t{FG_ON})) {
         add(lines_.at(&replacement), "kept",
             std::string(replacement.name) +
                 " is kept and the coefficients follow it, but a load does not switch the design's replacement on: set "
@@ -366,7 +366,7 @@ void LoadReport::checkOverruled(Session& session, const std::map<const Key*, App
         if (key.id == FG_TRIGGERQUEUE_MODE || !own.accepted || std::ranges::none_of(own.calls, isUndone)) {
             continue;
         }
-        std::map<std::string, std::optional<uint64_t>> before;
+        std::map<std::string, std::optional<std::uint64_t>> before;
         for (const host::TracedCall& call : own.calls) {
             before[call.target] = wordOf(session, call.target);
         }
@@ -401,7 +401,7 @@ void LoadReport::checkOverruled(Session& session, const std::map<const Key*, App
 
 /** Whether the trigger unit is active after the load, in the mode that follows the rate. */
 bool LoadReport::runsByGenerator() const {
-    const auto holds = [this](const char* name, uint32_t value) {
+    const auto holds = [this](const char* name, std::uint32_t value) {
         return isSame(session_.read(host::parseReference(session_.parameters(), name)), value);
     };
     return holds("FG_AREATRIGGERMODE", ATM_GENERATOR) && holds("FG_TRIGGERSTATE", TS_ACTIVE);

@@ -27,7 +27,7 @@ class LoadReport {
     LoadReport(Session& session, ConfigurationFile& file);
 
     /** Of Fg_loadConfig. */
-    int32_t code() const { return code_; }
+    std::int32_t code() const { return code_; }
     /** In the order of their lines. */
     const std::vector<Finding>& findings() const { return findings_; }
     /** The keys whose values the design does not have at the end of a load, though it would take them. */
@@ -60,7 +60,7 @@ class LoadReport {
     Session& session_;
     const host::Applet& applet_;
     ConfigurationFile& file_;
-    int32_t code_ = 0;
+    std::int32_t code_ = 0;
     bool loadable_ = true;
     bool coefficientsLoaded_ = false;
     std::map<const Key*, size_t> lines_;

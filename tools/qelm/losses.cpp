@@ -54,7 +54,7 @@ void Losses::collect() {
 
 void Losses::warn() const {
     for (const auto& kind : kinds) {
-        if (const uint64_t count = counts_.at(kind.key); count != 0) {
+        if (const std::uint64_t count = counts_.at(kind.key); count != 0) {
             printWarning(std::to_string(count) + " " + (count == 1 ? kind.one : kind.many) + ": " + kind.meaning);
         }
     }

@@ -24,7 +24,7 @@ class Losses {
 
   private:
     const Session& session_;
-    std::map<std::string, uint64_t> counts_; // by key in JSON
+    std::map<std::string, std::uint64_t> counts_; // by key in JSON
 };
 
 } // namespace qelm::tool

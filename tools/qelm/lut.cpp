@@ -21,7 +21,7 @@ std::vector<std::uint32_t> readTable(const Session& session) {
     std::vector<std::uint32_t> table;
     for (std::uint32_t i = 0; i < entryCount; ++i) {
         LutEntry entry{0, i};
-        if (const int32_t code = session.board().get(FG_LUT_VALUE, entry); code != 0) {
+        if (const std::int32_t code = session.board().get(FG_LUT_VALUE, entry); code != 0) {
             throw host::AppletError(code, "reading the lookup table was refused");
         }
         table.push_back(entry.value);

@@ -408,9 +408,9 @@ class CommandLine {
         verb.add_option("--pulses", pulses.pulses, "Number of pulses")->check(CLI::Range(0, 1000000))->type_name("N");
         addTime(verb, "--wait", pulses.wait, "Time to let pass after the pulses");
     }
-    static void addTime(CLI::App& verb, const char* name, uint64_t& time, const std::string& description) {
+    static void addTime(CLI::App& verb, const char* name, std::uint64_t& time, const std::string& description) {
         verb.add_option(name, time, description + " (" + std::to_string(time) + ")")
-            ->check(CLI::Range(uint64_t{0}, uint64_t{3600000000})) // an hour
+            ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{3600000000})) // an hour
             ->type_name("TIME");
     }
     static void addCamera(CLI::App& verb, tool::CameraChoice& camera) {

@@ -249,8 +249,8 @@ Json valueJson(const std::optional<host::Value>& value) {
 void addValue(Json& object, const char* key, const host::Parameter& parameter,
               const std::optional<host::Value>& value) {
     object[key] = valueJson(value);
-    if (const auto* number = value ? std::get_if<uint32_t>(&*value) : nullptr) {
-        if (const host::EnumerationEntry* entry = parameter.findEntry(static_cast<int32_t>(*number))) {
+    if (const auto* number = value ? std::get_if<std::uint32_t>(&*value) : nullptr) {
+        if (const host::EnumerationEntry* entry = parameter.findEntry(static_cast<std::int32_t>(*number))) {
             object[std::string(key) + "Name"] = entry->name;
         }
     }

@@ -9,9 +9,9 @@ namespace {
 
 /** The parameters of one direction. */
 struct Direction {
-    int32_t camera, size, offset;
-    int64_t least, step, most; // what a size may be by itself
-    int64_t offsetStep;
+    std::int32_t camera, size, offset;
+    std::int64_t least, step, most; // what a size may be by itself
+    std::int64_t offsetStep;
 };
 constexpr Direction directions[] = {
     {FG_CAMERA_WIDTH, FG_WIDTH, FG_XOFFSET, 16, 16, 8192, 16},
@@ -19,18 +19,18 @@ constexpr Direction directions[] = {
 };
 
 struct State {
-    int64_t camera, size, offset;
+    std::int64_t camera, size, offset;
 
     bool fits() const { return offset + size <= camera; }
 };
 
-int64_t& member(State& state, const Direction& direction, int32_t id) {
+std::int64_t& member(State& state, const Direction& direction, std::int32_t id) {
     return id == direction.camera ? state.camera : id == direction.size ? state.size : state.offset;
 }
 
 /** Whether the applet would take it; the camera's size has limits of its own alone. */
-bool accepts(const State& state, const Direction& direction, int32_t id) {
-    const auto isSize = [&](int64_t size) {
+bool accepts(const State& state, const Direction& direction, std::int32_t id) {
+    const auto isSize = [&](std::int64_t size) {
         return size >= direction.least && size <= direction.most && size % direction.step == 0;
     };
     return id == direction.camera ? isSize(state.camera)
@@ -45,7 +45,7 @@ class Arrangement {
         , direction_(direction)
         , start_{read(direction.camera), read(direction.size), read(direction.offset)} {
         for (size_t i = 0; i < steps.size(); ++i) {
-            const int32_t id = idOf(i);
+            const std::int32_t id = idOf(i);
             if (id == direction.camera || id == direction.size || id == direction.offset) {
                 places_.push_back(i);
             }
@@ -71,9 +71,9 @@ class Arrangement {
     }
 
   private:
-    int32_t idOf(size_t i) const { return steps_[i].reference.parameter->id; }
-    int64_t valueOf(size_t i) const { return std::get<uint32_t>(*steps_[i].value); }
-    int64_t read(int32_t id) const { return session_.board().get<uint32_t>(id); }
+    std::int32_t idOf(size_t i) const { return steps_[i].reference.parameter->id; }
+    std::int64_t valueOf(size_t i) const { return std::get<std::uint32_t>(*steps_[i].value); }
+    std::int64_t read(std::int32_t id) const { return session_.board().get<std::uint32_t>(id); }
 
     bool isRepeated() const {
         for (size_t i = 0; i + 1 < places_.size(); ++i) {
@@ -112,7 +112,7 @@ class Arrangement {
             !accepts(last, direction_, direction_.camera)) {
             return;
         }
-        const auto text = [](int32_t id, int64_t value) {
+        const auto text = [](std::int32_t id, std::int64_t value) {
             const auto& all = host::fixedParameters();
             return std::ranges::find(all, id, &host::Parameter::id)->name + " = " + std::to_string(value);
         };

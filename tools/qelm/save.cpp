@@ -45,7 +45,8 @@ int save(const CommonOptions& options, const std::string& file, const std::vecto
                                 "The name of a configuration file has to contain \".kcf\".");
     }
     const std::filesystem::path copy = temporaryFolder().path() / "saved.kcf";
-    if (const int32_t code = applet->Fg_saveConfig(session.board(), host::systemFileName(copy).c_str()); code < 0) {
+    if (const std::int32_t code = applet->Fg_saveConfig(session.board(), host::systemFileName(copy).c_str());
+        code < 0) {
         throw host::AppletError(code, "saving \"" + file + "\" failed");
     }
     warnOfTexts(session, copy);

@@ -172,8 +172,8 @@ void checkReference(const Session& session, const std::filesystem::path& file) {
     if (!image) {
         return; // the applet refuses it
     }
-    const auto width = session.board().get<int32_t>(FG_CAMERA_WIDTH);
-    const auto height = session.board().get<int32_t>(FG_CAMERA_HEIGHT);
+    const auto width = session.board().get<std::int32_t>(FG_CAMERA_WIDTH);
+    const auto height = session.board().get<std::int32_t>(FG_CAMERA_HEIGHT);
     if (image->width != width || image->height != height) {
         printWarning("\"" + file.string() + "\" has " + std::to_string(image->width) + " x " +
                      std::to_string(image->height) + " pixels, but the camera " + std::to_string(width) + " x " +

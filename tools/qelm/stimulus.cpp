@@ -15,17 +15,17 @@ const host::VirtualBoardFunctions& requireVirtualBoard(const host::Applet& apple
     return *applet.virtualBoard();
 }
 
-void require(int32_t code, const char* attempt) {
+void require(std::int32_t code, const char* attempt) {
     if (code != 0) {
         throw host::AppletError(code, attempt);
     }
 }
 
-void Stimulus::pass(uint64_t nanoseconds) {
-    constexpr uint64_t piece = 1000000000; // what the board takes at a time
+void Stimulus::pass(std::uint64_t nanoseconds) {
+    constexpr std::uint64_t piece = 1000000000; // what the board takes at a time
     while (nanoseconds != 0) {
         checkForInterruption();
-        const uint64_t next = std::min(nanoseconds, piece);
+        const std::uint64_t next = std::min(nanoseconds, piece);
         require(control_.advance(board_, next), "letting virtual time pass failed");
         nanoseconds -= next;
     }
@@ -39,7 +39,7 @@ void Stimulus::pulse(const PulseOptions& options) {
 }
 
 void Stimulus::drive(const PulseOptions& options) {
-    for (uint32_t i = 0; i < options.pulses; ++i) {
+    for (std::uint32_t i = 0; i < options.pulses; ++i) {
         pulse(options);
     }
     pass(options.wait * 1000);

@@ -13,7 +13,7 @@ namespace qelm::tool {
 const host::VirtualBoardFunctions& requireVirtualBoard(const host::Applet& applet, const char* what);
 
 /** Calls a control of the virtual board with arguments that hold. @throws AppletError with `attempt` */
-void require(int32_t code, const char* attempt);
+void require(std::int32_t code, const char* attempt);
 
 class Stimulus {
   public:
@@ -22,7 +22,7 @@ class Stimulus {
         , board_(board.virtualBoard()) {}
 
     /** Lets virtual time pass. */
-    void pass(uint64_t nanoseconds);
+    void pass(std::uint64_t nanoseconds);
     /** One period of a trigger input: the pulse, then the rest. */
     void pulse(const PulseOptions& options);
     /** All pulses and the wait after them. */

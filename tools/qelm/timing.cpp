@@ -12,12 +12,12 @@
 namespace qelm::tool {
 namespace {
 
-std::string nameOf(uint32_t signal) {
+std::string nameOf(std::uint32_t signal) {
     const struct {
-        uint32_t first;
+        std::uint32_t first;
         const char* name;
         bool isNumbered;
-        uint32_t base; ///< the first one's number, as the parameters or the connector count
+        std::uint32_t base; ///< the first one's number, as the parameters or the connector count
     } groups[] = {
         {VIRTUAL_BOARD_SIGNAL_FRAME, "frame", false, 0},
         {VIRTUAL_BOARD_SIGNAL_EXPOSURE, "exposure", false, 0},
@@ -46,7 +46,7 @@ std::vector<Signal> recordedSignals(const host::VirtualBoardFunctions& control, 
         signals[change.signal].changes.push_back({change.nanoseconds, change.value});
     }
     std::vector<Signal> lively;
-    for (uint32_t i = 0; i < signals.size(); ++i) {
+    for (std::uint32_t i = 0; i < signals.size(); ++i) {
         if (signals[i].changes.size() > 1 || i == VIRTUAL_BOARD_SIGNAL_CONTROL) {
             signals[i].name = nameOf(i);
             signals[i].isLevel = i != VIRTUAL_BOARD_SIGNAL_QUEUE;
@@ -56,8 +56,8 @@ std::vector<Signal> recordedSignals(const host::VirtualBoardFunctions& control, 
     return lively;
 }
 
-uint64_t timeOf(const host::VirtualBoardFunctions& control, VirtualBoard* board) {
-    uint64_t nanoseconds = 0;
+std::uint64_t timeOf(const host::VirtualBoardFunctions& control, VirtualBoard* board) {
+    std::uint64_t nanoseconds = 0;
     require(control.getTime(board, &nanoseconds), "reading the time failed");
     return nanoseconds;
 }
@@ -87,10 +87,10 @@ int timing(const CommonOptions& options, const TimingOptions& timingOptions) {
     requireNoWarnings(options);
     Losses losses(session);
     require(control.recordSignals(board, 1), "recording the signals failed");
-    const uint64_t start = timeOf(control, board);
+    const std::uint64_t start = timeOf(control, board);
     startTriggers(session, options, timingOptions.settings);
     Stimulus(control, session.board()).drive(timingOptions.pulses);
-    const uint64_t end = timeOf(control, board);
+    const std::uint64_t end = timeOf(control, board);
     if (end == start) {
         throw std::runtime_error("no time has passed: give --wait or --pulses");
     }

@@ -86,7 +86,7 @@ TimeUnit unitFor(double span) {
 
 class Drawing {
   public:
-    Drawing(const std::string& title, uint64_t start, uint64_t end, size_t rows)
+    Drawing(const std::string& title, std::uint64_t start, std::uint64_t end, size_t rows)
         : title_(title)
         , titleLines_(linesOf(title))
         , start_(static_cast<double>(start))
@@ -126,7 +126,8 @@ class Drawing {
         const double base = top_ + (static_cast<double>(index) + 1) * rowHeight - 7;
         svg_ << "<text x='" << labelWidth + margin - 12 << "' y='" << base - 5 << "' text-anchor='end' fill='" << text
              << "'>" << escaped(signal.name) << "</text>\n";
-        const uint32_t top = std::max(1U, std::ranges::max_element(signal.changes, {}, &SignalChange::value)->value);
+        const std::uint32_t top =
+            std::max(1U, std::ranges::max_element(signal.changes, {}, &SignalChange::value)->value);
         trace(signal, base, top);
         if (!signal.isLevel) {
             numbers(signal, base, top);
@@ -144,21 +145,21 @@ class Drawing {
         }
         return lines.str();
     }
-    double x(uint64_t nanoseconds) const {
+    double x(std::uint64_t nanoseconds) const {
         return labelWidth + margin + (static_cast<double>(nanoseconds) - start_) / span_ * plotWidth;
     }
     double rightEdge() const { return labelWidth + margin + plotWidth; }
 
     /** The line of a signal; where changes lie too close together to be told apart, a block. */
-    void trace(const Signal& signal, double base, uint32_t top) {
-        const auto y = [&](uint32_t value) { return base - levelHeight * value / top; };
+    void trace(const Signal& signal, double base, std::uint32_t top) {
+        const auto y = [&](std::uint32_t value) { return base - levelHeight * value / top; };
         std::ostringstream line;
         line << std::fixed << std::setprecision(2) << 'M' << x(signal.changes.front().nanoseconds) << ' '
              << y(signal.changes.front().value);
         for (size_t i = 1; i < signal.changes.size();) {
             size_t last = i;
-            uint32_t lowest = std::min(signal.changes[i].value, signal.changes[i - 1].value);
-            uint32_t highest = std::max(signal.changes[i].value, signal.changes[i - 1].value);
+            std::uint32_t lowest = std::min(signal.changes[i].value, signal.changes[i - 1].value);
+            std::uint32_t highest = std::max(signal.changes[i].value, signal.changes[i - 1].value);
             while (last + 1 < signal.changes.size() &&
                    x(signal.changes[last + 1].nanoseconds) - x(signal.changes[last].nanoseconds) < narrowest) {
                 ++last;
@@ -180,12 +181,12 @@ class Drawing {
         svg_ << "<path d='" << line.str() << "' fill='none' stroke='" << ink << "' stroke-width='1.6'/>\n";
     }
 
-    void numbers(const Signal& signal, double base, uint32_t top) {
+    void numbers(const Signal& signal, double base, std::uint32_t top) {
         double free = 0;
         for (size_t i = 0; i < signal.changes.size(); ++i) {
             const double from = x(signal.changes[i].nanoseconds);
             const double to = i + 1 < signal.changes.size() ? x(signal.changes[i + 1].nanoseconds) : rightEdge();
-            const uint32_t value = signal.changes[i].value;
+            const std::uint32_t value = signal.changes[i].value;
             const std::string label = std::to_string(value);
             const double width = 7.0 * static_cast<double>(label.size());
             if (to - from >= width + 4 && from >= free) {
@@ -206,7 +207,8 @@ class Drawing {
 
 } // namespace
 
-std::string timingDiagram(const std::string& title, const std::vector<Signal>& signals, uint64_t start, uint64_t end) {
+std::string timingDiagram(const std::string& title, const std::vector<Signal>& signals, std::uint64_t start,
+                          std::uint64_t end) {
     Drawing drawing(title, start, end, signals.size());
     drawing.axis();
     for (size_t i = 0; i < signals.size(); ++i) {

@@ -8,8 +8,8 @@
 namespace qelm::tool {
 
 struct SignalChange {
-    uint64_t nanoseconds;
-    uint32_t value; ///< from now on
+    std::uint64_t nanoseconds;
+    std::uint32_t value; ///< from now on
 };
 
 struct Signal {
@@ -19,6 +19,7 @@ struct Signal {
 };
 
 /** @param signals from top to bottom; the picture reaches from `start` to `end` */
-std::string timingDiagram(const std::string& title, const std::vector<Signal>& signals, uint64_t start, uint64_t end);
+std::string timingDiagram(const std::string& title, const std::vector<Signal>& signals, std::uint64_t start,
+                          std::uint64_t end);
 
 } // namespace qelm::tool

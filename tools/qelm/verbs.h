@@ -38,11 +38,11 @@ struct TraceOptions {
 
 /** Pulses to drive a pin of a virtual board with. Times are virtual microseconds. */
 struct PulseOptions {
-    uint32_t pin = 0;
-    uint32_t pulses = 0;
-    uint64_t period = 1000;
-    uint64_t width = 100; ///< at most the period
-    uint64_t wait = 0;    ///< after the last period
+    std::uint32_t pin = 0;
+    std::uint32_t pulses = 0;
+    std::uint64_t period = 1000;
+    std::uint64_t width = 100; ///< at most the period
+    std::uint64_t wait = 0;    ///< after the last period
 };
 
 /** The camera of a virtual board. */
@@ -60,7 +60,7 @@ struct EventsOptions {
 struct GrabOptions {
     std::vector<std::string> settings;
     CameraChoice camera;
-    uint32_t frames = 1;
+    std::uint32_t frames = 1;
     double timeout = 10; ///< virtual seconds that a picture may take
     PulseOptions pulses; ///< for external triggers, one for each picture
     std::filesystem::path output;

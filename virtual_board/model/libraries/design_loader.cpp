@@ -114,7 +114,7 @@ std::string noTarget(const Design&) {
 
 } // namespace
 
-void* virtualBoard_loadDesignImageFile(const char* fileName, int32_t designNumber, int32_t one) {
+void* virtualBoard_loadDesignImageFile(const char* fileName, std::int32_t designNumber, std::int32_t one) {
     return observe(
                [&] {
                    return Call{nullptr, "loadDesignImageFile", fileName == nullptr ? "" : fileName, false};
@@ -126,7 +126,7 @@ void* virtualBoard_loadDesignImageFile(const char* fileName, int32_t designNumbe
         .result;
 }
 
-void* virtualBoard_loadDesignImageMemory(const void* address, uint64_t length, int32_t one) {
+void* virtualBoard_loadDesignImageMemory(const void* address, std::uint64_t length, std::int32_t one) {
     return observe(
                [] {
                    return Call{nullptr, "loadDesignImageMemory", "", false};
@@ -151,19 +151,19 @@ void virtualBoard_releaseDesignImage(void* image) {
         [&] { return code(Process::instance().images.takeBack(image) ? ok : unknown); });
 }
 
-uint32_t virtualBoard_getDesignRegisterCount(void* image) {
+std::uint32_t virtualBoard_getDesignRegisterCount(void* image) {
     return ask<std::uint32_t>("getDesignRegisterCount", image, 0, 0, noTarget, [](const Design& design) {
         return static_cast<std::uint32_t>(design.registers().size());
     });
 }
 
-const char* virtualBoard_getDesignRegisterName(void* image, uint32_t index) {
+const char* virtualBoard_getDesignRegisterName(void* image, std::uint32_t index) {
     return ask<const char*>("getDesignRegisterName", image, index, nullptr, noTarget, [&](const Design& design) {
         return index == 0 || index > design.registers().size() ? nullptr : design.registers()[index - 1].name.c_str();
     });
 }
 
-uint32_t virtualBoard_getDesignRegisterAddress(void* image, const char* name) {
+std::uint32_t virtualBoard_getDesignRegisterAddress(void* image, const char* name) {
     const std::string_view wanted = name == nullptr ? std::string_view() : std::string_view(name);
     return ask<std::uint32_t>(
         "getDesignRegisterAddress", image, 0, 0, [&](const Design&) { return std::string(wanted); },
@@ -173,7 +173,7 @@ uint32_t virtualBoard_getDesignRegisterAddress(void* image, const char* name) {
         });
 }
 
-uint32_t virtualBoard_getDesignRegisterWidth(void* image, uint32_t address) {
+std::uint32_t virtualBoard_getDesignRegisterWidth(void* image, std::uint32_t address) {
     return ask<std::uint32_t>(
         "getDesignRegisterWidth", image, address, 0,
         [&](const Design& design) { return nameOf(design.registerAt(address)); },
@@ -183,7 +183,7 @@ uint32_t virtualBoard_getDesignRegisterWidth(void* image, uint32_t address) {
         });
 }
 
-int32_t virtualBoard_isDesignRegisterWritable(void* image, uint32_t address) {
+std::int32_t virtualBoard_isDesignRegisterWritable(void* image, std::uint32_t address) {
     return ask<std::int32_t>(
         "isDesignRegisterWritable", image, address, 0,
         [&](const Design& design) { return nameOf(design.registerAt(address)); },
@@ -193,7 +193,7 @@ int32_t virtualBoard_isDesignRegisterWritable(void* image, uint32_t address) {
         });
 }
 
-const DesignEvent* virtualBoard_getDesignEvent(void* image, uint32_t index) {
+const DesignEvent* virtualBoard_getDesignEvent(void* image, std::uint32_t index) {
     return ask<const DesignEvent*>("getDesignEvent", image, index, nullptr, noTarget,
                                    [&](const Design& design) { return design.event(index); });
 }

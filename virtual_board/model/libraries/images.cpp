@@ -19,8 +19,8 @@ CallValue formatText(const ImageFormat& format) {
 
 } // namespace
 
-int32_t virtualBoard_writeImage(const char* path, const void* pixels, int32_t width, int32_t height,
-                                int32_t bitsPerSample, int32_t samplesPerPixel) {
+std::int32_t virtualBoard_writeImage(const char* path, const void* pixels, std::int32_t width, std::int32_t height,
+                                     std::int32_t bitsPerSample, std::int32_t samplesPerPixel) {
     const ImageFormat format{width, height, bitsPerSample, samplesPerPixel};
     return observe(
                [&] {
@@ -35,8 +35,8 @@ int32_t virtualBoard_writeImage(const char* path, const void* pixels, int32_t wi
         .result;
 }
 
-int32_t virtualBoard_readImage(const char* path, void** pixels, int32_t* width, int32_t* height, int32_t* bitsPerSample,
-                               int32_t* samplesPerPixel) {
+std::int32_t virtualBoard_readImage(const char* path, void** pixels, std::int32_t* width, std::int32_t* height,
+                                    std::int32_t* bitsPerSample, std::int32_t* samplesPerPixel) {
     ImageFormat format;
     const bool read = observe(
                           [&] {

@@ -30,12 +30,12 @@ std::int32_t access(const char* function, void* board, std::uint32_t address, co
 
 } // namespace
 
-int32_t virtualBoard_writeRegister(void* board, uint32_t address, uint64_t value, int32_t) {
+std::int32_t virtualBoard_writeRegister(void* board, std::uint32_t address, std::uint64_t value, std::int32_t) {
     return access("writeRegister", board, address, &value, true,
                   [&](Board& found) { return found.values().writeRegister(address, value); });
 }
 
-int32_t virtualBoard_readRegister(void* board, uint32_t address, uint64_t* value, int32_t) {
+std::int32_t virtualBoard_readRegister(void* board, std::uint32_t address, std::uint64_t* value, std::int32_t) {
     return access("readRegister", board, address, value, false, [&](Board& found) {
         return value == nullptr ? unknown : found.values().readRegister(address, *value);
     });

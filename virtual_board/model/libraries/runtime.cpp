@@ -312,7 +312,8 @@ Result refuse(const char* function, void* opaque) {
 
 } // namespace
 
-void* virtualBoard_Fg_InitHandleSlaveAware(const char* hapFileName, void* board, void* designImage, int32_t isSlave) {
+void* virtualBoard_Fg_InitHandleSlaveAware(const char* hapFileName, void* board, void* designImage,
+                                           std::int32_t isSlave) {
     return init("Fg_InitHandleSlaveAware", hapFileName, board, designImage, isSlave);
 }
 
@@ -320,7 +321,7 @@ void* virtualBoard_Fg_InitHandle(const char* hapFileName, void* board, void* des
     return init("Fg_InitHandle", hapFileName, board, designImage, 0);
 }
 
-int32_t virtualBoard_Fg_FreeGrabber(void* handle) {
+std::int32_t virtualBoard_Fg_FreeGrabber(void* handle) {
     // Kept until the end of the call, which the handle may not survive.
     const std::shared_ptr<RuntimeHandle> found = Process::instance().handles.find(handle);
     return callRuntime(
@@ -335,7 +336,7 @@ int32_t virtualBoard_Fg_FreeGrabber(void* handle) {
         });
 }
 
-int32_t virtualBoard_Fg_getLastErrorNumber(void* opaque) {
+std::int32_t virtualBoard_Fg_getLastErrorNumber(void* opaque) {
     const auto* handle = static_cast<const RuntimeHandle*>(opaque);
     return observe(
                [&] {
@@ -349,7 +350,7 @@ int32_t virtualBoard_Fg_getLastErrorNumber(void* opaque) {
         .result;
 }
 
-int32_t virtualBoard_Fg_getAppletId(void* opaque, void*) {
+std::int32_t virtualBoard_Fg_getAppletId(void* opaque, void*) {
     auto* handle = static_cast<RuntimeHandle*>(opaque);
     return callRuntime(
         handle,
@@ -362,7 +363,7 @@ int32_t virtualBoard_Fg_getAppletId(void* opaque, void*) {
         });
 }
 
-int32_t virtualBoard_Fg_getParameterIdByName(void* opaque, const char* name) {
+std::int32_t virtualBoard_Fg_getParameterIdByName(void* opaque, const char* name) {
     auto* handle = static_cast<RuntimeHandle*>(opaque);
     return callRuntime(
         handle,
@@ -377,7 +378,7 @@ int32_t virtualBoard_Fg_getParameterIdByName(void* opaque, const char* name) {
         });
 }
 
-const char* virtualBoard_Fg_getParameterInfo(void* opaque, int32_t id) {
+const char* virtualBoard_Fg_getParameterInfo(void* opaque, std::int32_t id) {
     auto* handle = static_cast<RuntimeHandle*>(opaque);
     return callRuntime(
         handle,
@@ -407,24 +408,26 @@ const DesignNode* virtualBoard_Fg_getDesignTree(void* opaque) {
         });
 }
 
-int32_t virtualBoard_Fg_setParameter(void* handle, int32_t id, const void* value, uint32_t port) {
+std::int32_t virtualBoard_Fg_setParameter(void* handle, std::int32_t id, const void* value, std::uint32_t port) {
     return set("Fg_setParameter", handle, id, value, port, true, typeNone);
 }
 
-int32_t virtualBoard_Fg_getParameter(void* handle, int32_t id, void* value, uint32_t port) {
+std::int32_t virtualBoard_Fg_getParameter(void* handle, std::int32_t id, void* value, std::uint32_t port) {
     return get("Fg_getParameter", handle, id, value, port, true, typeNone);
 }
 
-int32_t virtualBoard_Fg_setParameterWithType(void* handle, int32_t id, const void* value, uint32_t index,
-                                             int32_t type) {
+std::int32_t virtualBoard_Fg_setParameterWithType(void* handle, std::int32_t id, const void* value, std::uint32_t index,
+                                                  std::int32_t type) {
     return set("Fg_setParameterWithType", handle, id, value, index, false, type);
 }
 
-int32_t virtualBoard_Fg_getParameterWithType(void* handle, int32_t id, void* value, uint32_t index, int32_t type) {
+std::int32_t virtualBoard_Fg_getParameterWithType(void* handle, std::int32_t id, void* value, std::uint32_t index,
+                                                  std::int32_t type) {
     return get("Fg_getParameterWithType", handle, id, value, index, false, type);
 }
 
-int64_t virtualBoard_Fg_getStatusEx(void* opaque, int32_t parameter, uint64_t, uint32_t dmaIndex, void*) {
+std::int64_t virtualBoard_Fg_getStatusEx(void* opaque, std::int32_t parameter, std::uint64_t, std::uint32_t dmaIndex,
+                                         void*) {
     const auto status = [parameter](const Board& board) -> std::int64_t {
         const Acquisition& acquisition = board.acquisition();
         switch (parameter) {
@@ -443,7 +446,8 @@ int64_t virtualBoard_Fg_getStatusEx(void* opaque, int32_t parameter, uint64_t, u
     });
 }
 
-int32_t virtualBoard_Fg_AcquireEx(void* opaque, uint32_t dmaIndex, int64_t pictureCount, int32_t flag, void* memory) {
+std::int32_t virtualBoard_Fg_AcquireEx(void* opaque, std::uint32_t dmaIndex, std::int64_t pictureCount,
+                                       std::int32_t flag, void* memory) {
     return onMemory<std::int32_t>("Fg_AcquireEx", opaque, dmaIndex, memory, pictureCount,
                                   [&](Board& board, const std::shared_ptr<FrameMemory>& frames) {
                                       if (flag != VIRTUAL_BOARD_ACQUIRE_STANDARD) {
@@ -456,7 +460,7 @@ int32_t virtualBoard_Fg_AcquireEx(void* opaque, uint32_t dmaIndex, int64_t pictu
                                   });
 }
 
-int32_t virtualBoard_Fg_stopAcquireEx(void* opaque, uint32_t dmaIndex, void* memory, int32_t) {
+std::int32_t virtualBoard_Fg_stopAcquireEx(void* opaque, std::uint32_t dmaIndex, void* memory, std::int32_t) {
     return onMemory<std::int32_t>("Fg_stopAcquireEx", opaque, dmaIndex, memory, 0,
                                   [&](Board& board, const std::shared_ptr<FrameMemory>& frames) {
                                       if (board.acquisition().memory() != frames) {
@@ -467,15 +471,15 @@ int32_t virtualBoard_Fg_stopAcquireEx(void* opaque, uint32_t dmaIndex, void* mem
                                   });
 }
 
-int64_t virtualBoard_Fg_getLastPicNumberEx(void* opaque, uint32_t dmaIndex, void* memory) {
+std::int64_t virtualBoard_Fg_getLastPicNumberEx(void* opaque, std::uint32_t dmaIndex, void* memory) {
     return onMemory<std::int64_t>("Fg_getLastPicNumberEx", opaque, dmaIndex, memory, 0,
                                   [&](const Board& board, const std::shared_ptr<FrameMemory>& frames) {
                                       return board.acquisition().memory() == frames ? frames->last() : notAcquiring;
                                   });
 }
 
-int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, int64_t picture, uint32_t dmaIndex, int32_t timeout,
-                                                   void* memory) {
+std::int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, std::int64_t picture, std::uint32_t dmaIndex,
+                                                        std::int32_t timeout, void* memory) {
     return onMemory<std::int64_t>("Fg_getLastPicNumberBlockingEx", opaque, dmaIndex, memory, picture,
                                   [&](Board& board, const std::shared_ptr<FrameMemory>& frames) -> std::int64_t {
                                       if (board.acquisition().memory() != frames) {
@@ -493,54 +497,54 @@ int64_t virtualBoard_Fg_getLastPicNumberBlockingEx(void* opaque, int64_t picture
 
 // Acquisition needs memory here; configurations and line-by-line shading are the applet's own task.
 
-int32_t virtualBoard_Fg_Acquire(void* handle, uint32_t, int64_t) {
-    return refuse<int32_t>("Fg_Acquire", handle);
+std::int32_t virtualBoard_Fg_Acquire(void* handle, std::uint32_t, std::int64_t) {
+    return refuse<std::int32_t>("Fg_Acquire", handle);
 }
 
-int32_t virtualBoard_Fg_stopAcquire(void* handle, uint32_t) {
-    return refuse<int32_t>("Fg_stopAcquire", handle);
+std::int32_t virtualBoard_Fg_stopAcquire(void* handle, std::uint32_t) {
+    return refuse<std::int32_t>("Fg_stopAcquire", handle);
 }
 
-int32_t virtualBoard_Fg_saveConfig(void* handle, const char*) {
-    return refuse<int32_t>("Fg_saveConfig", handle);
+std::int32_t virtualBoard_Fg_saveConfig(void* handle, const char*) {
+    return refuse<std::int32_t>("Fg_saveConfig", handle);
 }
 
-int32_t virtualBoard_Fg_loadConfig(void* handle, const char*) {
-    return refuse<int32_t>("Fg_loadConfig", handle);
+std::int32_t virtualBoard_Fg_loadConfig(void* handle, const char*) {
+    return refuse<std::int32_t>("Fg_loadConfig", handle);
 }
 
-void* virtualBoard_Fg_AllocShading(void* handle, int32_t, int32_t) {
+void* virtualBoard_Fg_AllocShading(void* handle, std::int32_t, std::int32_t) {
     return refuse<void*>("Fg_AllocShading", handle);
 }
 
-int32_t virtualBoard_Fg_FreeShading(void* handle, void*) {
-    return refuse<int32_t>("Fg_FreeShading", handle);
+std::int32_t virtualBoard_Fg_FreeShading(void* handle, void*) {
+    return refuse<std::int32_t>("Fg_FreeShading", handle);
 }
 
-int32_t virtualBoard_Shad_SetSubValueLine(void* handle, void*, int32_t, int32_t, float) {
-    return refuse<int32_t>("Shad_SetSubValueLine", handle);
+std::int32_t virtualBoard_Shad_SetSubValueLine(void* handle, void*, std::int32_t, std::int32_t, float) {
+    return refuse<std::int32_t>("Shad_SetSubValueLine", handle);
 }
 
-int32_t virtualBoard_Shad_SetMultValueLine(void* handle, void*, int32_t, int32_t, float) {
-    return refuse<int32_t>("Shad_SetMultValueLine", handle);
+std::int32_t virtualBoard_Shad_SetMultValueLine(void* handle, void*, std::int32_t, std::int32_t, float) {
+    return refuse<std::int32_t>("Shad_SetMultValueLine", handle);
 }
 
-int32_t virtualBoard_Shad_SetFixedPatternNoiseLine(void* handle, void*, int32_t, int32_t, int32_t) {
-    return refuse<int32_t>("Shad_SetFixedPatternNoiseLine", handle);
+std::int32_t virtualBoard_Shad_SetFixedPatternNoiseLine(void* handle, void*, std::int32_t, std::int32_t, std::int32_t) {
+    return refuse<std::int32_t>("Shad_SetFixedPatternNoiseLine", handle);
 }
 
-int32_t virtualBoard_Shad_GetMaxLine(void* handle, void*) {
-    return refuse<int32_t>("Shad_GetMaxLine", handle);
+std::int32_t virtualBoard_Shad_GetMaxLine(void* handle, void*) {
+    return refuse<std::int32_t>("Shad_GetMaxLine", handle);
 }
 
-int32_t virtualBoard_Shad_GetAccess(void* handle, void*) {
-    return refuse<int32_t>("Shad_GetAccess", handle);
+std::int32_t virtualBoard_Shad_GetAccess(void* handle, void*) {
+    return refuse<std::int32_t>("Shad_GetAccess", handle);
 }
 
-int32_t virtualBoard_Shad_FreeAccess(void* handle, void*) {
-    return refuse<int32_t>("Shad_FreeAccess", handle);
+std::int32_t virtualBoard_Shad_FreeAccess(void* handle, void*) {
+    return refuse<std::int32_t>("Shad_FreeAccess", handle);
 }
 
-int32_t virtualBoard_Shad_WriteActLine(void* handle, void*, int32_t) {
-    return refuse<int32_t>("Shad_WriteActLine", handle);
+std::int32_t virtualBoard_Shad_WriteActLine(void* handle, void*, std::int32_t) {
+    return refuse<std::int32_t>("Shad_WriteActLine", handle);
 }

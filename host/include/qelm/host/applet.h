@@ -54,9 +54,9 @@ class Applet {
     const std::filesystem::path& file() const { return file_; }
 
     /** The text that Info writes through its second output; empty when it writes none. */
-    std::string infoText(int32_t request) const;
+    std::string infoText(std::int32_t request) const;
     /** The size in bytes that Info writes through its first output. */
-    uint64_t infoSize(int32_t request) const;
+    std::uint64_t infoSize(std::int32_t request) const;
 
     /** @return null when the applet runs on the libraries of another board */
     const VirtualBoardFunctions* virtualBoard() const { return virtualBoard_ ? &virtualBoardFunctions_ : nullptr; }

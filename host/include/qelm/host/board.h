@@ -16,7 +16,8 @@ namespace qelm::host {
 
 /** The types of parameter values at the boundary. */
 template <class T>
-concept ParameterValue = std::same_as<T, uint32_t> || std::same_as<T, int32_t> || std::same_as<T, uint64_t> ||
+concept ParameterValue =
+    std::same_as<T, std::uint32_t> || std::same_as<T, std::int32_t> || std::same_as<T, std::uint64_t> ||
     std::same_as<T, double> || std::same_as<T, std::string> || std::same_as<T, LutEntry>;
 
 /** How a board is opened. */
@@ -26,7 +27,7 @@ struct BoardOptions {
      * on other libraries, some address, which is all that they need to tell boards apart.
      */
     void* handle = nullptr;
-    int32_t mode = 0;
+    std::int32_t mode = 0;
 };
 
 /** One call into the vendor libraries, as the virtual board recorded it. */
@@ -34,7 +35,7 @@ struct TracedCall {
     std::string call;
     std::string target; ///< design parameter, register or runtime parameter; an element as "name[2]"
     std::string value;
-    int64_t result;
+    std::int64_t result;
     bool isWrite;
 
     /** "target=value", and the code when the board refused the call. */
@@ -66,38 +67,38 @@ class Board {
     /** The handle for the virtual board's control surface; null on another board. */
     VirtualBoard* virtualBoard() const;
     /** Frees the board now; everything that follows answers -2001. @return the code of Fg_FreeGrabber */
-    int32_t free();
+    std::int32_t free();
 
     /* Codes: 0 or a negative error code. */
 
-    int32_t set(int32_t id, uint32_t value);
-    int32_t set(int32_t id, int32_t value);
-    int32_t set(int32_t id, uint64_t value);
-    int32_t set(int32_t id, double value);
-    int32_t set(int32_t id, const char* value);
-    int32_t set(int32_t id, const std::string& value) { return set(id, value.c_str()); }
-    int32_t set(int32_t id, const LutEntry& value);
+    std::int32_t set(std::int32_t id, std::uint32_t value);
+    std::int32_t set(std::int32_t id, std::int32_t value);
+    std::int32_t set(std::int32_t id, std::uint64_t value);
+    std::int32_t set(std::int32_t id, double value);
+    std::int32_t set(std::int32_t id, const char* value);
+    std::int32_t set(std::int32_t id, const std::string& value) { return set(id, value.c_str()); }
+    std::int32_t set(std::int32_t id, const LutEntry& value);
 
-    int32_t get(int32_t id, uint32_t& value) const;
-    int32_t get(int32_t id, int32_t& value) const;
-    int32_t get(int32_t id, uint64_t& value) const;
-    int32_t get(int32_t id, double& value) const;
+    std::int32_t get(std::int32_t id, std::uint32_t& value) const;
+    std::int32_t get(std::int32_t id, std::int32_t& value) const;
+    std::int32_t get(std::int32_t id, std::uint64_t& value) const;
+    std::int32_t get(std::int32_t id, double& value) const;
     /** @param value handed over as it is: 24114 takes a parameter's name and answers its description */
-    int32_t get(int32_t id, std::string& value) const;
+    std::int32_t get(std::int32_t id, std::string& value) const;
     /** @param value its index says which entry is wanted */
-    int32_t get(int32_t id, LutEntry& value) const;
+    std::int32_t get(std::int32_t id, LutEntry& value) const;
 
     /** The identifier of a name, or a negative error code. */
-    int32_t findId(const char* name) const;
+    std::int32_t findId(const char* name) const;
 
     template <class T>
-    int32_t set(const char* name, const T& value) {
-        const int32_t id = findId(name);
+    std::int32_t set(const char* name, const T& value) {
+        const std::int32_t id = findId(name);
         return id < 0 ? id : set(id, value);
     }
     template <ParameterValue T>
-    int32_t get(const char* name, T& value) const {
-        const int32_t id = findId(name);
+    std::int32_t get(const char* name, T& value) const {
+        const std::int32_t id = findId(name);
         return id < 0 ? id : get(id, value);
     }
 
@@ -106,14 +107,14 @@ class Board {
     template <ParameterValue T, class Key>
     T get(const Key& key) const {
         T value{};
-        if (const int32_t code = get(key, value); code < 0) {
+        if (const std::int32_t code = get(key, value); code < 0) {
             throw AppletError(code, "reading " + nameOf(key) + " was refused");
         }
         return value;
     }
     template <class T, class Key>
     void change(const Key& key, const T& value) {
-        if (const int32_t code = set(key, value); code < 0) {
+        if (const std::int32_t code = set(key, value); code < 0) {
             throw AppletError(code, "setting " + nameOf(key) + " was refused");
         }
     }
@@ -129,7 +130,7 @@ class Board {
     std::vector<std::string> writes() const;
 
   private:
-    static std::string nameOf(int32_t id);
+    static std::string nameOf(std::int32_t id);
     static std::string nameOf(const char* name) { return name; }
     const VirtualBoardFunctions& requireVirtualBoard() const;
 

@@ -17,6 +17,6 @@ void readInformation(std::string_view information, Parameter& parameter);
 std::string readDescriptionXml(const Board& board);
 
 /** The parameters' identifiers by name: their register addresses in an applet's GenApi document. */
-std::map<std::string, int32_t> parameterAddresses(std::string_view xml);
+std::map<std::string, std::int32_t> parameterAddresses(std::string_view xml);
 
 } // namespace qelm::host

@@ -12,18 +12,18 @@ namespace qelm::host {
 
 struct EnumerationEntry {
     std::string name; ///< symbolic name, e.g. "FG_GRAY16"
-    int32_t value;
+    std::int32_t value;
     std::string text; ///< what user interfaces show
 };
 
-enum class ParameterKind : uint8_t { integer, wideInteger, floatingPoint, enumeration, fileName, text, lutEntry };
+enum class ParameterKind : std::uint8_t { integer, wideInteger, floatingPoint, enumeration, fileName, text, lutEntry };
 
 /** @return "integer", "floating point", ... as in the applet's descriptions, or "lookup table entry" */
 std::string_view kindName(ParameterKind kind);
 
 /** What is known about a parameter besides its value. */
 struct Parameter {
-    int32_t id = 0;
+    std::int32_t id = 0;
     std::string name{};
     std::string description{};
     ParameterKind kind = ParameterKind::integer;
@@ -32,15 +32,15 @@ struct Parameter {
     std::string unit{};
     double minimum = 0.0; ///< limits of numbers; these and the increment are 0 when no range is stated
     double maximum = 0.0;
-    uint64_t wideMaximum = 0; ///< of wide integers, which start at 0: more than a double can tell exactly
-    double increment = 0.0;   ///< 0 for continuous values
-    int32_t access = 0;       ///< bit value 1 read, 2 write
-    std::string filter{};     ///< of file names, e.g. "*.lut"
+    std::uint64_t wideMaximum = 0; ///< of wide integers, which start at 0: more than a double can tell exactly
+    double increment = 0.0;        ///< 0 for continuous values
+    std::int32_t access = 0;       ///< bit value 1 read, 2 write
+    std::string filter{};          ///< of file names, e.g. "*.lut"
     std::vector<EnumerationEntry> entries{};
 
     bool isWritable() const { return (access & 2) != 0; }
     bool hasRange() const { return minimum != 0.0 || maximum != 0.0 || increment != 0.0; }
-    const EnumerationEntry* findEntry(int32_t value) const;
+    const EnumerationEntry* findEntry(std::int32_t value) const;
     const EnumerationEntry* findEntry(std::string_view entryName) const;
 
     /** "16 to 8192 pixel in steps of 16", "FG_GRAY (3) or FG_GRAY16 (1)", "a file name (*.lut)"; empty when unknown */

@@ -12,8 +12,8 @@
 /** Parameter values as text, and access with errors that say what is allowed. */
 namespace qelm::host {
 
-/** Integers and enumerations are a uint32_t, wide integers a uint64_t. */
-using Value = std::variant<uint32_t, uint64_t, double, std::string, LutEntry>;
+/** Integers and enumerations are a std::uint32_t, wide integers a std::uint64_t. */
+using Value = std::variant<std::uint32_t, std::uint64_t, double, std::string, LutEntry>;
 
 /** A text that is no request at all: no number, no name, no '='. Its message is a whole sentence. */
 class SyntaxError : public std::invalid_argument {
@@ -24,7 +24,7 @@ class SyntaxError : public std::invalid_argument {
 /** A parameter, or of the lookup table one entry. */
 struct Reference {
     const Parameter* parameter;
-    uint32_t index = 0; ///< of lookup-table entries
+    std::uint32_t index = 0; ///< of lookup-table entries
 
     /** "FG_WIDTH", "FG_LUT_VALUE[17]" */
     std::string text() const;
