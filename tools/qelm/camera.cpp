@@ -1,10 +1,9 @@
 #include "camera.h"
 
-#include "camera_match.h"
 #include "output.h"
 #include "stimulus.h"
 
-#include "qelm/host/text.h"
+#include "qelm/host/camera.h"
 
 #include <algorithm>
 #include <iostream>
@@ -19,15 +18,12 @@ constexpr size_t places = 2; // the picture that is looked at, and the one that 
 
 } // namespace
 
-void connectCamera(const host::VirtualBoardFunctions& control, const Session& session, const CameraChoice& choice) {
-    char problem[512] = "";
-    const std::string options = host::systemText(matchedCamera(session, choice.options));
-    const std::string scene = host::systemFileName(choice.scene);
-    const std::int32_t code =
-        control.connectCamera(session.board().virtualBoard(), options.c_str(), scene.c_str(), problem, sizeof problem);
-    if (code != 0) {
-        throw std::runtime_error(problem[0] != '\0' ? host::utf8Text(problem) : "the camera could not be connected");
+void connectCamera(const Session& session, const CameraChoice& choice) {
+    const host::CameraMatch camera = host::matchCamera(session.board(), choice.options);
+    if (!camera.mismatch.empty()) {
+        printWarning(camera.mismatch + "; \"--camera match\" takes the settings");
     }
+    host::connectCamera(session.board(), camera.options, choice.scene);
 }
 
 bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,

@@ -7,7 +7,7 @@
 namespace qelm::tool {
 
 /** @throws std::runtime_error with what is wrong about the choice */
-void connectCamera(const host::VirtualBoardFunctions& control, const Session& session, const CameraChoice& choice);
+void connectCamera(const Session& session, const CameraChoice& choice);
 
 /** Prints what the options of a camera are when "help" was asked for. @return whether it was */
 bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,

@@ -50,7 +50,7 @@ int events(const CommonOptions& options, const EventsOptions& eventsOptions) {
     Losses losses(session); // records the events
     StepsOutcome values = runAll(options, session, settings);
     if (values.succeeded) {
-        connectCamera(control, session, eventsOptions.camera);
+        connectCamera(session, eventsOptions.camera);
         requireNoWarnings(options);
         startTriggers(session, options, eventsOptions.steps);
         Stimulus(control, session.board()).drive(eventsOptions.pulses);

@@ -206,7 +206,7 @@ int grab(const CommonOptions& options, const GrabOptions& grabOptions) {
     requireExtension(grabOptions.output, {".png", ".tif", ".tiff"});
     Session session = startSession(applet, options);
     makeSettings(session, grabOptions.settings);
-    connectCamera(control, session, grabOptions.camera);
+    connectCamera(session, grabOptions.camera);
     requireNoWarnings(options);
     Losses losses(session);
     startTriggers(session, options, grabOptions.settings);

@@ -83,7 +83,7 @@ int timing(const CommonOptions& options, const TimingOptions& timingOptions) {
             title += (title.empty() ? "" : ", ") + setting;
         }
     }
-    connectCamera(control, session, timingOptions.camera);
+    connectCamera(session, timingOptions.camera);
     requireNoWarnings(options);
     Losses losses(session);
     require(control.recordSignals(board, 1), "recording the signals failed");
