@@ -92,16 +92,57 @@ function(qelm_add_vendor_library target definition)
     target_link_libraries(${target} INTERFACE ${import_library})
 endfunction()
 
-# qelm_add_header_package(<target> <folder>): a library of headers alone, installed by the system into a folder of that
-# name. Compilers for both platforms see that folder only: the system's other headers beside it suit the host alone.
-function(qelm_add_header_package target folder)
+# qelm_add_header_library(<target> <folder> [PACKAGE <name> TARGET <imported target>]): a library of headers alone. Without a
+# CMake package of that name for the platform it is what the system has installed into a folder of /usr/include.
+# Compilers see that folder only: the headers beside it suit the host alone.
+function(qelm_add_header_library target folder)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "PACKAGE;TARGET" "")
+    add_library(${target} INTERFACE)
+    if(arg_PACKAGE)
+        find_package(${arg_PACKAGE} CONFIG QUIET)
+        if(${arg_PACKAGE}_FOUND)
+            target_link_libraries(${target} INTERFACE ${arg_TARGET})
+            return()
+        endif()
+    endif()
     find_path(${target}_include_dir ${folder} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
     if(NOT ${target}_include_dir)
-        message(FATAL_ERROR "No headers ${folder}/ in /usr/include: run scripts/install-dependencies")
+        message(FATAL_ERROR "No CMake package \"${arg_PACKAGE}\" and no headers ${folder}/ in /usr/include: "
+            "run scripts/install-dependencies, or say with CMAKE_PREFIX_PATH where the package is")
     endif()
     set(include_dir ${CMAKE_BINARY_DIR}/include/${target})
     file(MAKE_DIRECTORY ${include_dir})
     file(CREATE_LINK ${${target}_include_dir}/${folder} ${include_dir}/${folder} SYMBOLIC)
-    add_library(${target} INTERFACE)
     target_include_directories(${target} SYSTEM INTERFACE ${include_dir})
+endfunction()
+
+# qelm_find_optional(<NAME> FOR <what is left out without it> PACKAGE <name>|PKG_CONFIG <module>): looks for a package as
+# the option QELM_WITH_<NAME> says and sets QELM_HAS_<NAME>. AUTO uses the package where it is, ON fails without it (the
+# presets say so: nothing may be left out silently there), OFF does not look. A pkg-config module is PkgConfig::<NAME>.
+function(qelm_find_optional name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOR;PACKAGE;PKG_CONFIG" "")
+    set(option QELM_WITH_${name})
+    set(${option} AUTO CACHE STRING "${arg_PACKAGE}${arg_PKG_CONFIG} for ${arg_FOR}: AUTO (where it is found), ON or OFF")
+    set_property(CACHE ${option} PROPERTY STRINGS AUTO ON OFF)
+    set(required)
+    if(NOT ${option} STREQUAL "AUTO")
+        set(required REQUIRED)
+    endif()
+    set(found FALSE)
+    if(NOT ${option})
+        # not wanted
+    elseif(arg_PACKAGE)
+        find_package(${arg_PACKAGE} CONFIG ${required})
+        set(found ${${arg_PACKAGE}_FOUND})
+    else()
+        find_package(PkgConfig ${required})
+        if(PKG_CONFIG_FOUND)
+            pkg_check_modules(${name} ${required} IMPORTED_TARGET ${arg_PKG_CONFIG})
+            set(found ${${name}_FOUND})
+        endif()
+    endif()
+    if(NOT found)
+        message(STATUS "Without ${arg_PACKAGE}${arg_PKG_CONFIG} (${option}=${${option}}): ${arg_FOR} is left out")
+    endif()
+    set(QELM_HAS_${name} ${found} PARENT_SCOPE)
 endfunction()

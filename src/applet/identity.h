@@ -1,13 +1,15 @@
 #pragma once
 
+#include "version.h"
+
 /** What the applet says of itself, through Info, the configuration header and the parameter description. */
 namespace qelm::applet::identity {
 
 inline constexpr const char* name = "Zantor_Obvelline_Qx4_RK";
 inline constexpr const char* vendor = "Quellmark GmbH";
 inline constexpr const char* configurationVersion = "1.2";
-inline constexpr const char* version = "2.4.1.2";
-inline constexpr const char* build = "2.4.1.2.20161220.052454";
+inline constexpr const char* version = QELM_VERSION;
+inline constexpr const char* build = QELM_VERSION ".20161220.052454";
 inline constexpr const char* uid = "7d1e5a90-3b2c-4f81-9e6a-2c4b8d0f1a37";
 inline constexpr const char* description =
     "Ostrada Advanced with support of Ravelin technology, vertical TopBottom 4 Tap Sorting, 12Bit image processing, "
