@@ -19,7 +19,9 @@ target_compile_options(qelm_options INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
 # The sanitizers of clang leave it to the program to bring their runtime.
 if(NOT WIN32 AND NOT (QELM_SANITIZERS AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
-    target_link_options(qelm_options INTERFACE LINKER:--no-undefined)
+    # Modules find functions in the program that loads them.
+    target_link_options(qelm_options INTERFACE
+        $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>>:LINKER:--no-undefined>)
 endif()
 if(QELM_SANITIZERS)
     add_compile_options(-fsanitize=${QELM_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
