@@ -20,9 +20,11 @@ class TemporaryFolder {
         const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
         std::string name = std::string("qelm_") + test->test_suite_name() + "_" + test->name();
         std::replace(name.begin(), name.end(), '/', '_'); // of tests with parameters
-        path_ = std::filesystem::path(testing::TempDir()) / name;
-        std::filesystem::remove_all(path_);
-        std::filesystem::create_directories(path_ / "system");
+        int number = 0;                                   // the same test may run in another build
+        do {
+            path_ = std::filesystem::path(testing::TempDir()) / (name + "_" + std::to_string(number++));
+        } while (!std::filesystem::create_directory(path_));
+        std::filesystem::create_directory(path_ / "system");
         useForSystem(path_ / "system");
     }
     ~TemporaryFolder() {
