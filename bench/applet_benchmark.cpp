@@ -1,4 +1,4 @@
-// What a get and a set of a parameter cost beyond what any implementation of them must do, and what a start-up takes.
+// What a get and a set of a parameter cost beyond what any implementation of them must do.
 //
 // The floor of a get: an uncontended lock and unlock of a recursive mutex, a call through a pointer as into a library,
 // a virtual call to whoever knows the value. The floor of a set has the runtime's typed set of the same design
@@ -137,20 +137,5 @@ void setRefused(benchmark::State& state) {
     }
 }
 BENCHMARK(setRefused);
-
-/** Std_entry on a fresh board, to the applet that is ready. */
-void startUp(benchmark::State& state) {
-    const Applet applet;
-    for (auto _ : state) {
-        VirtualBoard* handle = applet.virtualBoard()->open();
-        const auto start = Clock::now();
-        {
-            Board board(applet, {.handle = handle});
-            state.SetIterationTime(Seconds(Clock::now() - start).count());
-        }
-        applet.virtualBoard()->close(handle);
-    }
-}
-BENCHMARK(startUp)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -1,7 +1,7 @@
 // Reading all keys of a full configuration file twice, as a load does: the parser, beside a one-pass read into a map
 // with look-ups, beside inih, and beside reading the file anew for every key.
 
-#include "persistence/configuration_keys.h"
+#include "persistence/configuration.h"
 
 #include <benchmark/benchmark.h>
 #include <ini.h>
@@ -16,9 +16,9 @@
 
 namespace {
 
-using qelm::persistence::configurationKeys;
+using qelm::configuration::configurationKeys;
+using qelm::configuration::KeyType;
 using qelm::persistence::Fg_ConfigFileParser;
-using qelm::persistence::KeyType;
 
 constexpr int passes = 2;
 
@@ -63,7 +63,7 @@ class FullFile {
 const FullFile file;
 
 /** Converts the value as its key's type asks; the competitors' way. */
-void convert(const qelm::persistence::ConfigurationKey& key, const std::string& value) {
+void convert(const qelm::configuration::ConfigurationKey& key, const std::string& value) {
     switch (key.type) {
     case KeyType::integer:
         benchmark::DoNotOptimize(std::atoi(value.c_str()));

@@ -18,6 +18,10 @@ ROWS = {
         ("get of a cached parameter", "floors", (AT_MOST, 2), ("getCached", "floors")),
         ("set with one design write", "floors", (AT_MOST, 2), ("setWithOneDesignWrite", "floors")),
     ],
+    "start_up_benchmark": [
+        ("start-up to the ready applet", "its vendor calls made plainly", None, ("startUp", "ratio")),
+        ("loading a configuration", "reading its keys and its design writes", None, ("loadConfiguration", "ratio")),
+    ],
     "software_trigger_benchmark": [
         ("software trigger pulse", "bare design writes", None, ("softwareTriggerBurst", "bares")),
     ],

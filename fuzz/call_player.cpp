@@ -106,7 +106,11 @@ void CallPlayer::play() {
         descriptionsFollow_ = true;
         board_.emplace(applet_);
     }
-    check();
+    // What is broken stays broken for a while: looking after every call would take longer than the calls do.
+    constexpr std::uint32_t callsPerCheck = 4;
+    if (calls_ % callsPerCheck == 0) {
+        check();
+    }
 }
 
 std::uint32_t CallPlayer::chooseNumber(const Parameter& parameter) {
@@ -255,7 +259,7 @@ void CallPlayer::configuration() {
 void CallPlayer::passTime() {
     last_ = "time";
     control().setInput(board_->virtualBoard(), choose_(8), static_cast<std::int32_t>(choose_(2)));
-    control().advance(board_->virtualBoard(), 1000ULL * choose_(256) * choose_(256));
+    control().advance(board_->virtualBoard(), 1000ULL << choose_(16)); // at the highest rate 200 000 pulses
 }
 
 /** Lets one of the next calls into the vendor libraries fail, in a set of any parameter. */
@@ -291,7 +295,7 @@ void CallPlayer::check() {
         require(number(phase) < number(partner), "a phase is smaller than its partner");
     }
     checkDesign();
-    if (descriptionsFollow_ && calls_ % 4 == 0) {
+    if (descriptionsFollow_) {
         checkDescriptions();
     }
 }

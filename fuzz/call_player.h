@@ -21,8 +21,9 @@ class BrokenInvariant : public std::logic_error {
 };
 
 /**
- * Plays calls of the applet's exports on one virtual board, one at a time as `choose` decides, and checks after each
- * what must hold: partners fit each other, the design has what the settings say, descriptions follow the settings.
+ * Plays calls of the applet's exports on one virtual board, one at a time as `choose` decides, and checks after
+ * every few what must hold: partners fit each other, the design has what the settings say, descriptions follow the
+ * settings.
  *
  * Files stay in one folder. Coefficient planes, which take a quarter of a gigabyte, are left out.
  */
@@ -35,6 +36,8 @@ class CallPlayer {
 
     /** Makes one call. @throws BrokenInvariant */
     void play();
+    /** Checks once more, at the end of a game. @throws BrokenInvariant */
+    void check();
 
   private:
     void set();
@@ -47,7 +50,6 @@ class CallPlayer {
     std::uint32_t chooseNumber(const host::Parameter& parameter);
     double chooseDouble(const host::Parameter& parameter);
     void changed(std::int32_t id);
-    void check();
     void checkDesign();
     void checkDescriptions();
     void require(bool condition, const char* what) const;

@@ -20,6 +20,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         for (int call = 0; call < mostCalls && !bytes.empty(); ++call) {
             player.play();
         }
+        player.check();
     } catch (const fuzz::BrokenInvariant& error) {
         fuzz::expect(false, error.what());
     }

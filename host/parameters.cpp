@@ -70,6 +70,28 @@ const FixedTable& fixedTable() {
     return table;
 }
 
+/**
+ * A parameter as the applet tells it. What it leaves out, the sentence that describes a parameter and all about those
+ * that user interfaces do not show, is known of this project's applet, by name and number: other applets may have
+ * parameters of that name with other values.
+ */
+Parameter describedParameter(const Board& board, std::int32_t id, const char* name) {
+    const Parameter* known = findFixedParameter(name);
+    if (known != nullptr && known->id != id) {
+        known = nullptr;
+    }
+    const char* information = board.applet()->Fg_getParameterInfo(board, id);
+    if (information == nullptr) {
+        return known != nullptr ? *known : Parameter{.id = id, .name = name, .access = 3};
+    }
+    Parameter parameter{.id = id, .name = name, .access = 3};
+    readInformation(information, parameter);
+    if (known != nullptr && parameter.description.empty()) {
+        parameter.description = known->description;
+    }
+    return parameter;
+}
+
 size_t distance(std::string_view left, std::string_view right) {
     // Optimal string alignment, three rows at a time.
     std::vector<size_t> beforeLast(right.size() + 1);
@@ -184,10 +206,6 @@ std::vector<Parameter> registeredParameters(const Board& board) {
         if (name == nullptr) {
             continue;
         }
-        if (const Parameter* fixed = findFixedParameter(name)) {
-            registered.push_back(withCurrentLimits(board, *fixed));
-            continue;
-        }
         std::int32_t id = applet->Fg_getParameterId(board, index);
         if (id < 0) { // design parameters are listed by name; where they are told apart by number is the document
             if (!addresses) {
@@ -196,7 +214,7 @@ std::vector<Parameter> registeredParameters(const Board& board) {
             const auto address = addresses->find(name);
             id = address == addresses->end() ? id : address->second;
         }
-        registered.push_back(withCurrentLimits(board, {.id = id, .name = name, .access = 3}));
+        registered.push_back(describedParameter(board, id, name));
     }
     return registered;
 }

@@ -27,6 +27,12 @@ const Parameter& fixed(std::int32_t id) {
     return *std::ranges::find(fixedParameters(), id, &Parameter::id);
 }
 
+/** Whether the board's applet knows the parameter under the number that it has here; another one may not. */
+bool isKnown(const Board& board, const Parameter& parameter) {
+    const Parameter* own = findFixedParameter(parameter.name);
+    return own != nullptr && own->id == board.findId(parameter.name.c_str());
+}
+
 std::string holds(const Board& board, std::int32_t id) {
     const Parameter& parameter = fixed(id);
     return parameter.name + " = " + formatValue(parameter, readValue(board, {&parameter})) +
@@ -148,6 +154,9 @@ std::string fileClash(const Board& board, const Assignment& assignment) {
 
 std::string clash(const Board& board, const Assignment& assignment, std::int32_t code) {
     const std::int32_t id = assignment.reference.parameter->id;
+    if (!isKnown(board, *assignment.reference.parameter)) {
+        return {};
+    }
     try {
         switch (code) {
         case FG_ERROR_OUT_OF_RANGE:

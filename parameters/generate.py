@@ -408,6 +408,13 @@ def values_text(tables, parameter):
     return f"{plain(minimum)} to {plain(maximum)}{unit}{steps}"
 
 
+def initial_text(parameter):
+    """What a settable number begins with: "1024", "FG_ON"; nothing for all else."""
+    if parameter.initial is None:
+        return ""
+    return parameter.initial if parameter.enumeration else plain(parameter.initial)
+
+
 MADE_BY = "Made from the tables in parameters/ by the build."
 
 
@@ -593,7 +600,9 @@ def reference(tables):
         "",
         "The fixed parameters of the applet by category, as `qelm list --markdown` prints them. Limits are the widest;"
         " some follow",
-        "other parameters, and `qelm describe NAME` tells what holds now. Nothing is said where no range is stated.",
+        "other parameters, and `qelm describe NAME` tells what holds now. Nothing is said where no range is stated."
+        " Initial is",
+        "what a settable number holds once the applet has started; texts begin empty.",
     ]
     for category in [*tables.orders["categories"], None]:
         members = [p for p in tables.ordered("registry") if p.category == category]
@@ -603,14 +612,14 @@ def reference(tables):
             "",
             f"## {category or 'In no category'}",
             "",
-            "| Name | Identifier | Shown as | Kind | Values | Access | Description |",
-            "|---|---|---|---|---|---|---|",
+            "| Name | Identifier | Shown as | Kind | Values | Initial | Access | Description |",
+            "|---|---|---|---|---|---|---|---|",
         ]
         for p in members:
             access = "read and write" if p.is_settable else "read-only"
             values = cell(values_text(tables, p))
             lines.append(
-                f"| `{p.name}` | {p.identifier} | {cell(p.shown)} | {kind(p)} | {values} | {access} "
+                f"| `{p.name}` | {p.identifier} | {cell(p.shown)} | {kind(p)} | {values} | {initial_text(p)} | {access} "
                 f"| {cell(p.description)} |"
             )
     return "\n".join(lines) + "\n"

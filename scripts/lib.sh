@@ -17,7 +17,7 @@ build() {
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# -- One total over several suites and checks ------------------------------------------------------------------------
+# One total over several suites and checks.
 
 passed=0
 failed=0

@@ -31,7 +31,7 @@ VIRTUAL_BOARD_API VirtualBoard* virtualBoardOpen(void);
 /** Closes the board; runtime handles that still refer to it stay valid and answer -2001. Null is ignored. */
 VIRTUAL_BOARD_API void virtualBoardClose(VirtualBoard* board);
 
-/* -- State. Results: 0, or -2070 for an unknown name, index or board ----------------------------------------------- */
+/* State. Results: 0, or -2070 for an unknown name, index or board */
 
 /** Reads an integer design parameter, or element `index` of a field; index 0 for scalars. No trace entry. */
 VIRTUAL_BOARD_API int32_t virtualBoardGetDesignValue(VirtualBoard* board, const char* name, uint32_t index,
@@ -56,7 +56,7 @@ VIRTUAL_BOARD_API int32_t virtualBoardSetRuntimeValue(VirtualBoard* board, int32
 VIRTUAL_BOARD_API int32_t virtualBoardCoefficients(VirtualBoard* board, uint32_t buffer, const uint16_t** pixels,
                                                    int32_t* width, int32_t* height);
 
-/* -- Camera. Nothing is connected at first ------------------------------------------------------------------------- */
+/* Camera. Nothing is connected at first */
 
 /**
  * Connects a Camera Link Medium camera, in place of the one before.
@@ -167,7 +167,7 @@ VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeCount(VirtualBoard* board, siz
 VIRTUAL_BOARD_API int32_t virtualBoardSignalChangeAt(VirtualBoard* board, size_t position,
                                                      VirtualBoardSignalChange* change);
 
-/* -- Trace: every call into the vendor libraries, in order, for the whole process --------------------------------- */
+/* Trace: every call into the vendor libraries, in order, for the whole process */
 
 typedef struct {
     VirtualBoard* board; /**< null for calls that concern no board */
@@ -189,7 +189,7 @@ VIRTUAL_BOARD_API const VirtualBoardTraceEntry* virtualBoardTraceAt(size_t posit
 /* With the environment variable QELM_VIRTUAL_BOARD_TRACE set to a file name (or "-" for the standard error output)
  * every call is also printed there as one line. */
 
-/* -- Faults -------------------------------------------------------------------------------------------------------- */
+/* Faults */
 
 /**
  * Lets chosen calls fail: of the calls that match, the first `skip` pass, the next `count` fail with `code` and
@@ -205,7 +205,7 @@ VIRTUAL_BOARD_API void virtualBoardFail(VirtualBoard* board, const char* call, c
 /** Removes all faults. */
 VIRTUAL_BOARD_API void virtualBoardClearFaults(void);
 
-/* -- Leaks --------------------------------------------------------------------------------------------------------- */
+/* Leaks */
 
 typedef struct {
     int32_t boards;         /**< opened with virtualBoardOpen and not closed */

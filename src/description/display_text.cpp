@@ -46,6 +46,10 @@ Character firstCharacter(std::string_view text) {
 } // namespace
 
 std::string displayText(std::string_view bytes) {
+    // Nearly all texts, and with a board's some thousand characters a fair part of its start-up.
+    if (std::ranges::all_of(bytes, [](char byte) { return byte >= ' ' && byte < '\x7F'; })) {
+        return std::string(bytes);
+    }
     std::string text;
     text.reserve(bytes.size());
     while (!bytes.empty()) {

@@ -1,7 +1,6 @@
 #include "persistence/configuration.h"
 
 #include "parameters/parameter.h"
-#include "persistence/configuration_keys.h"
 #include "zantor_obvelline_qx4_rk/enumerations.h"
 
 #include <algorithm>
@@ -11,6 +10,13 @@
 namespace qelm::persistence {
 namespace {
 
+using configuration::appliedKeys;
+using configuration::ConfigurationKey;
+using configuration::configurationKeys;
+using configuration::configurationPort;
+using configuration::ConfigurationValue;
+using configuration::KeyLoading;
+using configuration::KeyType;
 using parameters::Parameter;
 using parameters::Value;
 
@@ -63,6 +69,26 @@ bool apply(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
 }
 
 } // namespace
+
+std::optional<ConfigurationValue> readKey(Fg_ConfigFileParser& parser, const ConfigurationKey& key) {
+    ConfigurationValue value;
+    bool found = false;
+    switch (key.type) {
+    case KeyType::integer:
+        found = parser.parsePortIntKey(configurationPort, key.name, value.emplace<std::int32_t>()) == 0;
+        break;
+    case KeyType::number:
+        found = parser.parsePortDoubleKey(configurationPort, key.name, value.emplace<double>()) == 0;
+        break;
+    case KeyType::text: {
+        auto& text = value.emplace<std::string>();
+        found = parser.parsePortKey(configurationPort, key.name, text) == 0 &&
+                text.find(configuration::missingMark) == text.npos;
+        break;
+    }
+    }
+    return found ? std::optional(std::move(value)) : std::nullopt;
+}
 
 void storeParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch) {
     parser.writePortSection(configurationPort);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "configuration/keys.h"
 #include "parameters/dispatch.h"
 #include "persistence/fg_config_file_parser.h"
 
@@ -8,6 +9,10 @@
  * which says whose configuration it is, belongs to the applet.
  */
 namespace qelm::persistence {
+
+/** The value of a key, looked up through the parser; nothing when it is missing or holds the mark of a missing one. */
+std::optional<configuration::ConfigurationValue> readKey(Fg_ConfigFileParser& parser,
+                                                         const configuration::ConfigurationKey& key);
 
 /** Writes every key with the value that the parameter's getter answers, or the cached one when it fails. */
 void storeParameters(Fg_ConfigFileParser& parser, const parameters::Dispatch& dispatch);

@@ -1,68 +1,35 @@
 #include "persistence/fg_config_file_parser.h"
 
-#include "platform/number_text.h"
+#include "configuration/numbers.h"
 #include "platform/whole_file.h"
 #include "zantor_obvelline_qx4_rk/error_codes.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 namespace qelm::persistence {
 namespace {
 
-constexpr const char* fileType = ".kcf";
-constexpr std::string_view missing = "Error";
-constexpr std::int32_t notANumber = -1;
-// With the line feed: nothing may stand behind it on its line.
-constexpr std::string_view headerSection = "[Kamerasektion]\n";
+using configuration::ConfigurationText;
+using configuration::headerSection;
+using configuration::missingMark;
+using configuration::portSection;
 
-std::string portSection(std::uint32_t port) {
-    std::string section = "[Port A]";
-    section[6] = static_cast<char>('A' + port);
-    return section;
-}
+constexpr const char* fileType = ".kcf";
+constexpr std::int32_t notANumber = -1;
 
 std::int32_t found(const std::optional<std::string_view>& value, std::string& destination) {
     if (!value) {
-        destination.replace(0, missing.size(), missing);
+        destination.replace(0, missingMark.size(), missingMark);
         return FG_ERROR_KEY_NOT_FOUND;
     }
     destination = *value;
     return 0;
 }
 
-/** A decimal number without its sign, and whether it has one. */
-struct Decimal {
-    bool negative = false;
-    std::optional<std::uint64_t> magnitude{}; ///< the largest one when it does not fit
-};
-
-/** The number that the text begins with, blanks before it aside. */
-Decimal readDecimal(std::string_view text) {
-    constexpr std::string_view blanks = " \t\n\v\f\r";
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    Decimal result;
-    if (text.starts_with('-') || text.starts_with('+')) {
-        result.negative = text.front() == '-';
-        text.remove_prefix(1);
-    }
-    std::uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude);
-    if (error == std::errc::result_out_of_range) {
-        magnitude = std::numeric_limits<std::uint64_t>::max();
-    }
-    if (end != text.data()) {
-        result.magnitude = magnitude;
-    }
-    return result;
-}
-
 } // namespace
 
-Fg_ConfigFileParser::Fg_ConfigFileParser(platform::DllLog* log, const char* fileName, bool readOnly) : log_(log) {
+Fg_ConfigFileParser::Fg_ConfigFileParser(DllLog* log, const char* fileName, bool readOnly) : log_(log) {
     report("Fg_ConfigFileParser::Fg_ConfigFileParser");
     if (checkFileType(fileName) && checkFileExist(fileName)) {
         file_ = std::fopen(fileName, readOnly ? "r" : "r+");
@@ -165,7 +132,7 @@ void Fg_ConfigFileParser::writeConfigFileUInt64Key(const char* key, std::uint64_
 
 void Fg_ConfigFileParser::wrtiteConfigFileDoubleKey(const char* key, double value) {
     report("Fg_ConfigFileParser::wrtiteConfigFileDoubleKey");
-    writeConfigFileValue(key, platform::numberText(value).c_str());
+    writeConfigFileValue(key, configuration::numberText(value).c_str());
 }
 
 void Fg_ConfigFileParser::writePortSection(std::uint32_t port) {
@@ -200,7 +167,7 @@ std::int32_t Fg_ConfigFileParser::parseKey(std::string_view section, std::string
 
 std::optional<std::string_view> Fg_ConfigFileParser::numberText(std::string_view section, std::string_view key) {
     const auto text = contents().value(section, key);
-    return text && text->find(missing) == text->npos ? text : std::nullopt;
+    return text && text->find(missingMark) == text->npos ? text : std::nullopt;
 }
 
 std::int32_t Fg_ConfigFileParser::parseIntKey(std::string_view section, std::string_view key,
@@ -250,26 +217,19 @@ std::int32_t Fg_ConfigFileParser::parsePortDoubleKey(std::uint32_t port, const c
 
 std::int32_t Fg_ConfigFileParser::getIntValue(std::string_view text, std::int32_t& destination) {
     report("Fg_ConfigFileParser::getIntValue");
-    using Limits = std::numeric_limits<std::int32_t>;
-    const Decimal decimal = readDecimal(text);
-    const std::uint64_t largest = static_cast<std::uint64_t>(Limits::max()) + (decimal.negative ? 1 : 0);
-    const auto magnitude = static_cast<std::int64_t>(std::min(decimal.magnitude.value_or(0), largest));
-    destination = static_cast<std::int32_t>(decimal.negative ? -magnitude : magnitude);
+    destination = configuration::integerValue(text);
     return 0;
 }
 
 std::int32_t Fg_ConfigFileParser::getIntValue(std::string_view text, std::uint64_t& destination) {
     report("Fg_ConfigFileParser::getIntValue");
-    const Decimal decimal = readDecimal(text);
-    if (decimal.magnitude) {
-        destination = decimal.negative ? 0 - *decimal.magnitude : *decimal.magnitude;
-    }
+    destination = configuration::wideIntegerValue(text).value_or(destination);
     return 0;
 }
 
 std::int32_t Fg_ConfigFileParser::getDoubleValue(std::string_view text, double& destination) {
     report("Fg_ConfigFileParser::getDoubleValue");
-    destination = platform::numberValue(text);
+    destination = configuration::numberValue(text);
     return 0;
 }
 

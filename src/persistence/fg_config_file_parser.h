@@ -1,7 +1,7 @@
 #pragma once
 
-#include "persistence/configuration_text.h"
-#include "platform/dll_log.h"
+#include "configuration/text.h"
+#include "persistence/dll_log.h"
 #include "platform/whole_file.h"
 
 #include <cstdint>
@@ -25,7 +25,8 @@ namespace qelm::persistence {
  *     FG_WIDTH=1024;
  *
  * The file is read once, at the first look-up; what the look-ups answer is what reading it anew for each of them would
- * yield (see ConfigurationText). Numbers are written and read with a decimal point, whatever the locale. Keys hold no
+ * yield (see configuration::ConfigurationText). Numbers are written and read with a decimal point, whatever the locale.
+ * Keys hold no
  * "=".
  *
  * Look-ups that find nothing write "Error" over the start of their destination. Those that take a number then answer
@@ -40,7 +41,7 @@ class Fg_ConfigFileParser {
      * @param log what the parser reports to, or null; it must outlive the parser
      * @param fileName may be null
      */
-    Fg_ConfigFileParser(platform::DllLog* log, const char* fileName, bool readOnly);
+    Fg_ConfigFileParser(DllLog* log, const char* fileName, bool readOnly);
     Fg_ConfigFileParser(const Fg_ConfigFileParser&) = delete;
     Fg_ConfigFileParser& operator=(const Fg_ConfigFileParser&) = delete;
     ~Fg_ConfigFileParser();
@@ -94,15 +95,15 @@ class Fg_ConfigFileParser {
   private:
     void report(const char* method);
     void write(std::initializer_list<std::string_view> parts);
-    ConfigurationText& contents();
+    configuration::ConfigurationText& contents();
     /** The value for a numeric destination, unless it is missing or holds "Error". */
     std::optional<std::string_view> numberText(std::string_view section, std::string_view key);
 
     std::FILE* file_ = nullptr; // of its own, or of the file being saved
     std::optional<platform::FileReplacement> saved_;
-    platform::DllLog* log_;
-    std::optional<ConfigurationText> contents_; // read at the first look-up, again after a write
-    bool complete_ = true;                      // every write has succeeded so far
+    DllLog* log_;
+    std::optional<configuration::ConfigurationText> contents_; // read at the first look-up, again after a write
+    bool complete_ = true;                                     // every write has succeeded so far
 };
 
 } // namespace qelm::persistence

@@ -10,7 +10,7 @@
 namespace qelm::test {
 namespace {
 
-/* -- Conversions and timing ---------------------------------------------------------------------------------------- */
+/* Conversions and timing */
 
 TEST_F(Trigger, TimesAndRatesConvertBothWays) {
     const struct {
@@ -92,7 +92,7 @@ TEST_F(Trigger, DownscalesAndPhasesBoundEachOther) {
     expectRefused(FG_TRIGGERIN_DOWNSCALE, 0xFFFFFFFEU, -6000);
 }
 
-/* -- Sequencer, queue, crossbar, statistics ------------------------------------------------------------------------ */
+/* Sequencer, queue, crossbar, statistics */
 
 TEST_F(Trigger, TheSelectedPulseNeverExceedsTheSequencersDownscale) {
     const std::string downscale = unit + "Generators_Sequence_Downscale=";
@@ -213,7 +213,7 @@ TEST_F(Trigger, StatusAnswersByModeAndState) {
     EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGEROUT_STATS_PULSECOUNT), 18U);
 }
 
-/* -- Software trigger ---------------------------------------------------------------------------------------------- */
+/* Software trigger */
 
 TEST_F(Trigger, SoftwareTriggersNeedTheirModeStateAndRoom) {
     const std::string pulse = unit + "TriggerMode_SoftwareTrigger_Mode=2";

@@ -132,6 +132,42 @@ TEST(Loading, SaysWhatIsMissing) {
     EXPECT_THAT(message(executableFolder() / libraryFileName("nuvrod")), HasSubstr("has no function Std_entry"));
 }
 
+// By its names and numbers it could be taken for ours.
+TEST(Loading, AnotherAppletIsShownAsItDescribesItself) {
+    const Applet other("other_applet");
+    Board board(other);
+    const std::vector<Parameter> parameters = registeredParameters(board);
+    ASSERT_EQ(parameters.size(), 3u);
+
+    const Parameter& width = parameters[0];
+    EXPECT_EQ(width.displayName, "Line length");
+    EXPECT_EQ(width.category, "Scanner");
+    EXPECT_EQ(width.allowedValues(), "8 to 12000 px in steps of 8");
+    // The same name and number: what the other applet leaves out is most likely what it means.
+    EXPECT_EQ(width.description, findFixedParameter("FG_WIDTH")->description);
+
+    const Parameter& format = parameters[1];
+    EXPECT_EQ(format.id, 4711);
+    EXPECT_EQ(format.allowedValues(), "FG_COL24 (2) or FG_COL48 (7)");
+    EXPECT_EQ(format.description, "");
+    EXPECT_EQ(formatValue(format, readValue(board, {&format})), "FG_COL48 (7)");
+
+    const Parameter& gain = parameters[2];
+    EXPECT_EQ(gain.kind, ParameterKind::floatingPoint);
+    EXPECT_FALSE(gain.isWritable());
+    EXPECT_EQ(gain.description, "How bright it gets.");
+    EXPECT_EQ(std::get<double>(readValue(board, {&gain})), 1.5);
+
+    writeValue(board, parseAssignment(parameters, "FG_FORMAT=FG_COL24"));
+    EXPECT_EQ(board.get<std::uint32_t>(4711), 2u);
+    try {
+        writeValue(board, parseAssignment(parameters, "FG_WIDTH=20000"));
+        ADD_FAILURE() << "20000 was accepted";
+    } catch (const AppletError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("FG_WIDTH takes 8 to 12000 px in steps of 8."));
+    }
+}
+
 TEST(Loading, TheEnvironmentIsSetForLibrariesToo) {
 #ifdef __SANITIZE_ADDRESS__
     const __lsan::ScopedDisabler disabler; // a start without a design image leaves the applet allocated, as it must

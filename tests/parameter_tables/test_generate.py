@@ -183,8 +183,10 @@ def test_reference_for_readers(tables, tmp_path):
     text = (tmp_path / "parameters.md").read_text()
     headings = re.findall(r"^## (.*)", text, re.MULTILINE)
     assert headings == ["Things", "Things / Small", "In no category"]
-    assert "| `FG_AGE` | 9 | Age | floating point | 0.5 to 62500000 | read-only | Age \\| so far |\n" in text
-    assert "| `FG_PAINT` | 10 | Paint | file name | a file name (\\*.paint) | read and write | Paints it. |\n" in text
+    assert "| 16 to 64 pixel in steps of 16 | 32 | read and write |" in text
+    assert " | ROUND | read and write |" in text
+    assert "| `FG_AGE` | 9 | Age | floating point | 0.5 to 62500000 |  | read-only | Age \\| so far |\n" in text
+    assert "| `FG_PAINT` | 10 | Paint | file name | a file name (\\*.paint) |  | read and write | Paints it. |\n" in text
 
 
 # What is changed, and the first line that the generator says then.

@@ -13,6 +13,7 @@ namespace qelm::test {
 namespace {
 
 using namespace persistence;
+using configuration::ConfigurationText;
 
 using testing::HasSubstr;
 
@@ -237,7 +238,7 @@ TEST_F(ConfigurationFileTest, TypeAndExistenceDecideWhatIsOpened) {
 
 TEST_F(ConfigurationFileTest, FailuresToSaveAreLogged) {
     const std::string logFile = folder_.file("log.txt");
-    platform::DllLog log(std::fopen(logFile.c_str(), "w"));
+    DllLog log(std::fopen(logFile.c_str(), "w"));
     Fg_ConfigFileParser parser(&log, nullptr, false);
     EXPECT_FALSE(parser.setSaveFile(folder_.file("setup.txt").c_str()));
     EXPECT_FALSE(parser.setSaveFile(folder_.file("none/setup.kcf").c_str()));

@@ -1,7 +1,7 @@
 #include "support/temporary_folder.h"
 
-#include "platform/dll_log.h"
-#include "platform/number_text.h"
+#include "configuration/numbers.h"
+#include "persistence/dll_log.h"
 
 #include <gmock/gmock.h>
 
@@ -11,7 +11,8 @@
 namespace qelm::test {
 namespace {
 
-using namespace platform;
+using namespace configuration;
+using namespace persistence;
 
 class LogTest : public testing::Test {
   protected:

@@ -24,7 +24,7 @@ std::uint32_t upTo(Random& random, std::uint32_t limit) {
     return static_cast<std::uint32_t>(random() % (std::uint64_t{limit} + 1));
 }
 
-// -- Sorting of taps -------------------------------------------------------------------------------------------------
+// Sorting of taps
 
 constexpr std::uint32_t endsToMiddle = 0xE4CA; // Geometry_2XE_2YE
 constexpr std::uint32_t leftToRight = 0xE4C0;  // Geometry_2X_2YE
@@ -208,7 +208,7 @@ TEST(TapSorting, AnyWordsAreSafe) {
     EXPECT_EQ(frame.height, frameLimit);
 }
 
-// -- From frame to picture -------------------------------------------------------------------------------------------
+// From frame to picture
 
 constexpr std::size_t planeLimit = CoefficientBuffer::planeLimit;
 

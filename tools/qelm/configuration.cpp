@@ -3,8 +3,7 @@
 #include "output_file.h"
 #include "temporary_folder.h"
 
-#include "persistence/configuration_text.h"
-#include "platform/number_text.h"
+#include "configuration/numbers.h"
 #include "qelm/host/text.h"
 
 #include <algorithm>
@@ -16,7 +15,7 @@ namespace {
 /** The text that a configuration file would hold. */
 std::string savedText(const host::Value& value) {
     if (const auto* number = std::get_if<double>(&value)) {
-        return platform::numberText(*number);
+        return configuration::numberText(*number);
     }
     if (const auto* text = std::get_if<std::string>(&value)) {
         return *text;
@@ -32,8 +31,8 @@ const host::Parameter* findParameter(const Session& session, std::int32_t id) {
 
 } // namespace
 
-const persistence::ConfigurationKey& configurationKey(std::int32_t id) {
-    return *std::ranges::find(persistence::configurationKeys, id, &persistence::ConfigurationKey::id);
+const configuration::ConfigurationKey& configurationKey(std::int32_t id) {
+    return *std::ranges::find(configuration::configurationKeys, id, &configuration::ConfigurationKey::id);
 }
 
 ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool beside) : name_(file) {
@@ -41,10 +40,10 @@ ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool bes
         throw std::runtime_error("\"" + file.string() +
                                  "\" is not a configuration file: its name has to contain \".kcf\"");
     }
-    text_ = readFile(file, persistence::ConfigurationText::largestText);
+    text_ = readFile(file, configuration::ConfigurationText::largestText);
     writeCopy();
     if (beside) {
-        for (const persistence::ConfigurationKey* key : fileKeys()) {
+        for (const configuration::ConfigurationKey* key : fileKeys()) {
             if (const std::filesystem::path relative = relativeName(*key); !relative.empty()) {
                 replaceText(*key, (std::filesystem::absolute(file).parent_path() / relative).string());
             }
@@ -52,9 +51,9 @@ ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool bes
     }
 }
 
-std::vector<const persistence::ConfigurationKey*> ConfigurationFile::fileKeys() {
-    std::vector<const persistence::ConfigurationKey*> keys;
-    for (const persistence::ConfigurationKey& key : persistence::configurationKeys) {
+std::vector<const configuration::ConfigurationKey*> ConfigurationFile::fileKeys() {
+    std::vector<const configuration::ConfigurationKey*> keys;
+    for (const configuration::ConfigurationKey& key : configuration::configurationKeys) {
         const bool isReference = key.id == FG_SHADING_BLACK_FILENAME || key.id == FG_SHADING_GRAY_FILENAME;
         const bool isTable = key.id == FG_LUT_TYPE && isSame(value(key), std::uint32_t{LUT_TYPE_CUSTOM});
         if (isReference || isTable) {
@@ -64,7 +63,7 @@ std::vector<const persistence::ConfigurationKey*> ConfigurationFile::fileKeys() 
     return keys;
 }
 
-std::filesystem::path ConfigurationFile::relativeName(const persistence::ConfigurationKey& key) {
+std::filesystem::path ConfigurationFile::relativeName(const configuration::ConfigurationKey& key) {
     const auto text = value(key);
     const std::filesystem::path name = text ? std::get<std::string>(*text) : std::string();
     return name.is_relative() ? name : std::filesystem::path();
@@ -75,12 +74,12 @@ void ConfigurationFile::writeCopy() {
     const std::filesystem::path copy = temporaryFolder().path() / (std::to_string(++count) + ".kcf");
     writeTemporaryFile(copy, text_);
     copy_ = host::systemFileName(copy);
-    parser_.emplace(nullptr, copy_.c_str(), true);
+    contents_.emplace(text_);
 }
 
 std::optional<std::string> ConfigurationFile::header(std::string_view key) const {
     // Not as a load finds it, which takes the first line that has the key anywhere.
-    const persistence::ConfigurationText lines(text_);
+    const configuration::ConfigurationText lines(text_);
     for (size_t position = 0; position < lines.size();) {
         const auto line = lines.lineAt(position);
         position = line.next;
@@ -99,8 +98,8 @@ std::optional<std::string> ConfigurationFile::header(std::string_view key) const
     return std::nullopt;
 }
 
-std::optional<host::Value> ConfigurationFile::value(const persistence::ConfigurationKey& key) {
-    const auto value = persistence::readKey(*parser_, key);
+std::optional<host::Value> ConfigurationFile::value(const configuration::ConfigurationKey& key) {
+    const auto value = configuration::readKey(*contents_, key);
     if (!value) {
         return std::nullopt;
     }
@@ -113,7 +112,7 @@ std::optional<host::Value> ConfigurationFile::value(const persistence::Configura
     return host::utf8Text(std::get<std::string>(*value));
 }
 
-void ConfigurationFile::replaceText(const persistence::ConfigurationKey& key, const std::string& value) {
+void ConfigurationFile::replaceText(const configuration::ConfigurationKey& key, const std::string& value) {
     const std::string start = std::string("\n") + key.name + "=";
     for (size_t position = 0; (position = text_.find(start, position)) != text_.npos;) {
         const size_t begin = position + start.size();
@@ -154,7 +153,7 @@ Json json(const Difference& difference) {
 
 std::vector<Difference> readBefore(const Session& session) {
     std::vector<Difference> values;
-    for (const auto& key : persistence::configurationKeys) {
+    for (const auto& key : configuration::configurationKeys) {
         if (const host::Parameter* parameter = findParameter(session, key.id)) {
             values.push_back({key.name, parameter, session.read({parameter})});
         }

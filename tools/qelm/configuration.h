@@ -3,7 +3,7 @@
 #include "output.h"
 #include "session.h"
 
-#include "persistence/configuration_keys.h"
+#include "configuration/keys.h"
 
 #include <filesystem>
 #include <optional>
@@ -14,9 +14,9 @@
 namespace qelm::tool {
 
 /** The key that holds a parameter's value. */
-const persistence::ConfigurationKey& configurationKey(std::int32_t id);
+const configuration::ConfigurationKey& configurationKey(std::int32_t id);
 
-/** A configuration file, read once. Loads and look-ups go to a copy of it, whose name suits whatever reads it. */
+/** A configuration file, read once. Loads go to a copy of it, whose name suits whatever reads it. */
 class ConfigurationFile {
   public:
     /**
@@ -33,23 +33,24 @@ class ConfigurationFile {
     const std::string& copy() const { return copy_; }
     /** The value of a key of the header, at the beginning of a line; nothing when it is missing. */
     std::optional<std::string> header(std::string_view key) const;
-    persistence::Fg_ConfigFileParser& parser() { return *parser_; }
+    /** The text as a load looks into it. */
+    configuration::ConfigurationText& contents() { return *contents_; }
     /** A value in the form that parameters take, texts in UTF-8; nothing when the key is missing. */
-    std::optional<host::Value> value(const persistence::ConfigurationKey& key);
+    std::optional<host::Value> value(const configuration::ConfigurationKey& key);
 
     /** The keys that name files which a load reads. */
-    std::vector<const persistence::ConfigurationKey*> fileKeys();
+    std::vector<const configuration::ConfigurationKey*> fileKeys();
     /** The name that such a key holds, when it is relative; empty otherwise. */
-    std::filesystem::path relativeName(const persistence::ConfigurationKey& key);
+    std::filesystem::path relativeName(const configuration::ConfigurationKey& key);
 
   private:
     void writeCopy();
-    void replaceText(const persistence::ConfigurationKey& key, const std::string& value);
+    void replaceText(const configuration::ConfigurationKey& key, const std::string& value);
 
     std::filesystem::path name_;
     std::string text_;
     std::string copy_;
-    std::optional<persistence::Fg_ConfigFileParser> parser_;
+    std::optional<configuration::ConfigurationText> contents_;
 };
 
 /** What a parameter, or a key of the header, holds on either side. */

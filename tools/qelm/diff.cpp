@@ -18,7 +18,7 @@ std::optional<host::Value> headerValue(const ConfigurationFile& file, const char
 
 /** Two files without settings would be the same whatever they are. */
 void requireSettings(ConfigurationFile& file) {
-    for (const auto& key : persistence::configurationKeys) {
+    for (const auto& key : configuration::configurationKeys) {
         if (file.value(key)) {
             return;
         }
@@ -35,7 +35,7 @@ int compare(const CommonOptions& options, const std::string& left, const std::st
     for (const char* key : headerKeys) {
         differences.push_back({key, nullptr, headerValue(leftFile, key), headerValue(rightFile, key)});
     }
-    for (const auto& key : persistence::configurationKeys) {
+    for (const auto& key : configuration::configurationKeys) {
         differences.push_back(
             {key.name, host::findFixedParameter(key.name), leftFile.value(key), rightFile.value(key)});
     }

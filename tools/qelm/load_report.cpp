@@ -7,7 +7,7 @@
 #include "output_file.h"
 #include "temporary_folder.h"
 
-#include "persistence/configuration_text.h"
+#include "configuration/text.h"
 #include "qelm/host/numbers.h"
 #include "qelm/host/text.h"
 
@@ -17,10 +17,10 @@ namespace qelm::tool {
 namespace {
 
 namespace fs = std::filesystem;
-using persistence::ConfigurationKey;
-using persistence::ConfigurationText;
-using persistence::KeyLoading;
-using persistence::KeyType;
+using configuration::ConfigurationKey;
+using configuration::ConfigurationText;
+using configuration::KeyLoading;
+using configuration::KeyType;
 
 constexpr std::string_view section = "[Port A]";
 constexpr std::int32_t appletNameRequest = 0x1050; // of Info
@@ -66,8 +66,8 @@ std::string shownFromFile(std::string_view text) {
 }
 
 const ConfigurationKey* findKey(std::string_view name) {
-    const auto* found = std::ranges::find(persistence::configurationKeys, name, &ConfigurationKey::name);
-    return found == std::end(persistence::configurationKeys) ? nullptr : found;
+    const auto* found = std::ranges::find(configuration::configurationKeys, name, &ConfigurationKey::name);
+    return found == std::end(configuration::configurationKeys) ? nullptr : found;
 }
 
 /** The text with that key's lines made unknown to a load. */
@@ -225,18 +225,18 @@ void LoadReport::checkText(size_t number, const ConfigurationKey& key, std::stri
 }
 
 void LoadReport::checkHeader() {
-    std::string text;
-    std::int32_t activePort = 0;
-    if (file_.parser().parseKeyFromLine("Hersteller", text) != 0) {
+    configuration::ConfigurationText& contents = file_.contents();
+    if (!contents.valueInLineWith("Hersteller")) {
         refuseFile("the key Hersteller is missing");
     }
     const std::string name = applet_.infoText(appletNameRequest);
-    if (file_.parser().parseKeyFromLine("Typ", text) != 0) {
+    if (const auto type = contents.valueInLineWith("Typ"); !type) {
         refuseFile("the key Typ is missing");
-    } else if (text != name) {
-        refuseFile("Typ is '" + shownFromFile(text) + "', not '" + name + "'");
+    } else if (*type != name) {
+        refuseFile("Typ is '" + shownFromFile(*type) + "', not '" + name + "'");
     }
-    if (file_.parser().parseIntKeyFromHeader("AktivePort", activePort) != 0) {
+    const auto activePort = contents.value(configuration::headerSection, "AktivePort");
+    if (!activePort || activePort->find(configuration::missingMark) != activePort->npos) {
         refuseFile("the key AktivePort is missing");
     }
 }
@@ -246,7 +246,7 @@ void LoadReport::checkKeys() {
         return; // said already
     }
     std::vector<std::string> missing;
-    for (const ConfigurationKey& key : persistence::configurationKeys) {
+    for (const ConfigurationKey& key : configuration::configurationKeys) {
         if (file_.value(key)) {
             continue;
         }
@@ -308,7 +308,7 @@ void LoadReport::checkSettings() {
     applet_->Fg_loadConfig(session.board(), host::systemFileName(beginning).c_str());
     fs::remove(beginning);
     std::map<const Key*, Applied> applied;
-    for (const ConfigurationKey* key : persistence::appliedKeys) {
+    for (const ConfigurationKey* key : configuration::appliedKeys) {
         applied[key] = apply(session, *key, &otherSet_);
     }
     checkOverruled(session, applied);
@@ -324,7 +324,7 @@ void LoadReport::checkSettings() {
         }
     }
     // Only kept by a load, unchecked: said last, since trying them may change others.
-    for (const ConfigurationKey& key : persistence::configurationKeys) {
+    for (const ConfigurationKey& key : configuration::configurationKeys) {
         if (key.loading == KeyLoading::keepOnly) {
             apply(session, key, nullptr);
         }
@@ -356,7 +356,7 @@ void LoadReport::checkLegacySettings() {
  * the generator's shortest period, where the rate is the one to have.
  */
 void LoadReport::checkOverruled(Session& session, const std::map<const Key*, Applied>& applied) {
-    for (const ConfigurationKey* next : persistence::appliedKeys) {
+    for (const ConfigurationKey* next : configuration::appliedKeys) {
         const ConfigurationKey& key = *next;
         const Applied& own = applied.at(&key);
         const auto isUndone = [&](const host::TracedCall& call) {

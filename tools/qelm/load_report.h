@@ -31,10 +31,10 @@ class LoadReport {
     /** In the order of their lines. */
     const std::vector<Finding>& findings() const { return findings_; }
     /** The keys whose values the design does not have at the end of a load, though it would take them. */
-    const std::vector<const persistence::ConfigurationKey*>& overruled() const { return overruled_; }
+    const std::vector<const configuration::ConfigurationKey*>& overruled() const { return overruled_; }
 
   private:
-    using Key = persistence::ConfigurationKey;
+    using Key = configuration::ConfigurationKey;
     struct Applied {
         std::vector<host::TracedCall> calls;
         bool accepted = false;

@@ -4,7 +4,7 @@
 #include "steps.h"
 #include "temporary_folder.h"
 
-#include "persistence/configuration_text.h"
+#include "configuration/text.h"
 #include "qelm/host/text.h"
 
 #include <iostream>
@@ -16,8 +16,8 @@ namespace {
 /** File names that a load would not read as they were saved. */
 void warnOfTexts(const Session& session, const std::filesystem::path& copy) {
     ConfigurationFile saved(copy);
-    for (const auto& key : persistence::configurationKeys) {
-        if (key.type != persistence::KeyType::text) {
+    for (const auto& key : configuration::configurationKeys) {
+        if (key.type != configuration::KeyType::text) {
             continue;
         }
         const auto value = session.read(host::parseReference(session.parameters(), key.name));
@@ -51,11 +51,11 @@ int save(const CommonOptions& options, const std::string& file, const std::vecto
     }
     warnOfTexts(session, copy);
     requireNoWarnings(options);
-    writeFile(file, readFile(copy, persistence::ConfigurationText::largestText));
+    writeFile(file, readFile(copy, configuration::ConfigurationText::largestText));
     if (options.json) {
         print(Json{{"file", file}, {"changes", changes.json}});
     } else {
-        std::cout << "Saved " << std::size(persistence::configurationKeys) << " settings in " << file << '\n';
+        std::cout << "Saved " << std::size(configuration::configurationKeys) << " settings in " << file << '\n';
     }
     return 0;
 }

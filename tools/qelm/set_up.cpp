@@ -18,7 +18,7 @@ void loadFile(Session& session, const SetUp& setUp) {
     if (report.code() < 0) {
         throw host::AppletError(report.code(), "loading \"" + setUp.load.string() + "\" failed");
     }
-    for (const persistence::ConfigurationKey* key : report.overruled()) {
+    for (const configuration::ConfigurationKey* key : report.overruled()) {
         const host::Reference reference = host::parseReference(session.parameters(), key->name);
         host::writeValue(session.board(), {reference, *file.value(*key)});
         printError("note: " + std::string(key->name) + " was set again after the load, as the file means it");

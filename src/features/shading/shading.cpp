@@ -78,8 +78,7 @@ Shading::Shading(parameters::Dispatch& dispatch, parameters::DesignAccess& desig
     , gainMode_(dispatch, rows::FG_SHADING_GAIN_CORRECTION_MODE,
                 {.apply = parameters::calls(this, &Shading::followMode)})
     , normalization_(dispatch, rows::FG_SHADING_GAIN_NORMALIZATION_VALUE, {})
-    , apply_(dispatch, rows::FG_SHADING_APPLY_SETTINGS,
-             {.apply = parameters::calls(this, &Shading::computeCoefficients)}) {}
+    , apply_(dispatch, rows::FG_SHADING_APPLY_SETTINGS, {.apply = parameters::calls(this, &Shading::applySettings)}) {}
 
 void Shading::prepare() {
     information_.setAccess(FG_SHADING_GAIN_NORMALIZATION_VALUE,
@@ -97,10 +96,15 @@ void Shading::followMode() {
                            custom ? description::access::readWrite : description::access::readOnly);
 }
 
-void Shading::computeCoefficients() {
+void Shading::applySettings() {
     if (blackFile_.value().empty() && grayFile_.value().empty()) {
         return;
     }
+    computeCoefficients(); // the reference images, as large as the planes, are gone before these go to the design
+    loadCoefficients();
+}
+
+void Shading::computeCoefficients() {
     const ImageFile blackImage(blackFile_.value());
     const ImageFile grayImage(grayFile_.value());
     const shading::ReferenceImage& black = blackImage.image();
@@ -144,7 +148,6 @@ void Shading::computeCoefficients() {
         settings.target = target;
     }
     shading::computeCoefficients(gray, black, settings, planes_.offsets(), planes_.gains());
-    loadCoefficients();
 }
 
 void Shading::loadCoefficients() {

@@ -30,6 +30,8 @@ class Shading {
 
   private:
     void followMode();
+    void applySettings();
+    /** From the reference images into the planes. */
     void computeCoefficients();
     void loadCoefficients();
 

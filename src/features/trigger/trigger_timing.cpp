@@ -14,32 +14,23 @@ using enum parameters::DesignParameter;
 
 constexpr std::uint32_t shortestPeriod = 10; // in the minimum period register
 
+#define QELM_GENERATOR_NAMES(n)                                                                                        \
+    {                                                                                                                  \
+        rows::FG_TRIGGER_PULSEFORMGEN##n##_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN##n##_DOWNSCALE_PHASE,              \
+            rows::FG_TRIGGER_PULSEFORMGEN##n##_DELAY, rows::FG_TRIGGER_PULSEFORMGEN##n##_WIDTH,                        \
+            PulseFormGenerators_PulseFormGenerator##n##_Downscale_Downscale,                                           \
+            PulseFormGenerators_PulseFormGenerator##n##_Downscale_SelectedPulse,                                       \
+            PulseFormGenerators_PulseFormGenerator##n##_Delay_Delay,                                                   \
+            PulseFormGenerators_PulseFormGenerator##n##_Width_Width,                                                   \
+            PulseFormGenerators_PulseFormGenerator##n##_ClearDownscale_Mode                                            \
+    }
 constexpr PulseFormGenerator::Names generatorNames[TriggerTiming::generatorCount] = {
-    {rows::FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE_PHASE,
-     rows::FG_TRIGGER_PULSEFORMGEN0_DELAY, rows::FG_TRIGGER_PULSEFORMGEN0_WIDTH,
-     PulseFormGenerators_PulseFormGenerator0_Downscale_Downscale,
-     PulseFormGenerators_PulseFormGenerator0_Downscale_SelectedPulse,
-     PulseFormGenerators_PulseFormGenerator0_Delay_Delay, PulseFormGenerators_PulseFormGenerator0_Width_Width,
-     PulseFormGenerators_PulseFormGenerator0_ClearDownscale_Mode},
-    {rows::FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN1_DOWNSCALE_PHASE,
-     rows::FG_TRIGGER_PULSEFORMGEN1_DELAY, rows::FG_TRIGGER_PULSEFORMGEN1_WIDTH,
-     PulseFormGenerators_PulseFormGenerator1_Downscale_Downscale,
-     PulseFormGenerators_PulseFormGenerator1_Downscale_SelectedPulse,
-     PulseFormGenerators_PulseFormGenerator1_Delay_Delay, PulseFormGenerators_PulseFormGenerator1_Width_Width,
-     PulseFormGenerators_PulseFormGenerator1_ClearDownscale_Mode},
-    {rows::FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN2_DOWNSCALE_PHASE,
-     rows::FG_TRIGGER_PULSEFORMGEN2_DELAY, rows::FG_TRIGGER_PULSEFORMGEN2_WIDTH,
-     PulseFormGenerators_PulseFormGenerator2_Downscale_Downscale,
-     PulseFormGenerators_PulseFormGenerator2_Downscale_SelectedPulse,
-     PulseFormGenerators_PulseFormGenerator2_Delay_Delay, PulseFormGenerators_PulseFormGenerator2_Width_Width,
-     PulseFormGenerators_PulseFormGenerator2_ClearDownscale_Mode},
-    {rows::FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE, rows::FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE,
-     rows::FG_TRIGGER_PULSEFORMGEN3_DELAY, rows::FG_TRIGGER_PULSEFORMGEN3_WIDTH,
-     PulseFormGenerators_PulseFormGenerator3_Downscale_Downscale,
-     PulseFormGenerators_PulseFormGenerator3_Downscale_SelectedPulse,
-     PulseFormGenerators_PulseFormGenerator3_Delay_Delay, PulseFormGenerators_PulseFormGenerator3_Width_Width,
-     PulseFormGenerators_PulseFormGenerator3_ClearDownscale_Mode},
+    QELM_GENERATOR_NAMES(0),
+    QELM_GENERATOR_NAMES(1),
+    QELM_GENERATOR_NAMES(2),
+    QELM_GENERATOR_NAMES(3),
 };
+#undef QELM_GENERATOR_NAMES
 
 // Not so when the downscale is 0, which a configuration may have brought in: nothing fits then.
 bool keepsUp(double period, double time, std::uint32_t downscale) {

@@ -47,14 +47,17 @@ struct Parameter {
     std::string allowedValues() const;
 };
 
-/** The fixed parameters with their widest limits, in registry order. */
+/** The fixed parameters of this project's applet with their widest limits, in registry order. */
 const std::vector<Parameter>& fixedParameters();
 /** Their categories in the order of the tree: "Trigger", "Trigger / Legacy", ... */
 const std::vector<std::string>& fixedCategories();
 /** @return null when unknown */
 const Parameter* findFixedParameter(std::string_view name);
 
-/** The parameters that the board's applet registers, in its order and as it describes them now. */
+/**
+ * The parameters that the board's applet registers, in its order and as it describes them now, whichever applet that
+ * is. What the applet does not tell is added where name and number are those of a fixed parameter.
+ */
 std::vector<Parameter> registeredParameters(const Board& board);
 
 /** The parameter as the board's applet describes it now: limits and access follow other parameters. */

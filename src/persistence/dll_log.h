@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-namespace qelm::platform {
+namespace qelm::persistence {
 
 /**
  * A text log of one-line entries. Writes to a stream that its owner has opened and attached; without one every
@@ -44,4 +44,4 @@ class DllLog {
     std::FILE* stream_ = nullptr;
 };
 
-} // namespace qelm::platform
+} // namespace qelm::persistence

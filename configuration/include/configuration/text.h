@@ -7,7 +7,15 @@
 #include <string_view>
 #include <vector>
 
-namespace qelm::persistence {
+/** The syntax of configuration files (".kcf"): sections of key lines. */
+namespace qelm::configuration {
+
+/** What stands in front of the header's keys; with the line feed: nothing may stand behind it on its line. */
+inline constexpr std::string_view headerSection = "[Kamerasektion]\n";
+/** What stands in front of the keys of a port, "[Port A]" for 0. */
+std::string portSection(std::uint32_t port);
+/** A value that holds this counts as missing. */
+inline constexpr std::string_view missingMark = "Error";
 
 /**
  * The text of a configuration file, held in memory and indexed for look-ups. Answers what reading the file from its
@@ -73,4 +81,4 @@ class ConfigurationText {
     std::optional<Section> lastSection_;      // keys are asked for section by section
 };
 
-} // namespace qelm::persistence
+} // namespace qelm::configuration

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "configuration/text.h"
 #include "parameters/rows.h"
-#include "persistence/fg_config_file_parser.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include <variant>
 
 /** The keys of a configuration file, as the rows of their parameters say. */
-namespace qelm::persistence {
+namespace qelm::configuration {
 
 enum class KeyType : std::uint8_t { integer, number, text };
 /** What a load does with the value: keep it without a check, apply it through the parameter's setter, or both. */
@@ -61,6 +61,6 @@ inline constexpr std::uint32_t configurationPort = 0;
 using ConfigurationValue = std::variant<std::int32_t, double, std::string>;
 
 /** The value of a key; nothing when it is missing or, as a text too, holds "Error", the mark of a missing one. */
-std::optional<ConfigurationValue> readKey(Fg_ConfigFileParser& parser, const ConfigurationKey& key);
+std::optional<ConfigurationValue> readKey(ConfigurationText& text, const ConfigurationKey& key);
 
-} // namespace qelm::persistence
+} // namespace qelm::configuration

@@ -1,6 +1,6 @@
-#include "platform/dll_log.h"
+#include "persistence/dll_log.h"
 
-#include "platform/number_text.h"
+#include "configuration/numbers.h"
 #include "platform/operating_system.h"
 
 #include <array>
@@ -12,7 +12,7 @@
 #error "The build supplies QELM_COPYRIGHT, the vendor's copyright line"
 #endif
 
-namespace qelm::platform {
+namespace qelm::persistence {
 
 void DllLog::attach(std::FILE* stream) {
     close();
@@ -58,7 +58,7 @@ void DllLog::error(const char* message, const char* detail, std::int32_t value) 
 
 void DllLog::error(const char* message, const char* detail, double value) {
     if (stream_ != nullptr) {
-        print("korabitIV::Error >> %s >> %s >> %s;\n", message, detail, numberText(value).c_str());
+        print("korabitIV::Error >> %s >> %s >> %s;\n", message, detail, configuration::numberText(value).c_str());
         std::fflush(stream_);
     }
 }
@@ -77,7 +77,7 @@ std::string DllLog::timeStamp() {
     constexpr std::array<const char*, 7> days = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
     constexpr std::array<const char*, 12> months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const std::tm time = localTime(std::time(nullptr));
+    const std::tm time = platform::localTime(std::time(nullptr));
     std::array<char, 64> text;
     std::snprintf(text.data(), text.size(), "%s %s%3d %02d:%02d:%02d %d\n",
                   days[static_cast<std::size_t>(time.tm_wday) % days.size()],
@@ -86,4 +86,4 @@ std::string DllLog::timeStamp() {
     return text.data();
 }
 
-} // namespace qelm::platform
+} // namespace qelm::persistence

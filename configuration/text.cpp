@@ -1,9 +1,9 @@
-#include "persistence/configuration_text.h"
+#include "configuration/text.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace qelm::persistence {
+namespace qelm::configuration {
 namespace {
 
 /** The first piece of a line that the delimiters split; rows of them count as one, those in front do not count. */
@@ -37,6 +37,12 @@ void absorbCarriageReturns(std::string& text) {
 }
 
 } // namespace
+
+std::string portSection(std::uint32_t port) {
+    std::string section = "[Port A]";
+    section[6] = static_cast<char>('A' + port);
+    return section;
+}
 
 ConfigurationText::ConfigurationText(std::string text) : text_(std::move(text)) {
     absorbCarriageReturns(text_);
@@ -110,4 +116,4 @@ std::optional<std::string_view> ConfigurationText::value(std::string_view sectio
     return piece.starts_with('\r') || piece.starts_with('\n') ? std::string_view() : piece;
 }
 
-} // namespace qelm::persistence
+} // namespace qelm::configuration
