@@ -57,11 +57,11 @@ ROWS = {
     ],
     "shading_apply_benchmark": [
         ("applying shading settings, full range", "reading and writing the files", (AT_MOST, 1.5),
-         ("applySettings/full_range", "ratio")),
+         ("applySettings/full_range", "ratio_without_design")),
         ("applying shading settings, maximum", "reading and writing the files", (AT_MOST, 1.5),
-         ("applySettings/maximum", "ratio")),
+         ("applySettings/maximum", "ratio_without_design")),
         ("applying shading settings, mean", "reading and writing the files", (AT_MOST, 1.5),
-         ("applySettings/mean", "ratio")),
+         ("applySettings/mean", "ratio_without_design")),
     ],
     "image_path_benchmark": [
         ("image path 1024 x 1024, SSE2", "frames of OpenCV", (AT_LEAST, 1.4), ("imagePath/1024", "baseline_ratio")),

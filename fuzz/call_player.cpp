@@ -229,7 +229,7 @@ void CallPlayer::lookUp() {
     if (const char* event = applet_->Fg_getEventName(*board_, mask)) {
         require(applet_->Fg_getEventMask(*board_, event) == mask, "an event's name leads to its bit");
     }
-    if (choose_(16) == 0) {
+    if (choose_(64) == 0) { // it takes as long as some hundred other calls
         std::size_t size = 0;
         require(applet_->Fg_getParameterInfoXML(*board_, 0, nullptr, &size) == 0, "the document can be had");
         std::string text(size, '\0');
