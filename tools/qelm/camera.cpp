@@ -11,12 +11,6 @@
 #include <stdexcept>
 
 namespace qelm::tool {
-namespace {
-
-constexpr std::uint32_t dma = 0;
-constexpr size_t places = 2; // the picture that is looked at, and the one that comes meanwhile
-
-} // namespace
 
 void connectCamera(const Session& session, const CameraChoice& choice) {
     const host::CameraMatch camera = host::matchCamera(session.board(), choice.options);
@@ -55,42 +49,6 @@ void startTriggers(Session& session, const CommonOptions& options, const std::ve
         session.board().get<std::uint32_t>(FG_TRIGGER_LEGACY_MODE) == FG_OFF) {
         session.board().change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
     }
-}
-
-PictureStream::PictureStream(const host::VirtualBoardFunctions& control, const Session& session, size_t bytesPerPicture,
-                             std::int64_t pictures)
-    : control_(control)
-    , board_(session.board())
-    , memory_(control.allocateFrames(board_.virtualBoard(), bytesPerPicture, places)) {
-    if (memory_ == nullptr) {
-        throw std::runtime_error("there is not enough memory for the pictures");
-    }
-    const std::int32_t code =
-        board_.applet()->Fg_AcquireEx(board_, dma, pictures, VIRTUAL_BOARD_ACQUIRE_STANDARD, memory_);
-    if (code != 0) {
-        control_.freeFrames(memory_);
-        throw host::AppletError(code, "starting the acquisition was refused");
-    }
-}
-
-PictureStream::~PictureStream() {
-    board_.applet()->Fg_stopAcquireEx(board_, dma, memory_, 0);
-    control_.freeFrames(memory_);
-}
-
-std::int64_t PictureStream::last() const {
-    return board_.applet()->Fg_getLastPicNumberEx(board_, dma, memory_);
-}
-
-bool PictureStream::wait(std::int64_t picture, std::int32_t seconds) const {
-    return board_.applet()->Fg_getLastPicNumberBlockingEx(board_, picture, dma, seconds, memory_) >= picture;
-}
-
-const void* PictureStream::picture(std::int64_t number) const {
-    const void* bytes = nullptr;
-    size_t size = 0;
-    require(control_.picture(memory_, number, &bytes, &size), "the picture is gone already");
-    return bytes;
 }
 
 } // namespace qelm::tool

@@ -12,6 +12,8 @@ namespace qelm::tool {
 
 /** Lets the console show UTF-8, and failures of output come back as errors instead of ending the process. */
 void prepareConsole();
+/** Bytes of the standard output go out as they are from now on. */
+void useBinaryOutput();
 /** The words behind the program's name. */
 std::vector<std::string> commandLine(int argc, char** argv);
 /** The width of the terminal that the output goes to; 0 when it goes elsewhere. */

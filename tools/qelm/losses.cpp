@@ -8,17 +8,18 @@ namespace {
 constexpr struct {
     const char* event; // the end of the design's name
     const char* key;
+    const char* label;
     const char* one;
     const char* many;
     const char* meaning;
 } kinds[] = {
-    {"_Cam0Override", "lostTriggers", "trigger was lost", "triggers were lost",
+    {"_Cam0Override", "lostTriggers", "lost triggers", "trigger was lost", "triggers were lost",
      "it came faster than FG_TRIGGER_FRAMESPERSECOND lets frames be taken, or found the queue full "
      "(FG_TRIGGER_EXCEEDED_PERIOD_LIMITS)"},
-    {"_Cam0MissingFrame", "missingFrames", "frame is missing", "frames are missing",
+    {"_Cam0MissingFrame", "missingFrames", "missing frames", "frame is missing", "frames are missing",
      "the camera had not begun to answer when the next pulse came (FG_MISSING_CAMERA_FRAME_RESPONSE)"},
-    {"_Overflow_Overflow", "overflows", "picture was lost on the board", "pictures were lost on the board",
-     "its buffer was full (FG_OVERFLOW)"},
+    {"_Overflow_Overflow", "overflows", "lost pictures", "picture was lost on the board",
+     "pictures were lost on the board", "its buffer was full (FG_OVERFLOW)"},
 };
 
 } // namespace
@@ -31,18 +32,20 @@ Losses::Losses(const Session& session) : session_(session) {
             "recording events failed");
 }
 
-void Losses::add(const std::string& designName) {
+const char* Losses::add(const std::string& designName) {
     for (const auto& kind : kinds) {
         if (designName.ends_with(kind.event)) {
             ++counts_[kind.key];
+            return kind.label;
         }
     }
+    return nullptr;
 }
 
 void Losses::collect() {
     const auto& control = *session_.board().applet().virtualBoard();
     VirtualBoard* board = session_.board().virtualBoard();
-    size_t count = 0;
+    std::size_t count = 0;
     require(control.eventCount(board, &count), "reading the events failed");
     for (size_t position = 0; position < count; ++position) {
         VirtualBoardEvent event{};

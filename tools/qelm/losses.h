@@ -14,8 +14,8 @@ class Losses {
   public:
     explicit Losses(const Session& session);
 
-    /** Takes in an event, by its design's name. */
-    void add(const std::string& designName);
+    /** Takes in an event, by its design's name. @return what it tells of, "lost triggers"; null: no loss */
+    const char* add(const std::string& designName);
     /** Takes in the events recorded since the last call, and forgets them: call it now and then in long runs. */
     void collect();
     /** Warns of what there was. */

@@ -1,3 +1,4 @@
+#include "lookup_table.h"
 #include "output.h"
 #include "output_file.h"
 #include "png_file.h"
@@ -13,21 +14,6 @@
 
 namespace qelm::tool {
 namespace {
-
-constexpr std::uint32_t entryCount = 4096;
-constexpr std::uint32_t largestEntry = 4095;
-
-std::vector<std::uint32_t> readTable(const Session& session) {
-    std::vector<std::uint32_t> table;
-    for (std::uint32_t i = 0; i < entryCount; ++i) {
-        LutEntry entry{0, i};
-        if (const std::int32_t code = session.board().get(FG_LUT_VALUE, entry); code != 0) {
-            throw host::AppletError(code, "reading the lookup table was refused");
-        }
-        table.push_back(entry.value);
-    }
-    return table;
-}
 
 void show(const std::vector<std::uint32_t>& table) {
     constexpr std::size_t entriesPerLine = 16;
@@ -52,11 +38,11 @@ Bitmap plot(const std::vector<std::uint32_t>& table) {
         }
     }
     const auto row = [](std::uint32_t entry) {
-        return side - 1 - static_cast<int>(std::min(entry, largestEntry) * (side - 1) / largestEntry);
+        return side - 1 - static_cast<int>(std::min(entry, largestLookupValue) * (side - 1) / largestLookupValue);
     };
     int previous = row(table.front());
     for (std::uint32_t i = 0; i < table.size(); ++i) {
-        const int x = static_cast<int>(i * (side - 1) / largestEntry);
+        const int x = static_cast<int>(i * (side - 1) / largestLookupValue);
         const int y = row(table[i]);
         for (int step = std::min(previous, y); step <= std::max(previous, y); ++step) { // steep parts stay a line
             *bitmap.at(x, step) = ink;
@@ -79,7 +65,7 @@ int lut(const CommonOptions& options, const LutOptions& lutOptions) {
         session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
     }
     makeSettings(session, lutOptions.settings);
-    const std::vector<std::uint32_t> table = readTable(session);
+    const std::vector<std::uint32_t> table = readLookupTable(session.board());
     if (!lutOptions.save.empty()) {
         const std::filesystem::path copy = temporaryFolder().path() / "saved.lut";
         session.useFile("FG_LUT_SAVE_FILE", copy);

@@ -20,7 +20,8 @@ using namespace qelm;
 // Exit statuses beside 0 and those of signals: the request could not be met, or the command line is none.
 constexpr int refused = 1;
 constexpr int misused = 2;
-constexpr int readerGone = 141; // as a shell tells of a program that died of it
+constexpr std::uint64_t longestTime = 3'600'000'000; // microseconds: an hour
+constexpr int readerGone = 141;                      // as a shell tells of a program that died of it
 
 /** A command line that is none. */
 struct Misuse : std::runtime_error {
@@ -181,24 +182,29 @@ constexpr const char* grabExamples =
 is about its state. In ATM_EXTERNAL the pin gets a pulse for each picture, in ATM_SOFTWARE a software trigger is sent.
 The scene is a chart (chart, ramp, black, gray, white) or a grey TIFF or PNG file. The camera has the size, taps and
 bits that the settings want ("--camera match,KEY=VALUE" adds to that), unless --camera says otherwise; "--camera help"
-tells its options. A file name that ends in .png makes a PNG, in .tif or .tiff a TIFF; several pictures are numbered.
+tells its options. A file name that ends in .png makes a PNG, in .tif or .tiff a TIFF, in .raw bare pixels; "-o -" sends
+those to the standard output, for ffmpeg and GStreamer. Several pictures are numbered, or pages of one TIFF. Each comes
+with its number, the times of its trigger and its end, and what was lost; a TIFF holds that and the settings.
 
 Examples:
   qelm grab -o picture.png
   qelm grab --set FG_WIDTH=512 --set FG_XOFFSET=256 -o region.tif
   qelm grab --set FG_DEVICETAPGEOMETRY=Geometry_2X_2YE --camera match,sensor=typical -o sorted.png
   qelm grab --scene gray --set FG_FORMAT=FG_GRAY16 --frames 5 -o flat.tif
+  qelm grab --frames 5 --multi-page -o pages.tif
   qelm grab --set FG_AREATRIGGERMODE=ATM_EXTERNAL --pin 0 -o triggered.png
   qelm grab --camera help)";
 
 constexpr const char* timingExamples =
     R"(Settings are made, the trigger unit is started as in "grab", then the pulses are given and the wait passes; all that
-the signals did meanwhile is drawn. Times are in virtual microseconds.
+the signals did meanwhile is drawn, up to the last change or from --from to --to; lost triggers and frames are marked.
+Times are in virtual microseconds.
 
 Examples:
   qelm timing --wait 500000 -o generator.svg
   qelm timing FG_TRIGGER_FRAMESPERSECOND=50 FG_TRIGGER_PULSEFORMGEN1_DELAY=2000 --wait 100000 -o delay.svg
-  qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg)";
+  qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg
+  qelm timing --wait 500000 --from 120000 --to 130000 -o detail.svg)";
 
 /** Reports an argument that no verb takes. */
 [[noreturn]] void reportUnexpected(const CLI::App& app, const std::string& argument) {
@@ -329,7 +335,8 @@ class CommandLine {
             ->type_name("SECONDS");
         grab_.pulses.period = 100000;
         addPulses(*verb, grab_.pulses);
-        addFile(*verb, "-o,--output", grab_.output, "TIFF or PNG file to write");
+        addFile(*verb, "-o,--output", grab_.output, "TIFF, PNG or raw file to write; - for raw to the standard output");
+        verb->add_flag("--multi-page", grab_.multiPage, "All pictures as pages of one TIFF file");
 
         verb = addVerb("timing", "Draws the signals of the trigger unit as a timing diagram", timingExamples, [this] {
             checkPulses(timing_.pulses);
@@ -340,6 +347,8 @@ class CommandLine {
         addPulses(*verb, timing_.pulses);
         addTrain(*verb, timing_.pulses);
         addFile(*verb, "-o,--output", timing_.output, "SVG file to write");
+        addMoment(*verb, "--from", timing_.from, "Where the picture begins");
+        addMoment(*verb, "--to", timing_.to, "Where it ends, if not behind the last change");
 
         for (const char* name :
              {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab", "timing"}) {
@@ -410,8 +419,12 @@ class CommandLine {
     }
     static void addTime(CLI::App& verb, const char* name, std::uint64_t& time, const std::string& description) {
         verb.add_option(name, time, description + " (" + std::to_string(time) + ")")
-            ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{3600000000})) // an hour
+            ->check(CLI::Range(std::uint64_t{0}, longestTime))
             ->type_name("TIME");
+    }
+    static void addMoment(CLI::App& verb, const char* name, std::optional<std::uint64_t>& moment,
+                          const char* description) {
+        verb.add_option(name, moment, description)->check(CLI::Range(std::uint64_t{0}, longestTime))->type_name("TIME");
     }
     static void addCamera(CLI::App& verb, tool::CameraChoice& camera) {
         verb.add_option("--scene", camera.scene, "What the camera looks at: a chart or a file")->type_name("SCENE");
@@ -511,6 +524,8 @@ int main(int argc, char** argv) {
     };
     try {
         status = line.run(tool::commandLine(argc, argv));
+    } catch (const tool::OutputLost&) { // told below
+        status = refused;
     } catch (const Misuse& error) {
         fail(error, misused);
     } catch (const tool::Interrupted& error) {

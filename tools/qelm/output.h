@@ -35,6 +35,12 @@ void checkStandardOutput();
 /** Writes out what is left. @return the first failure of the standard output as an errno value, or 0 */
 int finishStandardOutput();
 
+/** Ends a verb whose output has nowhere to go: finishStandardOutput tells why. */
+class OutputLost : public std::exception {
+  public:
+    const char* what() const noexcept override { return "the standard output cannot be written"; }
+};
+
 /** Prints the one document of a run; the warnings that there were go into an object. */
 void print(Json json);
 /** For a document that is printed piece by piece: keeps a later failure from adding a second one. */

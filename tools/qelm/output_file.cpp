@@ -123,11 +123,15 @@ void OutputFile::write(const void* bytes, std::size_t size) {
     }
 }
 
-void OutputFile::commit() {
-    close();
+void OutputFile::check() const {
     if (error_ != 0) {
         throw FileError(target_, "written", error_);
     }
+}
+
+void OutputFile::commit() {
+    close();
+    check();
     if (!isDirect()) {
         std::error_code error;
         fs::rename(path_, destination_, error);

@@ -38,9 +38,11 @@ class OutputFile {
      * Windows shares no file that is open for writing: nothing can be appended any more.
      */
     const std::filesystem::path& closedPath();
-    /** Appends. Failures show in commit(). */
+    /** Appends. Failures show in check() and commit(). */
     void write(const void* bytes, std::size_t size);
     void write(std::string_view text) { write(text.data(), text.size()); }
+    /** Whether it is worth while to go on. @throws FileError for what was written so far */
+    void check() const;
     /** @throws FileError, and the target is as it was */
     void commit();
 

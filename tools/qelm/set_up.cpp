@@ -7,25 +7,6 @@
 #include <stdexcept>
 
 namespace qelm::tool {
-namespace {
-
-void loadFile(Session& session, const SetUp& setUp) {
-    ConfigurationFile file = openToLoad(setUp.load, setUp.beside);
-    const LoadReport report(session, file);
-    for (const Finding& finding : report.findings()) {
-        printWarning(finding.text(file));
-    }
-    if (report.code() < 0) {
-        throw host::AppletError(report.code(), "loading \"" + setUp.load.string() + "\" failed");
-    }
-    for (const configuration::ConfigurationKey* key : report.overruled()) {
-        const host::Reference reference = host::parseReference(session.parameters(), key->name);
-        host::writeValue(session.board(), {reference, *file.value(*key)});
-        printError("note: " + std::string(key->name) + " was set again after the load, as the file means it");
-    }
-}
-
-} // namespace
 
 ConfigurationFile openToLoad(const std::filesystem::path& name, bool beside) {
     try {
@@ -36,10 +17,26 @@ ConfigurationFile openToLoad(const std::filesystem::path& name, bool beside) {
     }
 }
 
+void loadConfiguration(Session& session, const std::filesystem::path& name, bool beside) {
+    ConfigurationFile file = openToLoad(name, beside);
+    const LoadReport report(session, file);
+    for (const Finding& finding : report.findings()) {
+        printWarning(finding.text(file));
+    }
+    if (report.code() < 0) {
+        throw host::AppletError(report.code(), "loading \"" + name.string() + "\" failed");
+    }
+    for (const configuration::ConfigurationKey* key : report.overruled()) {
+        const host::Reference reference = host::parseReference(session.parameters(), key->name);
+        host::writeValue(session.board(), {reference, *file.value(*key)});
+        printError("note: " + std::string(key->name) + " was set again after the load, as the file means it");
+    }
+}
+
 Session startSession(const host::Applet& applet, const CommonOptions& options) {
     Session session(applet);
     if (!options.setUp.load.empty()) {
-        loadFile(session, options.setUp);
+        loadConfiguration(session, options.setUp.load, options.setUp.beside);
         requireNoWarnings(options);
     }
     makeSettings(session, options.setUp.settings);

@@ -13,6 +13,13 @@ namespace qelm::tool {
 ConfigurationFile openToLoad(const std::filesystem::path& file, bool beside);
 
 /**
+ * Loads a file, warns of what became of it, and sets again what the file means and a load leaves out.
+ *
+ * @throws AppletError when it cannot be loaded
+ */
+void loadConfiguration(Session& session, const std::filesystem::path& file, bool beside);
+
+/**
  * Starts the applet on a board, loads the file of --load, of which it does what the file means, and makes the settings
  * of --set.
  *

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,16 +62,18 @@ struct GrabOptions {
     std::vector<std::string> settings;
     CameraChoice camera;
     std::uint32_t frames = 1;
-    double timeout = 10; ///< virtual seconds that a picture may take
-    PulseOptions pulses; ///< for external triggers, one for each picture
-    std::filesystem::path output;
+    double timeout = 10;          ///< virtual seconds that a picture may take
+    PulseOptions pulses;          ///< for external triggers, one for each picture
+    std::filesystem::path output; ///< .png, .tif, .tiff or .raw; "-": raw, to the standard output
+    bool multiPage = false;       ///< all pictures as pages of one TIFF
 };
 
 struct TimingOptions {
     std::vector<std::string> settings;
     CameraChoice camera;
     PulseOptions pulses;
-    std::filesystem::path output; ///< an SVG
+    std::filesystem::path output;          ///< an SVG
+    std::optional<std::uint64_t> from, to; ///< what to draw, in virtual microseconds since the start; all that happens
 };
 
 struct LutOptions {

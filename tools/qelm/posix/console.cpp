@@ -23,6 +23,8 @@ void prepareConsole() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+void useBinaryOutput() {}
+
 std::vector<std::string> commandLine(int argc, char** argv) {
     return {argv + (argc > 0 ? 1 : 0), argv + argc};
 }

@@ -28,6 +28,10 @@ void prepareConsole() {
     ::SetConsoleOutputCP(CP_UTF8);
 }
 
+void useBinaryOutput() {
+    ::_setmode(::_fileno(stdout), _O_BINARY);
+}
+
 std::vector<std::string> commandLine(int, char**) {
     std::vector<std::string> words;
     int count = 0;

@@ -1,16 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 namespace qelm::host {
 
-/** What a grey image file holds. */
-struct ImageSummary {
-    std::int32_t width, height;
-    std::int32_t bits;     ///< of a sample, 8 or 16
-    std::uint32_t largest; ///< sample
+/** A grey image as the applet reads it. */
+struct GrayImage {
+    std::int32_t width = 0, height = 0;
+    std::int32_t bits = 0;              ///< of a sample in the file, 8 or 16
+    std::vector<std::uint16_t> samples; ///< row by row, as they are in the file
+    std::uint16_t largest = 0;          ///< sample
 };
 
 /**
@@ -18,6 +21,6 @@ struct ImageSummary {
  *
  * @return nothing when there is no such library, or the file holds no such image
  */
-std::optional<ImageSummary> summariseImage(const std::filesystem::path& file);
+std::optional<GrayImage> readGrayImage(const std::filesystem::path& file);
 
 } // namespace qelm::host

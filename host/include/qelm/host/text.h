@@ -22,6 +22,14 @@ std::string systemText(const std::string& utf8);
 std::string utf8Text(const std::string& system);
 
 /**
+ * A file's path from its name in UTF-8. A plain conversion is for file names of literals alone: on Windows the standard
+ * library takes the bytes of a narrow string for letters. Back it is `path.string()`, which is UTF-8 everywhere.
+ */
+inline std::filesystem::path pathOf(std::string_view utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+/**
  * The name of a file in the system's encoding; where that cannot express it, the short name of a file that exists.
  *
  * @throws EncodingError
