@@ -1,6 +1,7 @@
 #include "qelm/host/applet.h"
 
 #include "qelm/host/system.h"
+#include "qelm/host/text.h"
 
 namespace qelm::host {
 namespace {
@@ -56,7 +57,7 @@ std::filesystem::path Applet::find(const std::filesystem::path& name) {
     if (name.has_parent_path() || fs::is_regular_file(name)) {
         return fs::absolute(name);
     }
-    const fs::path fileName = name.has_extension() ? name : fs::path(appletFileName(name.string()));
+    const fs::path fileName = name.has_extension() ? name : pathOf(appletFileName(name.string()));
     const fs::path folder = executableFolder();
     const fs::path installed = folder / ".." / INSTALL_LIBDIR;
     for (const fs::path& candidate : {folder / fileName, installed / fileName}) {

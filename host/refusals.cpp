@@ -113,7 +113,7 @@ std::string limitClash(const Board& board, std::int32_t id) {
 
 /** "\"a.tif\" of FG_..." with what is wrong about it, or "" when it can be opened. */
 std::string fileClash(const std::string& name, const std::string& parameter) {
-    const fs::path file = name;
+    const fs::path file = pathOf(name);
     const std::string whose = "\"" + name + "\", which " + parameter + " names, ";
     std::error_code error;
     if (!fs::exists(file, error)) {

@@ -117,7 +117,7 @@ Value parseValue(const Reference& reference, std::string_view text) {
 
 /** A text as the applet takes it; the name of a file that exists may be its short one. */
 std::string systemValue(const Parameter& parameter, const std::string& text) {
-    return parameter.kind == ParameterKind::fileName ? systemFileName(text) : systemText(text);
+    return parameter.kind == ParameterKind::fileName ? systemFileName(pathOf(text)) : systemText(text);
 }
 
 /** What helps after a refusal with that code. */

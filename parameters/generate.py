@@ -21,6 +21,7 @@ import math
 import pathlib
 import re
 import sys
+import textwrap
 import tomllib
 
 # How the tables' words are called in C++.
@@ -141,6 +142,7 @@ class Parameter:
     initial: int | float | None = None
     configuration: str | None = None
     trigger_set: str | None = None
+    notes: str = ""
 
     @property
     def is_settable(self):
@@ -216,6 +218,7 @@ class Tables:
             "initial": [int, float, str],
             "configuration": [str],
             "trigger_set": [str],
+            "notes": [str],
         }
         identifiers = {}
         used = set()
@@ -244,6 +247,7 @@ class Tables:
             choose("trigger_set", TRIGGER_SETS)
             used.add(parameter.enumeration)
             parameter.description = fields.get("description", "")
+            parameter.notes = " ".join(fields.get("notes", "").split())
             parameter.identifier = identifier = fields.get("identifier", 0)
             if "identifier" in fields and not 0 < identifier <= HIGHEST_IDENTIFIER:
                 error(f"identifiers run from 1 to {HIGHEST_IDENTIFIER}", "identifier")
@@ -622,19 +626,34 @@ def reference(tables):
                 f"| `{p.name}` | {p.identifier} | {cell(p.shown)} | {kind(p)} | {values} | {initial_text(p)} | {access} "
                 f"| {cell(p.description)} |"
             )
+        for p in members:
+            if p.notes:
+                lines += ["", *textwrap.wrap(f"`{p.name}`: {p.notes}", 120)]
     return "\n".join(lines) + "\n"
 
 
 def reference_header(tables):
     """reference.h"""
+    notes = "\n".join(f"    {{{quoted(p.name)}, {quoted(p.notes)}}}," for p in tables.ordered("registry") if p.notes)
     return f"""#pragma once
 
 // {MADE_BY}
+
+#include <string_view>
 
 namespace qelm::parameters {{
 
 /** The reference of the parameters as Markdown. */
 inline constexpr const char* reference = R"reference({reference(tables)})reference";
+
+/** What there is to know beyond a parameter's description. */
+struct Notes {{
+    std::string_view name;
+    std::string_view text;
+}};
+inline constexpr Notes notes[] = {{
+{notes}
+}};
 
 }} // namespace qelm::parameters
 """

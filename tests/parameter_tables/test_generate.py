@@ -135,6 +135,16 @@ def test_the_reference_in_the_documentation_is_that_of_the_tables(tmp_path):
     assert made == committed, "when the change is meant: scripts/refresh-descriptions"
 
 
+def test_notes_stand_below_the_table_of_their_category(tables, tmp_path):
+    change(tables / "parameters.toml", 'use = "settable"', 'use = "settable"\nnotes = """\nTwo\n"lines".\\\n"""')
+    assert generate(tables, tmp_path) == (0, "")
+    header = (tmp_path / "src" / "parameters" / "reference.h").read_text()
+    name, text = re.search(r'notes\[\] = \{\n    \{"(\w+)", "(.*)"\},\n\};', header).groups()
+    assert text == r"Two \"lines\"."
+    assert f'\n\n`{name}`: Two "lines".\n' in (tmp_path / "parameters.md").read_text()
+    assert "Two" not in (tmp_path / "src" / "parameters" / "rows.h").read_text()  # the applet tells none
+
+
 def test_headers_for_users(tables, tmp_path):
     assert generate(tables, tmp_path) == (0, "")
     folder = tmp_path / "include" / "zantor_obvelline_qx4_rk"

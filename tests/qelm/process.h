@@ -10,10 +10,10 @@ namespace qelm::test {
 int runProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                const std::filesystem::path& output, const std::filesystem::path& errors);
 
-/** As runProcess, and presses Ctrl-C as soon as that file is there; on Linux alone. */
+/** As runProcess, and presses Ctrl-C, once or more often, as soon as that file is there; on Linux alone. */
 int interruptProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                      const std::filesystem::path& output, const std::filesystem::path& errors,
-                     const std::filesystem::path& awaited);
+                     const std::filesystem::path& awaited, int times = 1);
 
 /** While it lives, processes started cannot write files of more bytes; on Linux alone. */
 class FileSizeLimit {

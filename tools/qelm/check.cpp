@@ -5,7 +5,7 @@
 
 namespace qelm::tool {
 
-int check(const CommonOptions& options, const std::string& name) {
+int check(const CommonOptions& options, const std::filesystem::path& name) {
     ConfigurationFile file(name, options.setUp.beside);
     const host::Applet applet = loadApplet(options);
     if (applet.virtualBoard() == nullptr) {
@@ -22,7 +22,7 @@ int check(const CommonOptions& options, const std::string& name) {
     }
     const bool loads = report.code() == 0;
     if (options.json) {
-        print(Json{{"file", name}, {"loads", loads}, {"findings", objects}});
+        print(Json{{"file", name.string()}, {"loads", loads}, {"findings", objects}});
     } else if (!loads) {
         std::cout << "A load would be refused\n";
     } else if (report.findings().empty()) {

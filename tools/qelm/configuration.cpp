@@ -45,7 +45,7 @@ ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool bes
     if (beside) {
         for (const configuration::ConfigurationKey* key : fileKeys()) {
             if (const std::filesystem::path relative = relativeName(*key); !relative.empty()) {
-                replaceText(*key, (std::filesystem::absolute(file).parent_path() / relative).string());
+                replaceText(*key, std::filesystem::absolute(file).parent_path() / relative);
             }
         }
     }
@@ -65,7 +65,7 @@ std::vector<const configuration::ConfigurationKey*> ConfigurationFile::fileKeys(
 
 std::filesystem::path ConfigurationFile::relativeName(const configuration::ConfigurationKey& key) {
     const auto text = value(key);
-    const std::filesystem::path name = text ? std::get<std::string>(*text) : std::string();
+    const std::filesystem::path name = host::pathOf(text ? std::get<std::string>(*text) : std::string());
     return name.is_relative() ? name : std::filesystem::path();
 }
 
@@ -112,11 +112,11 @@ std::optional<host::Value> ConfigurationFile::value(const configuration::Configu
     return host::utf8Text(std::get<std::string>(*value));
 }
 
-void ConfigurationFile::replaceText(const configuration::ConfigurationKey& key, const std::string& value) {
+void ConfigurationFile::replaceText(const configuration::ConfigurationKey& key, const std::filesystem::path& file) {
     const std::string start = std::string("\n") + key.name + "=";
     for (size_t position = 0; (position = text_.find(start, position)) != text_.npos;) {
         const size_t begin = position + start.size();
-        const std::string line = "'" + host::systemText(value) + "';";
+        const std::string line = "'" + host::systemFileName(file) + "';";
         text_.replace(begin, std::min(text_.find('\n', begin), text_.size()) - begin, line);
         position = begin + line.size();
     }

@@ -45,7 +45,7 @@ class ConfigurationFile {
 
   private:
     void writeCopy();
-    void replaceText(const configuration::ConfigurationKey& key, const std::string& value);
+    void replaceText(const configuration::ConfigurationKey& key, const std::filesystem::path& file);
 
     std::filesystem::path name_;
     std::string text_;

@@ -1,7 +1,20 @@
 #include "output.h"
 #include "set_up.h"
 
+#include "parameters/reference.h"
+
+#include <algorithm>
+
 namespace qelm::tool {
+
+namespace {
+
+std::string notesOf(const host::Parameter& parameter) {
+    const auto* found = std::ranges::find(parameters::notes, parameter.name, &parameters::Notes::name);
+    return found == std::end(parameters::notes) ? std::string() : std::string(found->text);
+}
+
+} // namespace
 
 int describe(const CommonOptions& options, const std::string& name) {
     const host::Applet applet = loadApplet(options);
@@ -9,7 +22,9 @@ int describe(const CommonOptions& options, const std::string& name) {
     const host::Parameter& parameter = host::findParameter(session.parameters(), name);
     const std::optional<host::Value> value = session.readWhole(parameter);
     if (options.json) {
-        print(parameterJson(parameter, value));
+        Json json = parameterJson(parameter, value);
+        json["notes"] = notesOf(parameter);
+        print(json);
         return 0;
     }
     Table table;
@@ -33,6 +48,7 @@ int describe(const CommonOptions& options, const std::string& name) {
             entry.name + " = " + std::to_string(entry.value) + ", \"" + entry.text + "\"");
     }
     add("Description:", parameter.description);
+    add("Notes:", notesOf(parameter));
     table.print();
     return 0;
 }

@@ -26,7 +26,7 @@ void requireSettings(ConfigurationFile& file) {
     throw std::runtime_error("\"" + file.name().string() + "\" holds no settings");
 }
 
-int compare(const CommonOptions& options, const std::string& left, const std::string& right) {
+int compare(const CommonOptions& options, const std::filesystem::path& left, const std::filesystem::path& right) {
     ConfigurationFile leftFile(left);
     ConfigurationFile rightFile(right);
     requireSettings(leftFile);
@@ -57,7 +57,7 @@ int compare(const CommonOptions& options, const std::string& left, const std::st
 
 } // namespace
 
-int diff(const CommonOptions& options, const std::string& left, const std::string& right) {
+int diff(const CommonOptions& options, const std::filesystem::path& left, const std::filesystem::path& right) {
     try {
         return compare(options, left, right);
     } catch (const std::runtime_error& error) {

@@ -1,5 +1,6 @@
 #include "camera.h"
 #include "console.h"
+#include "interruption.h"
 #include "levels.h"
 #include "losses.h"
 #include "output.h"
@@ -34,8 +35,8 @@ class Report {
     void add(const std::string& file, const host::Frame& frame) {
         ++added_;
         if (isJson_) {
-            noteJsonStarted();
-            std::cout << (added_ == 1 ? "{\"pictures\": [\n  " : ",\n  ") << dump(json(file, frame));
+            printPiece((added_ == 1 ? "{\"pictures\": [\n  " : ",\n  ") + dump(json(file, frame)),
+                       "],\n\"error\": " + dump(failureJson(Interrupted(0))) + "}\n");
         } else {
             if (pictures_ > mostLines) {
                 table_ = Table();
@@ -53,13 +54,12 @@ class Report {
             table_.print();
             return;
         }
-        noteJsonStarted();
-        std::cout << (added_ == 0 ? "{\"pictures\": [" : "\n") << "],\n\"losses\": " << losses.json().dump()
-                  << ",\n\"warnings\": " << dump(warnings());
+        std::string end = (added_ == 0 ? "{\"pictures\": [" : "\n") + std::string("],\n\"losses\": ") +
+                          losses.json().dump() + ",\n\"warnings\": " + dump(warnings());
         if (error != nullptr) {
-            std::cout << ",\n\"error\": " << dump(failureJson(*error));
+            end += ",\n\"error\": " + dump(failureJson(*error));
         }
-        std::cout << "}\n";
+        printPiece(end + "}\n");
     }
 
   private:

@@ -19,6 +19,7 @@ std::atomic<int> requested{0}; // the exit status asked for; 0: none
     if (const std::string files = writtenBefore(); !files.empty()) {
         printErrorAlone(files);
     }
+    endDocument(Interrupted(status));
     abandonUnfinished();
     std::_Exit(status);
 }

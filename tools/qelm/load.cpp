@@ -7,7 +7,7 @@
 
 namespace qelm::tool {
 
-int load(const CommonOptions& options, const std::string& name) {
+int load(const CommonOptions& options, const std::filesystem::path& name) {
     ConfigurationFile file = openToLoad(name, options.setUp.beside);
     const host::Applet applet = loadApplet(options);
     Session session = startSession(applet, options);
@@ -27,12 +27,12 @@ int load(const CommonOptions& options, const std::string& name) {
         findings.push_back(finding.json());
     }
     if (options.json) {
-        print(Json{{"file", name}, {"result", report.code()}, {"changes", changes}, {"findings", findings}});
+        print(Json{{"file", name.string()}, {"result", report.code()}, {"changes", changes}, {"findings", findings}});
     } else if (values.empty() && report.code() == 0) {
         std::cout << "Nothing changed\n";
     }
     if (report.code() < 0) {
-        throw host::AppletError(report.code(), "loading \"" + name + "\" failed",
+        throw host::AppletError(report.code(), "loading \"" + name.string() + "\" failed",
                                 values.empty() ? "" : "What changed before stays.");
     }
     return 0;

@@ -14,10 +14,10 @@ constexpr struct {
     const char* meaning;
 } kinds[] = {
     {"_Cam0Override", "lostTriggers", "lost triggers", "trigger was lost", "triggers were lost",
-     "it came faster than FG_TRIGGER_FRAMESPERSECOND lets frames be taken, or found the queue full "
+     "triggers come faster than FG_TRIGGER_FRAMESPERSECOND lets frames be taken, or find the queue full "
      "(FG_TRIGGER_EXCEEDED_PERIOD_LIMITS)"},
     {"_Cam0MissingFrame", "missingFrames", "missing frames", "frame is missing", "frames are missing",
-     "the camera had not begun to answer when the next pulse came (FG_MISSING_CAMERA_FRAME_RESPONSE)"},
+     "the camera has not begun to answer when the next pulse comes (FG_MISSING_CAMERA_FRAME_RESPONSE)"},
     {"_Overflow_Overflow", "overflows", "lost pictures", "picture was lost on the board",
      "pictures were lost on the board", "its buffer was full (FG_OVERFLOW)"},
 };

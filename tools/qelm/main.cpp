@@ -4,6 +4,9 @@
 #include "output_file.h"
 #include "verbs.h"
 
+#include "qelm/host/parameters.h"
+#include "qelm/host/text.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -40,6 +43,8 @@ constexpr const char* examples = R"(Examples:
   qelm save setup.kcf FG_WIDTH=512       a configuration file; "load", "diff" and "check" read it
   qelm events --pulses 3                 what the design tells of three pulses at a trigger input
   qelm grab -o picture.png               a picture from the virtual board's camera, through the applet's settings
+  qelm calibrate -o calibrated.kcf       a shading correction from pictures of black and grey
+  qelm run experiment.qelm               a script of steps: settings, pulses, pictures, expectations
   qelm timing -o timing.svg --wait 500000   the trigger unit's signals as a timing diagram
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
@@ -195,6 +200,34 @@ Examples:
   qelm grab --set FG_AREATRIGGERMODE=ATM_EXTERNAL --pin 0 -o triggered.png
   qelm grab --camera help)";
 
+constexpr const char* calibrateExamples =
+    R"(Averages pictures of black and of an even grey, checks them, computes the shading correction and judges it by frames
+that it was not made from. References go beside the configuration, as FILE-black.tif and FILE-gray.tif; --black and
+--gray take them from TIFF files instead: pictures of the whole sensor, samples of 16 bits left-aligned. The exit status
+is 1 when pixels stay that differ from those around them, or more unevenness than the noise explains.
+
+Examples:
+  qelm calibrate --camera match,sensor=typical,vignetting=40,noise=8 --set FG_CAMERA_LINK_CAMTYPE=FG_CL_MEDIUM_12_BIT -o calibrated.kcf
+  qelm calibrate --frames 4 --before before.png --after after.png -o calibrated.kcf
+  qelm grab --load calibrated.kcf -o corrected.png)";
+
+constexpr const char* runExamples =
+    R"(The file holds a step in each line: set, get, load, camera, scene, wait, pulse, acquire, grab, stop, expect. "#" begins
+a comment. All lines are read before the first step is done; docs/scripts.md tells what each takes. The exit status is
+1 when a step was refused or an expectation failed.
+
+Example of a script:
+    set FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERSTATE=TS_ACTIVE
+    acquire
+    pulse 2 pin=0 period=200ms
+    expect pictures == 2
+    grab 2 last.png
+    expect lost == 0
+
+Examples:
+  qelm run experiment.qelm
+  qelm run experiment.qelm --load setup.kcf --json)";
+
 constexpr const char* timingExamples =
     R"(Settings are made, the trigger unit is started as in "grab", then the pulses are given and the wait passes; all that
 the signals did meanwhile is drawn, up to the last change or from --from to --to; lost triggers and frames are marked.
@@ -249,10 +282,9 @@ class CommandLine {
             ->required()
             ->type_name("");
 
-        addVerb("xml", "Writes the GenApi description of the parameters", xmlExamples,
-                [this] { return tool::xml(common_, document_); })
-            ->add_option("-o,--output", document_, "The file to write, if not the standard output")
-            ->type_name("FILE");
+        CLI::App* description = addVerb("xml", "Writes the GenApi description of the parameters", xmlExamples,
+                                        [this] { return tool::xml(common_, document_); });
+        addFile(*description, "-o,--output", document_, "The file to write, if not the standard output");
 
         addVerb("get", "Shows the values of parameters", getExamples, [this] { return tool::get(common_, arguments_); })
             ->add_option("NAME", arguments_, "Parameter to read")
@@ -338,6 +370,26 @@ class CommandLine {
         addFile(*verb, "-o,--output", grab_.output, "TIFF, PNG or raw file to write; - for raw to the standard output");
         verb->add_flag("--multi-page", grab_.multiPage, "All pictures as pages of one TIFF file");
 
+        verb = addVerb("calibrate", "Makes a shading correction from pictures of black and grey, and judges it",
+                       calibrateExamples, [this] { return makeCalibration(); });
+        addSettings(*verb, calibrate_.settings);
+        addCamera(*verb, calibrate_.camera);
+        verb->add_option("--black-scene", calibrate_.blackScene, "What is black (black)")->type_name("SCENE");
+        verb->add_option("--gray-scene", calibrate_.grayScene, "What is an even grey (gray)")->type_name("SCENE");
+        addFile(*verb, "--black", calibrate_.black, "TIFF file of black instead");
+        addFile(*verb, "--gray", calibrate_.gray, "TIFF file of an even grey instead");
+        verb->add_option("--frames", calibrate_.frames, "Number of pictures that are averaged (16)")
+            ->check(CLI::Range(2, 1000))
+            ->type_name("N");
+        addFile(*verb, "-o,--output", calibrate_.output, "Configuration file to write");
+        addFile(*verb, "--before", calibrate_.before, "PNG file for a picture without the correction");
+        addFile(*verb, "--after", calibrate_.after, "PNG file for a picture with it");
+
+        verb = addVerb("run", "Runs a script of steps on one virtual board", runExamples,
+                       [this] { return tool::run(common_, run_); });
+        addPath(*verb, "FILE", run_.file, "The script")->required()->type_name("");
+        addCamera(*verb, run_.camera);
+
         verb = addVerb("timing", "Draws the signals of the trigger unit as a timing diagram", timingExamples, [this] {
             checkPulses(timing_.pulses);
             return tool::timing(common_, timing_);
@@ -350,8 +402,8 @@ class CommandLine {
         addMoment(*verb, "--from", timing_.from, "Where the picture begins");
         addMoment(*verb, "--to", timing_.to, "Where it ends, if not behind the last change");
 
-        for (const char* name :
-             {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab", "timing"}) {
+        for (const char* name : {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab",
+                                 "calibrate", "run", "timing"}) {
             addSetUp(*app_.get_subcommand(name));
         }
     }
@@ -359,7 +411,10 @@ class CommandLine {
     /** @return the exit status @throws Misuse, and what the verb throws */
     int run(std::vector<std::string> words) {
         common_.json = std::ranges::find(words, "--json") != words.end(); // also where the rest is wrong
-        std::ranges::reverse(words);                                      // as the parser wants them
+        if (common_.json) {
+            tool::wantJson();
+        }
+        std::ranges::reverse(words); // as the parser wants them
         try {
             app_.parse(std::move(words));
         } catch (const CLI::CallForHelp& help) {
@@ -395,13 +450,13 @@ class CommandLine {
 
     /** Its --load takes both kinds of files. */
     int runLut() {
-        for (const std::filesystem::path& file : lutLoads_) {
-            const bool isConfiguration = file.string().find(".kcf") != std::string::npos;
+        for (const std::string& file : lutLoads_) {
+            const bool isConfiguration = file.find(".kcf") != std::string::npos;
             std::filesystem::path& place = isConfiguration ? common_.setUp.load : lut_.load;
             if (!place.empty()) {
                 throw Misuse(std::string("--load takes one ") + (isConfiguration ? "configuration" : "table"));
             }
-            place = file;
+            place = host::pathOf(file);
         }
         return tool::lut(common_, lut_);
     }
@@ -434,6 +489,16 @@ class CommandLine {
             ->type_name("OPTIONS");
     }
 
+    int makeCalibration() {
+        if (calibrate_.black.empty() != calibrate_.gray.empty()) {
+            throw Misuse("both references are taken, or both come from files: give --black and --gray");
+        }
+        if (calibrate_.output.empty() && calibrate_.camera.options != "help") {
+            throw Misuse("where to? give -o FILE.kcf");
+        }
+        return tool::calibrate(common_, calibrate_);
+    }
+
     int applyShading() {
         if (shading_.black.empty() && shading_.gray.empty()) {
             throw Misuse("nothing to compute from: give --black or --gray");
@@ -445,12 +510,18 @@ class CommandLine {
         verb.add_option("NAME=VALUE", settings, "Parameter and value to set")->type_name("");
     }
     static void addFile(CLI::App& verb, const char* name, std::filesystem::path& file, const char* description) {
-        verb.add_option(name, file, description)->type_name("FILE");
+        addPath(verb, name, file, description)->type_name("FILE");
+    }
+
+    static CLI::Option* addPath(CLI::App& verb, const char* name, std::filesystem::path& file,
+                                const char* description) {
+        return verb.add_option_function<std::string>(
+            name, [&file](const std::string& text) { file = host::pathOf(text); }, description);
     }
 
     /** They may stand before and after the verb. */
     void addCommonOptions(CLI::App& app) {
-        app.add_option("--applet", common_.applet, "The applet library, if not the one beside the tool")
+        addPath(app, "--applet", common_.applet, "The applet library, if not the one beside the tool")
             ->type_name("PATH");
         app.add_flag("--json", common_.json, "Results as JSON");
         app.add_flag("--strict", common_.strict, "Warnings are failures: exit status 1");
@@ -469,7 +540,7 @@ class CommandLine {
 
     /** What brings the board of a verb to where it is to begin. */
     void addSetUp(CLI::App& verb) {
-        verb.add_option("--load", common_.setUp.load, "Configuration file to load first")->type_name("FILE.kcf");
+        addPath(verb, "--load", common_.setUp.load, "Configuration file to load first")->type_name("FILE.kcf");
         addSetUpBesideLoad(verb);
     }
     void addSetUpBesideLoad(CLI::App& verb) {
@@ -482,8 +553,9 @@ class CommandLine {
         verb.add_flag("--beside", common_.setUp.beside,
                       "Relative file names in the configuration are meant from its folder, not from the current one");
     }
-    static void addConfiguration(CLI::App& verb, const char* name, std::string& file, const char* description) {
-        verb.add_option(name, file, description)->required()->type_name("");
+    static void addConfiguration(CLI::App& verb, const char* name, std::filesystem::path& file,
+                                 const char* description) {
+        addPath(verb, name, file, description)->required()->type_name("");
     }
 
     CLI::App app_{"Drives the acquisition applet Zantor_Obvelline_Qx4_RK on a board.", "qelm"};
@@ -492,14 +564,16 @@ class CommandLine {
     std::string name_;
     std::filesystem::path document_;
     std::vector<std::string> arguments_;
-    std::string file_;
-    std::string otherFile_;
+    std::filesystem::path file_;
+    std::filesystem::path otherFile_;
     tool::LutOptions lut_;
-    std::vector<std::filesystem::path> lutLoads_;
+    std::vector<std::string> lutLoads_;
     tool::ShadingOptions shading_;
     tool::TraceOptions trace_;
     tool::EventsOptions events_;
     tool::GrabOptions grab_;
+    tool::CalibrateOptions calibrate_;
+    tool::RunOptions run_;
     tool::TimingOptions timing_;
     std::function<int()> verb_;
 };

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
+#include <mutex>
 #include <streambuf>
+#include <utility>
 
 namespace qelm::tool {
 namespace {
@@ -90,7 +92,18 @@ std::vector<std::string>& allWarnings() {
     return all;
 }
 
-bool jsonStarted = false;
+/** The one of a run with --json. Never destroyed: a thread may still be asking for it while the process ends. */
+struct Document {
+    std::mutex mutex;
+    bool wanted = false;
+    bool started = false;
+    std::string end; // what is missing now
+};
+
+Document& document() {
+    static auto& one = *new Document;
+    return one;
+}
 
 } // namespace
 
@@ -138,11 +151,10 @@ int finishStandardOutput() {
 }
 
 void print(Json json) {
-    noteJsonStarted();
     if (json.is_object() && !allWarnings().empty()) {
         json["warnings"] = allWarnings();
     }
-    std::cout << dump(json, 2) << '\n';
+    printPiece(dump(json, 2) + '\n');
 }
 
 std::string dump(const Json& json, int indentation) {
@@ -150,8 +162,25 @@ std::string dump(const Json& json, int indentation) {
     return json.dump(indentation, ' ', false, Json::error_handler_t::replace);
 }
 
-void noteJsonStarted() {
-    jsonStarted = true;
+void printPiece(std::string_view piece, std::string end) {
+    const std::lock_guard lock(document().mutex);
+    document().started = true;
+    document().end = std::move(end);
+    std::cout << piece << std::flush;
+}
+
+void wantJson() {
+    document().wanted = true;
+}
+
+void endDocument(const std::exception& error) {
+    const std::unique_lock lock(document().mutex, std::try_to_lock); // else the output hangs, and its end would, too
+    if (!lock || !document().wanted) {
+        return;
+    }
+    const std::string end = document().started ? document().end : dump(Json{{"error", failureJson(error)}}) + "\n";
+    std::fwrite(end.data(), 1, end.size(), stdout);
+    std::fflush(stdout);
 }
 
 Json failureJson(const std::exception& error) {
@@ -163,7 +192,7 @@ Json failureJson(const std::exception& error) {
 }
 
 void printFailureDocument(const std::exception& error) {
-    if (!jsonStarted) {
+    if (!document().started) {
         print(Json{{"error", failureJson(error)}});
     }
 }

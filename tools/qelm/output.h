@@ -43,8 +43,16 @@ class OutputLost : public std::exception {
 
 /** Prints the one document of a run; the warnings that there were go into an object. */
 void print(Json json);
-/** For a document that is printed piece by piece: keeps a later failure from adding a second one. */
-void noteJsonStarted();
+/**
+ * A piece of a document that grows as the run goes on. Also keeps a later failure from adding a second document.
+ *
+ * @param end what would make the document whole after this piece, for a run that is forced to end
+ */
+void printPiece(std::string_view piece, std::string end = {});
+/** With --json: failures are documents, too. */
+void wantJson();
+/** For a run that is forced to end, from another thread: makes the document whole, as far as that can be. */
+void endDocument(const std::exception& error);
 /** The text of a document, on one line or with an indentation. Bytes that are no UTF-8 are replaced. */
 std::string dump(const Json& json, int indentation = -1);
 /** {"message": ..., "code": ...} */

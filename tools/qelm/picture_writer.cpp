@@ -5,7 +5,6 @@
 #include "tiff_file.h"
 
 #include "configuration/keys.h"
-#include "qelm/host/text.h"
 
 #include <cerrno>
 #include <iostream>
@@ -195,8 +194,8 @@ void writePng(const host::VirtualBoardFunctions& control, const fs::path& file, 
     OutputFile output(file);
     const host::FrameFormat& format = frame.format();
     errno = 0;
-    if (control.writePicture(host::systemFileName(output.closedPath()).c_str(), frame.bytes().data(), format.width,
-                             format.height, format.bits) != 0) {
+    if (control.writePicture(output.closedPath().string().c_str(), frame.bytes().data(), format.width, format.height,
+                             format.bits) != 0) {
         throw FileError(file, "written", errno != 0 ? errno : EIO);
     }
     output.commit();

@@ -7,19 +7,20 @@
 
 namespace qelm::tool {
 
-int save(const CommonOptions& options, const std::string& file, const std::vector<std::string>& assignments) {
+int save(const CommonOptions& options, const std::filesystem::path& file, const std::vector<std::string>& assignments) {
     const host::Applet applet = loadApplet(options);
     Session session = startSession(applet, options);
     const StepsOutcome changes = runAll(options, session, parseAssignments(session, assignments));
     if (!changes.succeeded) {
-        printError("\"" + file + "\" was not written");
+        printError("\"" + file.string() + "\" was not written");
         return 1;
     }
     saveConfiguration(options, session, file);
     if (options.json) {
-        print(Json{{"file", file}, {"changes", changes.json}});
+        print(Json{{"file", file.string()}, {"changes", changes.json}});
     } else {
-        std::cout << "Saved " << std::size(configuration::configurationKeys) << " settings in " << file << '\n';
+        std::cout << "Saved " << std::size(configuration::configurationKeys) << " settings in " << file.string()
+                  << '\n';
     }
     return 0;
 }

@@ -143,7 +143,7 @@ class Drawing {
             svg_ << "<line x1='" << at << "' x2='" << at << "' y1='" << top_ - 6 << "' y2='" << bottom_ + 4
                  << "' stroke='" << grid << "'/>\n";
             std::ostringstream label;
-            label << std::setprecision(12) << std::round(tick / step) * step << (isFirst ? " " : "")
+            label << std::setprecision(12) << std::round(tick / step) * step + 0.0 << (isFirst ? " " : "")
                   << (isFirst ? unit.name : "");
             svg_ << "<text x='" << at << "' y='" << bottom_ + 20 << "' text-anchor='middle' fill='" << text << "'>"
                  << label.str() << "</text>\n";

@@ -92,6 +92,24 @@ struct ShadingOptions {
     int size = 1024;               ///< the pictures' longer side at most, in pixels
 };
 
+struct CalibrateOptions {
+    std::vector<std::string> settings;
+    CameraChoice camera; ///< its scene is that of the pictures before and after; empty: the grey one
+    std::string blackScene = "black";
+    std::string grayScene = "gray";
+    std::filesystem::path black; ///< references from files instead, both
+    std::filesystem::path gray;
+    std::uint32_t frames = 16;    ///< that are averaged
+    std::filesystem::path output; ///< the configuration; the references get names after it
+    std::filesystem::path before; ///< a PNG of a picture without the correction
+    std::filesystem::path after;  ///< and with it
+};
+
+struct RunOptions {
+    std::filesystem::path file; ///< the script
+    CameraChoice camera;
+};
+
 int info(const CommonOptions& options);
 int list(const CommonOptions& options, const ListOptions& listOptions);
 int describe(const CommonOptions& options, const std::string& name);
@@ -99,15 +117,17 @@ int describe(const CommonOptions& options, const std::string& name);
 int xml(const CommonOptions& options, const std::filesystem::path& file);
 int get(const CommonOptions& options, const std::vector<std::string>& names);
 int set(const CommonOptions& options, const std::vector<std::string>& assignments);
-int save(const CommonOptions& options, const std::string& file, const std::vector<std::string>& assignments);
-int load(const CommonOptions& options, const std::string& file);
-int diff(const CommonOptions& options, const std::string& left, const std::string& right);
-int check(const CommonOptions& options, const std::string& file);
+int save(const CommonOptions& options, const std::filesystem::path& file, const std::vector<std::string>& assignments);
+int load(const CommonOptions& options, const std::filesystem::path& file);
+int diff(const CommonOptions& options, const std::filesystem::path& left, const std::filesystem::path& right);
+int check(const CommonOptions& options, const std::filesystem::path& file);
 int lut(const CommonOptions& options, const LutOptions& lutOptions);
 int shading(const CommonOptions& options, const ShadingOptions& shadingOptions);
 int trace(const CommonOptions& options, const TraceOptions& traceOptions);
 int grab(const CommonOptions& options, const GrabOptions& grabOptions);
 int timing(const CommonOptions& options, const TimingOptions& timingOptions);
+int calibrate(const CommonOptions& options, const CalibrateOptions& calibrateOptions);
+int run(const CommonOptions& options, const RunOptions& runOptions);
 int events(const CommonOptions& options, const EventsOptions& eventsOptions);
 
 } // namespace qelm::tool

@@ -53,12 +53,15 @@ int runProcess(const std::filesystem::path& program, const std::vector<std::stri
 
 int interruptProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                      const std::filesystem::path& output, const std::filesystem::path& errors,
-                     const std::filesystem::path& awaited) {
+                     const std::filesystem::path& awaited, int times) {
     const pid_t process = startProcess(program, arguments, output, errors);
     for (int attempt = 0; attempt < 6000 && !std::filesystem::exists(awaited); ++attempt) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    ::kill(process, SIGINT);
+    for (int i = 0; i < times; ++i) {
+        ::kill(process, SIGINT);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
     return awaitProcess(process);
 }
 

@@ -1,5 +1,7 @@
 #include "process.h"
 
+#include "qelm/host/text.h"
+
 #include <stdexcept>
 #include <windows.h>
 
@@ -32,7 +34,7 @@ int runProcess(const std::filesystem::path& program, const std::vector<std::stri
                const std::filesystem::path& output, const std::filesystem::path& errors) {
     std::wstring line = quoted(program.native());
     for (const std::string& argument : arguments) {
-        line += L" " + quoted(std::filesystem::path(argument).native()); // as paths, words are taken for UTF-8
+        line += L" " + quoted(host::pathOf(argument).native());
     }
     STARTUPINFOW start{};
     start.cb = sizeof start;
