@@ -20,7 +20,7 @@ target_compile_options(qelm_options INTERFACE
 # The sanitizers of clang leave it to the program to bring their runtime.
 if(NOT WIN32 AND NOT (QELM_SANITIZERS AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
     # Modules find functions in the program that loads them.
-    target_link_options(qelm_options INTERFACE
+    target_link_options(qelm_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack
         $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>>:LINKER:--no-undefined>)
 endif()
 if(QELM_SANITIZERS)
