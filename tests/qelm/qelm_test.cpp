@@ -715,8 +715,9 @@ TEST_F(QelmTest, TheExamplesOfItsHelpWork) {
     std::ofstream("experiment.qelm") << "set FG_WIDTH=64\nexpect FG_WIDTH == 64\n";
     size_t examples = 0;
     std::vector<Words> helps{{"--help"}};
-    for (const char* verb : {"info", "list", "get", "set", "trace", "events", "describe", "xml", "save", "load", "diff",
-                             "check", "lut", "shading", "grab", "calibrate", "run", "timing"}) {
+    for (const char* verb :
+         {"info", "list",  "get", "set",     "trace", "events",    "describe", "xml",    "save", "load",
+          "diff", "check", "lut", "shading", "grab",  "calibrate", "run",      "timing", "man",  "completion"}) {
         helps.push_back({verb, "--help"});
     }
     for (const Words& help : helps) {

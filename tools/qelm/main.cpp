@@ -1,3 +1,4 @@
+#include "command_reference.h"
 #include "console.h"
 #include "interruption.h"
 #include "output.h"
@@ -239,6 +240,16 @@ Examples:
   qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg
   qelm timing --wait 500000 --from 120000 --to 130000 -o detail.svg)";
 
+constexpr const char* manExamples = R"(Examples:
+  qelm man     the page, for "man -l -" to show)";
+
+constexpr const char* completionExamples = R"(Names of parameters and of their values are completed, too.
+
+Examples:
+  qelm completion bash     for ~/.local/share/bash-completion/completions/qelm
+  qelm completion zsh      for _qelm in a folder of $fpath
+  qelm completion fish     for ~/.config/fish/completions/qelm.fish)";
+
 /** Reports an argument that no verb takes. */
 [[noreturn]] void reportUnexpected(const CLI::App& app, const std::string& argument) {
     if (!app.get_subcommands().empty()) {
@@ -267,6 +278,7 @@ class CommandLine {
         app_.fallthrough();
         app_.allow_extras();
         app_.get_formatter()->label("SUBCOMMAND", "VERB");
+        app_.set_version_flag("--version", "qelm " QELM_VERSION, "Tells the version");
         addCommonOptions(app_);
         addVerb("info", "Shows what the applet is and what it runs on", infoExamples,
                 [this] { return tool::info(common_); });
@@ -402,6 +414,20 @@ class CommandLine {
         addMoment(*verb, "--from", timing_.from, "Where the picture begins");
         addMoment(*verb, "--to", timing_.to, "Where it ends, if not behind the last change");
 
+        addVerb("man", "Writes the manual page", manExamples, [this] {
+            std::cout << tool::manualPage(reference(), QELM_VERSION);
+            return 0;
+        });
+        addVerb("completion", "Writes what a shell needs to complete command lines", completionExamples,
+                [this] {
+                    std::cout << tool::completion(reference(), shell_);
+                    return 0;
+                })
+            ->add_option("SHELL", shell_, "bash, zsh or fish")
+            ->required()
+            ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+            ->type_name("");
+
         for (const char* name : {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab",
                                  "calibrate", "run", "timing"}) {
             addSetUp(*app_.get_subcommand(name));
@@ -417,8 +443,8 @@ class CommandLine {
         std::ranges::reverse(words); // as the parser wants them
         try {
             app_.parse(std::move(words));
-        } catch (const CLI::CallForHelp& help) {
-            return app_.exit(help);
+        } catch (const CLI::Success& request) { // for the help or the version
+            return app_.exit(request);
         } catch (const CLI::ParseError& error) {
             throw Misuse(std::string(error.what()) + "; --help tells more");
         }
@@ -558,6 +584,39 @@ class CommandLine {
         addPath(verb, name, file, description)->required()->type_name("");
     }
 
+    static tool::VerbText textOf(CLI::App& app) {
+        tool::VerbText text{app.get_name(), app.get_description(), app.get_footer()};
+        for (const CLI::Option* option : app.get_options()) {
+            tool::OptionText& added = text.options.emplace_back();
+            added.description = option->get_description();
+            added.isPositional = option->get_positional();
+            if (added.isPositional) {
+                added.names = {option->get_name(true)};
+                continue;
+            }
+            for (const std::string& name : option->get_snames()) {
+                added.names.push_back("-" + name);
+            }
+            for (const std::string& name : option->get_lnames()) {
+                added.names.push_back("--" + name);
+            }
+            added.value = option->get_expected_max() == 0 ? "" : option->get_type_name();
+        }
+        return text;
+    }
+
+    tool::CommandReference reference() {
+        tool::CommandReference reference{textOf(app_), {}};
+        const auto isCommon = [&](const tool::OptionText& option) {
+            return std::ranges::any_of(reference.program.options,
+                                       [&](const tool::OptionText& common) { return common.names == option.names; });
+        };
+        for (CLI::App* verb : app_.get_subcommands({})) {
+            std::erase_if(reference.verbs.emplace_back(textOf(*verb)).options, isCommon);
+        }
+        return reference;
+    }
+
     CLI::App app_{"Drives the acquisition applet Zantor_Obvelline_Qx4_RK on a board.", "qelm"};
     tool::CommonOptions common_;
     tool::ListOptions list_;
@@ -575,6 +634,7 @@ class CommandLine {
     tool::CalibrateOptions calibrate_;
     tool::RunOptions run_;
     tool::TimingOptions timing_;
+    std::string shell_;
     std::function<int()> verb_;
 };
 
