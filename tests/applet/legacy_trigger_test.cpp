@@ -246,6 +246,10 @@ TEST_F(Legacy, LinesFollowSelectionSwitchAndPolarity) {
     board_.change(FG_CCSEL3, std::uint32_t{CC_NOT_EXSYNC});
     EXPECT_THAT(writesOfSet(FG_EXSYNCON, 1U), ElementsAreArray(route(cameraControl(0), 0, 0) + lines(1, 2, 5, 1) +
                                                                route(cameraControl(3), 0, 1) + route(output(0), 0, 0)));
+    board_.change(FG_FLASH_POLARITY, std::uint32_t{FG_HIGH});
+    board_.change(FG_CCSEL3, std::uint32_t{CC_NOT_STROBEPULSE});
+    EXPECT_THAT(writesOfSet(FG_FLASHON, 1U), ElementsAreArray(route(cameraControl(0), 0, 0) + lines(1, 2, 5, 1) +
+                                                              route(cameraControl(3), 1, 1) + route(output(1), 1, 0)));
     EXPECT_THAT(writesOfSet(FG_DIGIO_OUTPUT, 2U), ElementsAreArray(route(output(3), 5, 0) + route(output(7), 5, 1)));
     EXPECT_THAT(writesOfSet(FG_EXSYNCDELAY, 10230.0), ElementsAre(generators + "0_Delay_Delay=639375"));
     EXPECT_THAT(writesOfSet(FG_STROBEPULSEDELAY, 1.0), ElementsAre(generators + "1_Delay_Delay=63"));
