@@ -87,7 +87,7 @@ TEST_F(QelmTest, PicturesTellWhenTheyWereTaken) {
     EXPECT_NEAR(pictures[2]["triggerNanoseconds"].get<double>() - pictures[1]["triggerNanoseconds"].get<double>(),
                 125e6, 100);
     const Result text = run(with(threePictures, {"-o", "p.png"}));
-    EXPECT_THAT(text.output, testing::ContainsRegex("number 2, triggered at [0-9.]+ ms, complete at [0-9.]+ ms\n"));
+    EXPECT_THAT(text.output, testing::ContainsRegex("number 2, triggered at .+ ms, complete at .+ ms\n"));
     EXPECT_THAT(text.output, Not(HasSubstr("lost")));
 }
 

@@ -275,6 +275,7 @@ class CommandLine {
   public:
     CommandLine() {
         app_.footer(examples);
+        app_.allow_windows_style_options(false); // a name like /folder/file is one there, too
         app_.fallthrough();
         app_.allow_extras();
         app_.get_formatter()->label("SUBCOMMAND", "VERB");
