@@ -209,6 +209,7 @@ void LiveBoard::live() {
             commands_.pop_front();
             lock.unlock();
             (*command)(); // a packaged task: throws nothing
+            followTime();
             followFormat();
             lock.lock();
             *isDone = true;
@@ -354,6 +355,24 @@ void LiveBoard::takeFrames() {
         }
         news_();
     }
+}
+
+/** A command may have let the board's time pass by itself: what is still to come is so much later. */
+void LiveBoard::followTime() {
+    std::uint64_t now = 0;
+    if (control_.getTime(board_.virtualBoard(), &now) != 0 || now == time_) {
+        return;
+    }
+    const std::uint64_t passed = now - time_;
+    for (Edge& edge : edges_) {
+        edge.time += passed;
+    }
+    for (std::uint64_t& end : pulsesEnd_) {
+        end += end > time_ ? passed : 0;
+    }
+    const std::lock_guard guard(mutex_);
+    time_ = now;
+    clockIsStale_ = true;
 }
 
 /** Commands may have changed what pictures look like; the acquisition's are of one size. */

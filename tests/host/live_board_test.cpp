@@ -139,6 +139,32 @@ TEST_F(LiveBoardTest, CommandsRunOneAfterTheOtherOnOneThread) {
     }
 }
 
+TEST_F(LiveBoardTest, TimeGoesOnFromWhereACommandLeavesIt) {
+    LiveBoard live(board_);
+    live.setFactor(0.1);
+    const auto look = live.look();
+    const auto passBy = [&](Board& board) {
+        EXPECT_EQ(control().advance(board.virtualBoard(), 3'000 * millisecond), 0);
+    };
+    live.run(passBy);
+    const std::uint64_t after = live.pace().time;
+    EXPECT_GE(after, 3'000 * millisecond);
+    EXPECT_TRUE(comes([&] { return live.pace().time > after; })) << "it does not wait for the wall clock";
+    EXPECT_LT(live.pace().time, 13'000 * millisecond);
+    live.setPaused(true);
+    live.pulse(1, 1, 100 * millisecond, 200 * millisecond);
+    live.run(passBy);
+    live.step(200 * millisecond);
+    std::vector<std::uint64_t> edges;
+    for (const VirtualBoardSignalChange& change : live.signals(60'000 * millisecond).changes) {
+        if (change.signal == VIRTUAL_BOARD_SIGNAL_INPUT + 1) {
+            edges.push_back(change.nanoseconds);
+        }
+    }
+    ASSERT_EQ(edges.size(), 2U);
+    EXPECT_EQ(edges[1] - edges[0], 100 * millisecond) << "the pulse is as wide as it was asked for";
+}
+
 TEST_F(LiveBoardTest, TheNewestPictureIsThereAndFollowsTheFormat) {
     std::atomic<int> news = 0;
     LiveBoard live(board_, [&] { ++news; });

@@ -30,6 +30,9 @@ std::FILE* openFile(const std::filesystem::path& file, FileMode mode);
 /** The system's words for an error. */
 std::string systemMessage(const std::error_code& error);
 
+/** Has the user's browser show a file, without waiting for it. @return whether there is one to ask */
+bool openInBrowser(const std::filesystem::path& file);
+
 /** The environment variable that names the folder for temporary files. */
 extern const char* const temporaryFolderVariable;
 

@@ -46,6 +46,7 @@ constexpr const char* examples = R"(Examples:
   qelm grab -o picture.png               a picture from the virtual board's camera, through the applet's settings
   qelm calibrate -o calibrated.kcf       a shading correction from pictures of black and grey
   qelm run experiment.qelm               a script of steps: settings, pulses, pictures, expectations
+  qelm serve --open                      a board that lives, and a page in the browser to drive it
   qelm timing -o timing.svg --wait 500000   the trigger unit's signals as a timing diagram
 
 "qelm VERB --help" tells more. Every run starts the applet on a board of its own: on a virtual board nothing is left
@@ -240,6 +241,19 @@ Examples:
   qelm timing FG_AREATRIGGERMODE=ATM_EXTERNAL FG_TRIGGERQUEUE_MODE=FG_ON --pulses 4 --period 40000 --wait 500000 -o queue.svg
   qelm timing --wait 500000 --from 120000 --to 130000 -o detail.svg)";
 
+constexpr const char* serveExamples =
+    R"(Starts a board whose time follows the wall clock, and a page that shows and drives it; prints the page's address. The
+settings are made and the trigger unit started as in "grab". Whoever has the address can drive the board: it holds a
+secret. The server listens at the loopback address alone; from another computer "ssh -L" brings its port over.
+docs/console.md tells about the page and about its interface for programs.
+
+Examples:
+  qelm serve --open
+  qelm serve --port 8080 --load setup.kcf
+  qelm serve FG_FORMAT=FG_GRAY16 --camera match,sensor=typical --scene chart
+  ssh -L 8080:127.0.0.1:8080 lab         on another computer, for "qelm serve --port 8080" on the computer lab
+  qelm serve --listen 0.0.0.0 --allow-host lab.example)";
+
 constexpr const char* manExamples = R"(Examples:
   qelm man     the page, for "man -l -" to show)";
 
@@ -415,6 +429,20 @@ class CommandLine {
         addMoment(*verb, "--from", timing_.from, "Where the picture begins");
         addMoment(*verb, "--to", timing_.to, "Where it ends, if not behind the last change");
 
+        verb = addVerb("serve", "Keeps a virtual board alive and shows it in the browser", serveExamples,
+                       [this] { return tool::serve(common_, serve_); });
+        addSettings(*verb, serve_.settings);
+        addCamera(*verb, serve_.camera);
+        verb->add_option("--port", serve_.port, "TCP port (any that is free)")
+            ->check(CLI::Range(0, 65535))
+            ->type_name("N");
+        verb->add_flag("--open", serve_.open, "Opens the page in the browser");
+        verb->add_option("--listen", serve_.listen, "IP address to listen at (127.0.0.1)")->type_name("ADDRESS");
+        verb->add_option("--allow-host", serve_.allowedHosts,
+                         "Name or address that browsers call the server by; may be repeated")
+            ->allow_extra_args(false)
+            ->type_name("NAME");
+
         addVerb("man", "Writes the manual page", manExamples, [this] {
             std::cout << tool::manualPage(reference(), QELM_VERSION);
             return 0;
@@ -430,7 +458,7 @@ class CommandLine {
             ->type_name("");
 
         for (const char* name : {"list", "describe", "xml", "get", "set", "save", "shading", "trace", "events", "grab",
-                                 "calibrate", "run", "timing"}) {
+                                 "calibrate", "run", "timing", "serve"}) {
             addSetUp(*app_.get_subcommand(name));
         }
     }
@@ -635,6 +663,7 @@ class CommandLine {
     tool::CalibrateOptions calibrate_;
     tool::RunOptions run_;
     tool::TimingOptions timing_;
+    tool::ServeOptions serve_;
     std::string shell_;
     std::function<int()> verb_;
 };

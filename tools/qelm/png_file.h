@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace qelm::tool {
@@ -24,6 +26,12 @@ struct Bitmap {
     int width, height, samples;
     std::vector<std::uint8_t> pixels;
 };
+
+/* Grey pictures of 8 bits, rows without gaps, as the bytes of a file. */
+
+std::string encodePng(std::span<const std::uint8_t> pixels, int width, int height);
+/** With losses. */
+std::string encodeJpeg(std::span<const std::uint8_t> pixels, int width, int height);
 
 /** @throws FileError */
 void writePng(const std::filesystem::path& file, const Bitmap& bitmap);

@@ -110,6 +110,15 @@ struct RunOptions {
     CameraChoice camera;
 };
 
+struct ServeOptions {
+    std::string listen = "127.0.0.1";      ///< the address; others than the loopback's need allowedHosts
+    std::uint16_t port = 0;                ///< 0: any free one
+    std::vector<std::string> allowedHosts; ///< names that the server may be called by, beside the loopback's
+    bool open = false;                     ///< in the user's browser
+    std::vector<std::string> settings;     ///< "NAME=VALUE"
+    CameraChoice camera;
+};
+
 int info(const CommonOptions& options);
 int list(const CommonOptions& options, const ListOptions& listOptions);
 int describe(const CommonOptions& options, const std::string& name);
@@ -129,5 +138,6 @@ int timing(const CommonOptions& options, const TimingOptions& timingOptions);
 int calibrate(const CommonOptions& options, const CalibrateOptions& calibrateOptions);
 int run(const CommonOptions& options, const RunOptions& runOptions);
 int events(const CommonOptions& options, const EventsOptions& eventsOptions);
+int serve(const CommonOptions& options, const ServeOptions& serveOptions);
 
 } // namespace qelm::tool

@@ -2,8 +2,10 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -63,6 +65,32 @@ std::FILE* openFile(const std::filesystem::path& file, FileMode mode) {
                                                  : O_WRONLY | O_APPEND;
     const int descriptor = ::open(file.c_str(), flags | O_CLOEXEC, everybody);
     return descriptor < 0 ? nullptr : ::fdopen(descriptor, mode == FileMode::read ? "r" : "w");
+}
+
+bool openInBrowser(const std::filesystem::path& file) {
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_t actions;
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawn_file_actions_init(&actions);
+    sigset_t none; // an interruption is this program's affair, and none of the browser's signals are
+    sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setpgroup(&attributes, 0);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
+    }
+    std::string program = "xdg-open";
+    std::string name = file.string();
+    char* const words[] = {program.data(), name.data(), nullptr};
+    pid_t child = 0;
+    const bool started = ::posix_spawnp(&child, program.c_str(), &actions, &attributes, words, environ) == 0;
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::posix_spawnattr_destroy(&attributes);
+    if (started) {
+        std::thread([child] { ::waitpid(child, nullptr, 0); }).detach();
+    }
+    return started;
 }
 
 std::string systemMessage(const std::error_code& error) {

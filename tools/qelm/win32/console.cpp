@@ -71,6 +71,12 @@ std::FILE* openFile(const std::filesystem::path& file, FileMode mode) {
     return descriptor < 0 ? nullptr : ::_fdopen(descriptor, mode == FileMode::read ? "rb" : "wb");
 }
 
+bool openInBrowser(const std::filesystem::path& file) {
+    constexpr INT_PTR mostFailures = 32;
+    return reinterpret_cast<INT_PTR>(::ShellExecuteW(nullptr, L"open", file.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) >
+           mostFailures;
+}
+
 std::string systemMessage(const std::error_code& error) {
     std::string message = host::utf8Text(error.message());
     message.erase(message.find_last_not_of("\r\n .") + 1);

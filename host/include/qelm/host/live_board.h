@@ -74,7 +74,10 @@ class LiveBoard {
     LiveBoard(const LiveBoard&) = delete;
     LiveBoard& operator=(const LiveBoard&) = delete;
 
-    /** Runs `command(board)` on the board's thread, between two steps of its time. @return, @throws as the command */
+    /**
+     * Runs `command(board)` on the board's thread, between two steps of its time. A command may let time pass itself;
+     * the wall clock goes on from there. @return, @throws as the command
+     */
     template <class Command>
     std::invoke_result_t<Command, Board&> run(Command&& command) {
         using Result = std::invoke_result_t<Command, Board&>;
@@ -130,6 +133,7 @@ class LiveBoard {
     void advance(std::uint64_t nanoseconds);
     void driveInputs(std::uint64_t until);
     void takeFrames();
+    void followTime();
     void followFormat();
     void startAcquisition();
     void endAcquisition(const std::string& problem);

@@ -9,6 +9,10 @@
 #include <string_view>
 #include <variant>
 
+inline bool operator==(const LutEntry& left, const LutEntry& right) {
+    return left.value == right.value && left.index == right.index;
+}
+
 /** Parameter values as text, and access with errors that say what is allowed. */
 namespace qelm::host {
 
