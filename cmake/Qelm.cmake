@@ -13,6 +13,12 @@ set(CMAKE_BUILD_RPATH "$ORIGIN")
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
+# The same bytes whatever folder they are built in and whenever.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+if(WIN32)
+    add_link_options(LINKER:--no-insert-timestamp)
+endif()
+
 add_library(qelm_options INTERFACE)
 target_compile_options(qelm_options INTERFACE
     -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wundef $<$<BOOL:${QELM_WARNINGS_AS_ERRORS}>:-Werror>
