@@ -34,9 +34,10 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION}) # CPack's own guess leaves the fou
 set(CPACK_PACKAGE_VENDOR "Quellmark GmbH")
 set(CPACK_PACKAGE_CONTACT "Quellmark GmbH <maintainers@invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Acquisition applet with virtual board and tools")
-set(CPACK_PACKAGE_DESCRIPTION "The acquisition applet Zantor_Obvelline_Qx4_RK, the command-line tool qelm that drives it,
-and a virtual board that stands in for the hardware: parameters, pictures,
-triggers and shading correction without a frame grabber. With headers for C
+set(CPACK_PACKAGE_DESCRIPTION "The acquisition applet Zantor_Obvelline_Qx4_RK, the command-line
+tool qelm that drives it, and a virtual board that stands in for the
+hardware: parameters, pictures, triggers and shading correction without
+a frame grabber. With headers for C
 and C++, the host library and the Python package qelm.")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_STRIP_FILES ON)
@@ -49,6 +50,7 @@ else()
     set(CPACK_GENERATOR DEB TGZ)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
     set(CPACK_DEBIAN_PACKAGE_SECTION science)
+    set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/package/triggers)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
     set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= 3.11)")
