@@ -6,20 +6,19 @@ import os
 import warnings
 from collections.abc import Iterator, Mapping
 from contextlib import contextmanager
-from types import TracebackType
 from typing import Any
 
 from qelm import _qelm
 from qelm._errors import Error, SettingsWarning
 from qelm._lut import LookupTable
 from qelm._parameters import Parameters
-from qelm._records import Recording, Trace
+from qelm._records import Closing, Recording, Trace
 from qelm._shading import Shading
 
 _LINK_OPTIONS = frozenset({"geometry", "bits", "width", "height", "match"})
 
 
-class Board(_qelm.Board):
+class Board(_qelm.Board, Closing):
     """A virtual board with the applet running on it; a context manager that closes it.
 
     `board["FG_WIDTH"]` reads a parameter, `board["FG_WIDTH"] = 512` sets it; `board.params.FG_WIDTH` is the same.
@@ -49,14 +48,6 @@ class Board(_qelm.Board):
             camera = "match," + camera
         super().__init__(os.fspath(applet), camera, os.fspath(scene))
         self._parameters = Parameters(self)
-
-    def __enter__(self) -> Board:
-        return self
-
-    def __exit__(
-        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
-    ) -> None:
-        self.close()
 
     def __repr__(self) -> str:
         return f"<qelm.Board, {'open' if self.is_open else 'closed'}>"

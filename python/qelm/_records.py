@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Iterator
 from types import TracebackType
-from typing import Callable, Generic, TypeVar
+from typing import Callable, Generic, Self, TypeVar
 
 from qelm import _qelm
 
@@ -22,7 +22,25 @@ SIGNALS: tuple[str, ...] = (
 """The names of the signals, by their numbers."""
 
 
-class Recording(Generic[_Record]):
+class Closing:
+    """A context manager that closes at its end."""
+
+    __slots__ = ()
+
+    def __enter__(self) -> Self:
+        return self
+
+    def __exit__(
+        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
+    ) -> None:
+        self.close()
+
+    def close(self) -> None:
+        """Closes; doing so again does nothing."""
+        raise NotImplementedError
+
+
+class Recording(Closing, Generic[_Record]):
     """What has been recorded since it was started. Iterating yields what came since the iteration before.
 
     A context manager that stops the recording at its end.
@@ -41,20 +59,12 @@ class Recording(Generic[_Record]):
             self._position += 1
             yield record
 
-    def __enter__(self) -> Recording[_Record]:
-        return self
-
-    def __exit__(
-        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
-    ) -> None:
-        self.close()
-
     def close(self) -> None:
         """Stops recording and forgets what was recorded."""
         self._record(False)
 
 
-class Trace:
+class Trace(Closing):
     """The calls of the applet into the vendor libraries since the trace was started: `list(trace)`.
 
     There is one trace for all boards of the process; this shows the calls of its own board. A context manager that
@@ -75,14 +85,6 @@ class Trace:
     def writes(self) -> list[str]:
         """What changed the board, as "target=value"."""
         return [f"{call.target}={call.value}" for call in self if call.is_write]
-
-    def __enter__(self) -> Trace:
-        return self
-
-    def __exit__(
-        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
-    ) -> None:
-        self.close()
 
     def close(self) -> None:
         """Stops tracing."""
