@@ -29,6 +29,7 @@ TEST_F(QelmTest, Answers) {
         Words output;
     } cases[] = {
         {{"info"}, {"Zantor_Obvelline_Qx4_RK", "2.4.1.2", "2269798 bytes", "2628", "virtual"}},
+        {{"describe", "FG_FORMAT", "--applet", "other_applet"}, {"4711", "Scanner", "FG_COL24 = 2"}}, // not ours
         {{"list", "roi"}, {"100  FG_WIDTH    1024 pixel          16 to 1024 pixel in steps of 16\n", "FG_YOFFSET"}},
         {{"list", "Output Format"}, {"FG_PIXELDEPTH", "read-only", "FG_LEFT_ALIGNED (1) or FG_RIGHT_ALIGNED (0)"}},
         {{"list", "Statistics"},

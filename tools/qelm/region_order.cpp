@@ -129,11 +129,22 @@ class Arrangement {
     std::vector<size_t> places_;
 };
 
+/** Whether the applet has these parameters; another one may have a region of another kind, or none. */
+bool isKnown(const Session& session, const Direction& direction) {
+    return std::ranges::all_of(std::array{direction.camera, direction.size, direction.offset}, [&](std::int32_t id) {
+        const auto parameter = std::ranges::find(session.parameters(), id, &host::Parameter::id);
+        const auto own = std::ranges::find(host::fixedParameters(), id, &host::Parameter::id);
+        return parameter != session.parameters().end() && parameter->name == own->name;
+    });
+}
+
 } // namespace
 
 std::vector<Step> arrangeRegion(const Session& session, std::vector<Step> steps) {
     for (const Direction& direction : directions) {
-        Arrangement(session, steps, direction).arrange();
+        if (isKnown(session, direction)) {
+            Arrangement(session, steps, direction).arrange();
+        }
     }
     return steps;
 }
