@@ -18,8 +18,8 @@ host::Frame noise(std::int32_t side) {
     std::minstd_rand random(1);
     for (std::size_t i = 0; i < format.bytes(); i += 2) {
         const auto value = static_cast<std::uint16_t>(random() % 4096);
-        bytes[i] = static_cast<std::byte>(value & 255U);
-        bytes[i + 1] = static_cast<std::byte>(value >> 8U);
+        bytes.get()[i] = static_cast<std::byte>(value & 255U);
+        bytes.get()[i + 1] = static_cast<std::byte>(value >> 8U);
     }
     return host::Frame({.format = format}, bytes);
 }
