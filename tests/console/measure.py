@@ -80,8 +80,8 @@ def main():
                   f"pictures/s, {len(latencies) / 15:.1f} drawn")
             print(f"picture ready to drawn: {percentiles(latencies)}")
             browser.set_script_timeout(10)
-            print("set to tree: " + percentiles([browser.execute_async_script(SET_AND_SEE, offset, server.token)
-                                                 for offset in range(1, 41)]))
+            print("set to tree: " + percentiles([browser.execute_async_script(SET_AND_SEE, step / 100, server.token)
+                                                 for step in range(1, 41)]))
             page = pathlib.Path(__file__).parents[2] / "tools/qelm/serve/page"
             print(f"page: {sum(file.stat().st_size for file in page.iterdir()) / 1024:.0f} KiB")
             if arguments.minutes:
