@@ -192,8 +192,6 @@ std::vector<LiveEvent> LiveBoard::events(std::uint64_t& first) const {
     return {events_.begin() + static_cast<std::ptrdiff_t>(start - firstEvent_), events_.end()};
 }
 
-// -- The board's thread
-
 void LiveBoard::live() {
     std::unique_lock lock(mutex_);
     while (!stop_) {

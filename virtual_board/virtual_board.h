@@ -72,7 +72,7 @@ VIRTUAL_BOARD_API int32_t virtualBoardDisconnectCamera(VirtualBoard* board);
 /** What the options of a camera are: lines of text. */
 VIRTUAL_BOARD_API const char* virtualBoardCameraHelp(void);
 
-/* -- Pictures. The runtime's acquisition functions take memory that was allocated here -----------------------------
+/* Pictures. The runtime's acquisition functions take memory that was allocated here.
 
    Fg_AcquireEx: dmaIndex 0; pictureCount -1 for no end; flag VIRTUAL_BOARD_ACQUIRE_STANDARD. Pictures count from 1 and
    take the memory's places in turn; what exceeds its place is cut off. Fg_getLastPicNumberBlockingEx lets virtual time
@@ -118,8 +118,8 @@ enum VirtualBoardStatus {
     VIRTUAL_BOARD_STATUS_PICTURES_LOST = 3      /**< likewise */
 };
 
-/* -- The trigger unit in virtual time. Nothing moves by itself: time passes with virtualBoardAdvance, and while
-      Fg_getLastPicNumberBlockingEx waits -------------------------------------------------------------------------- */
+/* The trigger unit in virtual time. Nothing moves by itself: time passes with virtualBoardAdvance, and while
+   Fg_getLastPicNumberBlockingEx waits. */
 
 /** Drives a trigger input pin, 0 to 7; the debounce decides when the design sees the level. */
 VIRTUAL_BOARD_API int32_t virtualBoardSetInput(VirtualBoard* board, uint32_t pin, int32_t level);

@@ -8,7 +8,7 @@ namespace qelm::host {
 
 /** The folder of the running program. */
 std::filesystem::path executableFolder();
-/** The file name of a shared library of the maker's or the virtual board's: "libnuvrod.so", "nuvrod.dll". */
+/** The file name of a shared library of the vendor's or the virtual board's: "libnuvrod.so", "nuvrod.dll". */
 std::string libraryFileName(const std::string& baseName);
 /** The file name of an applet, which carries no prefix: "Zantor_Obvelline_Qx4_RK.so" or ".dll". */
 std::string appletFileName(const std::string& baseName);

@@ -6,7 +6,7 @@
 #include <string_view>
 
 /**
- * Text at the boundary. Everything here and above is UTF-8. What applets, the maker's libraries and the virtual board
+ * Text at the boundary. Everything here and above is UTF-8. What applets, the vendor libraries and the virtual board
  * take and give as char is in the system's encoding: the active code page on Windows, UTF-8 elsewhere.
  */
 namespace qelm::host {
