@@ -3,6 +3,7 @@
 #include "frames.h"
 
 #include "qelm/host/camera.h"
+#include "qelm/host/lookup_table.h"
 #include "qelm/host/text.h"
 
 #include <algorithm>
@@ -12,9 +13,6 @@ namespace py = pybind11;
 
 namespace qelm::python {
 namespace {
-
-constexpr std::uint32_t tableSize = 4096;
-constexpr std::uint32_t largestTableValue = 4095;
 
 /** Where the package and the libraries stand, built or installed. */
 std::filesystem::path libraryFolder() {
@@ -263,21 +261,11 @@ void Board::set(std::string_view name, const py::object& value) {
 }
 
 std::vector<std::uint32_t> Board::lookupTable() const {
-    return use([](const host::Board& board) {
-        std::vector<std::uint32_t> table;
-        for (std::uint32_t i = 0; i < tableSize; ++i) {
-            LutEntry entry{0, i};
-            if (const std::int32_t code = board.get(FG_LUT_VALUE, entry); code < 0) {
-                throw host::AppletError(code, "reading the lookup table was refused");
-            }
-            table.push_back(entry.value);
-        }
-        return table;
-    });
+    return use([](const host::Board& board) { return host::readLookupTable(board); });
 }
 
 void Board::setLookupTable(std::uint32_t first, const std::vector<std::uint32_t>& values) {
-    if (std::ranges::any_of(values, [](std::uint32_t value) { return value > largestTableValue; })) {
+    if (std::ranges::any_of(values, [](std::uint32_t value) { return value > host::largestLookupValue; })) {
         Refusal refusal("an entry of the lookup table is 0 to 4095");
         refusal.code = FG_ERROR_OUT_OF_RANGE;
         refusal.parameter = "FG_LUT_VALUE";

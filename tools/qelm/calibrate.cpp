@@ -11,7 +11,7 @@
 #include "progress.h"
 #include "save_configuration.h"
 #include "set_up.h"
-#include "tiff_file.h"
+#include "shading_correction.h"
 #include "triggers.h"
 
 #include <algorithm>
@@ -206,25 +206,11 @@ class Calibration {
         return file;
     }
     void writeReference(const fs::path& file, const Reference& reference, const Average& average) {
-        const host::FrameFormat format{average.width(), average.height(), reference.bits,
-                                       reference.bits == 8 ? 255U : 65535U};
-        host::FramePool memory(format.bytes(), 0);
-        const std::shared_ptr<std::byte[]> bytes = memory.take();
-        std::transform(reference.data.begin(), reference.data.end(), bytes.get(),
-                       [](std::uint8_t value) { return std::byte{value}; });
         const Json description{{"averagedFrames", average.frames()}, {"settings", settingsJson(session_)}};
-        TiffFile tiff(file);
-        tiff.add(host::Frame({.format = format, .number = 1}, bytes),
-                 description.dump(-1, ' ', true, Json::error_handler_t::replace));
-        tiff.commit();
+        tool::writeReference(file, reference, average, description.dump(-1, ' ', true, Json::error_handler_t::replace));
     }
 
-    void switchCorrection(bool on) {
-        const std::string value = on ? "=FG_ON" : "=FG_OFF";
-        session_.change("FG_SHADING_OFFSET_ENABLE" + value);
-        session_.change("FG_SHADING_GAIN_ENABLE" + value);
-        session_.change("FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE" + (marked_ > 0 ? value : "=FG_OFF"));
-    }
+    void switchCorrection(bool on) { tool::switchCorrection(session_, on, marked_ > 0); }
 
     void compute() {
         session_.useFile("FG_SHADING_BLACK_FILENAME", blackFile_);

@@ -1,10 +1,10 @@
-#include "lookup_table.h"
 #include "output.h"
 #include "output_file.h"
 #include "png_file.h"
 #include "set_up.h"
 #include "temporary_folder.h"
 
+#include "qelm/host/lookup_table.h"
 #include "qelm/host/text.h"
 
 #include <algorithm>
@@ -38,11 +38,12 @@ Bitmap plot(const std::vector<std::uint32_t>& table) {
         }
     }
     const auto row = [](std::uint32_t entry) {
-        return side - 1 - static_cast<int>(std::min(entry, largestLookupValue) * (side - 1) / largestLookupValue);
+        return side - 1 -
+               static_cast<int>(std::min(entry, host::largestLookupValue) * (side - 1) / host::largestLookupValue);
     };
     int previous = row(table.front());
     for (std::uint32_t i = 0; i < table.size(); ++i) {
-        const int x = static_cast<int>(i * (side - 1) / largestLookupValue);
+        const int x = static_cast<int>(i * (side - 1) / host::largestLookupValue);
         const int y = row(table[i]);
         for (int step = std::min(previous, y); step <= std::max(previous, y); ++step) { // steep parts stay a line
             *bitmap.at(x, step) = ink;
@@ -65,7 +66,7 @@ int lut(const CommonOptions& options, const LutOptions& lutOptions) {
         session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
     }
     makeSettings(session, lutOptions.settings);
-    const std::vector<std::uint32_t> table = readLookupTable(session.board());
+    const std::vector<std::uint32_t> table = host::readLookupTable(session.board());
     if (!lutOptions.save.empty()) {
         const std::filesystem::path copy = temporaryFolder().path() / "saved.lut";
         session.useFile("FG_LUT_SAVE_FILE", copy);

@@ -1,6 +1,6 @@
 #include "picture_settings.h"
 
-#include "lookup_table.h"
+#include "qelm/host/lookup_table.h"
 
 namespace qelm::tool {
 namespace {
@@ -24,7 +24,7 @@ constexpr const char* plain[] = {"FG_LUT_TYPE=LUT_TYPE_PROCESSING",
 
 } // namespace
 
-PictureSettings::PictureSettings(Session& session) : session_(session), table_(readLookupTable(session.board())) {
+PictureSettings::PictureSettings(Session& session) : session_(session), table_(host::readLookupTable(session.board())) {
     for (const char* name : names) {
         const host::Reference reference = host::parseReference(session.parameters(), name);
         before_.push_back({reference, host::readValue(session.board(), reference)});
@@ -44,7 +44,7 @@ void PictureSettings::restore() {
     for (const host::Assignment& assignment : before_) {
         host::writeValue(session_.board(), assignment);
     }
-    const std::vector<std::uint32_t> table = readLookupTable(session_.board());
+    const std::vector<std::uint32_t> table = host::readLookupTable(session_.board());
     for (std::uint32_t i = 0; i < table.size(); ++i) {
         if (table[i] != table_[i]) { // entries that were set one by one
             session_.board().change(FG_LUT_VALUE, LutEntry{table_[i], i});

@@ -2,8 +2,9 @@
 
 #include "serve/api.h"
 
-#include "lookup_table.h"
 #include "output_file.h"
+
+#include "qelm/host/lookup_table.h"
 
 #include <filesystem>
 
@@ -11,12 +12,12 @@ namespace qelm::server {
 
 Answer getLut(ServedBoard& served, const Call& /*call*/) {
     return {jsonResponse(served.live().run([](host::Board& board) {
-        return Json{{"values", tool::readLookupTable(board)}, {"type", board.get<std::uint32_t>(FG_LUT_TYPE)}};
+        return Json{{"values", host::readLookupTable(board)}, {"type", board.get<std::uint32_t>(FG_LUT_TYPE)}};
     }))};
 }
 
 Answer postLut(ServedBoard& served, const Call& call) {
-    constexpr std::int64_t tableSize = tool::lookupTableSize;
+    constexpr std::int64_t tableSize = host::lookupTableSize;
     const auto first = call.integer("first", 0, tableSize - 1, 0);
     const auto list = call.json.find("values");
     if (list == call.json.end() || !list->is_array() || static_cast<std::int64_t>(list->size()) > tableSize - first) {
@@ -25,7 +26,7 @@ Answer postLut(ServedBoard& served, const Call& call) {
     std::vector<LutEntry> entries;
     for (const Json& value : *list) {
         if (!value.is_number_integer() || value.get<std::int64_t>() < 0 ||
-            value.get<std::int64_t>() > tool::largestLookupValue) {
+            value.get<std::int64_t>() > host::largestLookupValue) {
             throw ApiError(400, "The values of a lookup table are whole numbers from 0 to 4095.");
         }
         entries.push_back({value.get<std::uint32_t>(),

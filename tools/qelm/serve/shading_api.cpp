@@ -8,7 +8,7 @@
 #include "output_file.h"
 #include "picture_settings.h"
 #include "png_file.h"
-#include "tiff_file.h"
+#include "shading_correction.h"
 #include "triggers.h"
 
 #include "qelm/host/acquisition.h"
@@ -24,16 +24,6 @@ constexpr std::int64_t mostFrames = 100;
 constexpr double patience = 10; // seconds of the board for a picture
 // Takes begin so many frames of the camera apart, so that none shares its noise with another one.
 constexpr std::uint64_t takeLength = 1000;
-
-constexpr const char* switches[] = {"FG_SHADING_OFFSET_ENABLE", "FG_SHADING_GAIN_ENABLE",
-                                    "FG_SHADING_DEAD_PIXEL_INTERPOLATION_ENABLE"};
-
-void switchCorrection(tool::Session& session, bool on, bool deadPixels) {
-    for (const char* name : switches) {
-        const bool value = on && (name != switches[2] || deadPixels);
-        session.change(std::string(name) + (value ? "=FG_ON" : "=FG_OFF"));
-    }
-}
 
 /**
  * The mean of the next pictures of an even scene, as the camera's pixels come. On the board's thread; the live
@@ -80,7 +70,7 @@ Answer takeReference(ServedBoard& served, const Call& call, const char* scene,
     const auto frames = static_cast<std::uint32_t>(call.integer("frames", 1, mostFrames, usualFrames));
     Json json;
     served.change(std::string("take ") + scene, [&](host::Board&) {
-        switchCorrection(served.session(), false, false);
+        tool::switchCorrection(served.session(), false, false);
         tool::Average average = take(served, scene, frames);
         double minimum = average.at(0), maximum = average.at(0);
         std::size_t white = 0;
@@ -108,14 +98,8 @@ std::filesystem::path writeReference(ServedBoard& served, const tool::Average& a
     constexpr int bits = 16;
     const std::vector<std::uint8_t> none(average.pixels()); // the applet finds the defective ones by its threshold
     const tool::Reference reference = tool::makeReference(average, bits, none, 0);
-    const host::FrameFormat format{average.width(), average.height(), bits, 65535};
-    host::FramePool memory(format.bytes(), 0);
-    const std::shared_ptr<std::byte[]> bytes = memory.take();
-    std::ranges::transform(reference.data, bytes.get(), [](std::uint8_t value) { return std::byte{value}; });
     const std::filesystem::path file = served.newFile(".tif"); // stays: configurations name it
-    tool::TiffFile tiff(file);
-    tiff.add(host::Frame({.format = format, .number = 1}, bytes), "");
-    tiff.commit();
+    tool::writeReference(file, reference, average, "");
     return file;
 }
 
@@ -162,9 +146,9 @@ Answer postCompute(ServedBoard& served, const Call& call) {
         use("FG_SHADING_BLACK_FILENAME", references.black);
         use("FG_SHADING_GRAY_FILENAME", references.gray);
         const std::uint32_t frames = (references.gray ? *references.gray : *references.black).frames();
-        switchCorrection(session, false, false);
+        tool::switchCorrection(session, false, false);
         const tool::Average before = take(served, "gray", frames);
-        switchCorrection(session, true, deadPixels);
+        tool::switchCorrection(session, true, deadPixels);
         session.change("FG_SHADING_APPLY_SETTINGS=FG_APPLY");
         const tool::Average after = take(served, "gray", frames);
         const long long defects = tool::CoefficientPlane(session, tool::CoefficientPlane::Kind::offsets).defects();
@@ -187,7 +171,7 @@ Answer postCompute(ServedBoard& served, const Call& call) {
 
 Answer postShadingOff(ServedBoard& served, const Call& /*call*/) {
     return {jsonResponse(changeJson(
-        served.change("shading off", [&](host::Board&) { switchCorrection(served.session(), false, false); })))};
+        served.change("shading off", [&](host::Board&) { tool::switchCorrection(served.session(), false, false); })))};
 }
 
 Answer getShadingMap(ServedBoard& served, const Call& call) {

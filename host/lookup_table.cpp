@@ -1,6 +1,6 @@
-#include "lookup_table.h"
+#include "qelm/host/lookup_table.h"
 
-namespace qelm::tool {
+namespace qelm::host {
 
 std::vector<std::uint32_t> readLookupTable(const host::Board& board) {
     std::vector<std::uint32_t> table;
@@ -15,4 +15,4 @@ std::vector<std::uint32_t> readLookupTable(const host::Board& board) {
     return table;
 }
 
-} // namespace qelm::tool
+} // namespace qelm::host
