@@ -334,15 +334,28 @@ void Board::recordEvents(bool record) {
     require(control().recordEvents, "recording events failed", record ? 1 : 0);
 }
 
+template <class Record, class Count, class At, class Keep>
+void Board::readRecorded(std::size_t position, Count count, At at, Keep&& keep) const {
+    use([&](const host::Board& board) { // which the names of events belong to
+        const auto check = [](std::int32_t code) {
+            if (code != 0) {
+                throw host::AppletError(code, "reading what was recorded failed");
+            }
+        };
+        std::size_t end = 0;
+        for (check(count(board.virtualBoard(), &end)); position < end; ++position) {
+            Record record{};
+            check(at(board.virtualBoard(), position, &record));
+            keep(record);
+        }
+    });
+}
+
 std::vector<Board::Event> Board::eventsFrom(std::size_t position) const {
     std::vector<Event> events;
-    std::size_t count = 0;
-    require(control().eventCount, "reading events failed", &count);
-    for (; position < count; ++position) {
-        VirtualBoardEvent event{};
-        require(control().eventAt, "reading events failed", position, &event);
+    readRecorded<VirtualBoardEvent>(position, control().eventCount, control().eventAt, [&](const auto& event) {
         events.push_back({event.name, event.mask, event.nanoseconds});
-    }
+    });
     return events;
 }
 
@@ -350,15 +363,10 @@ void Board::recordSignals(bool record) {
     require(control().recordSignals, "recording signals failed", record ? 1 : 0);
 }
 
-std::vector<Board::SignalChange> Board::signalsFrom(std::size_t position) const {
-    std::vector<SignalChange> changes;
-    std::size_t count = 0;
-    require(control().signalChangeCount, "reading signals failed", &count);
-    for (; position < count; ++position) {
-        VirtualBoardSignalChange change{};
-        require(control().signalChangeAt, "reading signals failed", position, &change);
-        changes.push_back({change.signal, change.value, change.nanoseconds});
-    }
+std::vector<VirtualBoardSignalChange> Board::signalsFrom(std::size_t position) const {
+    std::vector<VirtualBoardSignalChange> changes;
+    readRecorded<VirtualBoardSignalChange>(position, control().signalChangeCount, control().signalChangeAt,
+                                           [&](const auto& change) { changes.push_back(change); });
     return changes;
 }
 

@@ -65,18 +65,14 @@ class Board {
     void setInput(std::uint32_t pin, bool level);
 
     struct Event {
-        std::string name;
+        std::string name; // a copy: it may outlive the board
         std::uint64_t mask, timestamp;
     };
     void recordEvents(bool record);
     std::vector<Event> eventsFrom(std::size_t position) const;
 
-    struct SignalChange {
-        std::uint32_t signal, value;
-        std::uint64_t timestamp;
-    };
     void recordSignals(bool record);
-    std::vector<SignalChange> signalsFrom(std::size_t position) const;
+    std::vector<VirtualBoardSignalChange> signalsFrom(std::size_t position) const;
 
     void startTrace();
     void stopTrace();
@@ -130,6 +126,8 @@ class Board {
     std::string connectCamera(const host::Board& board);
     const host::VirtualBoardFunctions& control() const { return *applet_.virtualBoard(); }
     /** Calls a control of the virtual board. */
+    template <class Record, class Count, class At, class Keep>
+    void readRecorded(std::size_t position, Count count, At at, Keep&& keep) const;
     template <class Function, class... Arguments>
     void require(Function function, const char* attempt, Arguments... arguments) const;
 

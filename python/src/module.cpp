@@ -104,10 +104,10 @@ void defineRecords(py::module_& module) {
             return "Event(" + event.name + " at " + std::to_string(event.timestamp) + " ns)";
         });
 
-    py::class_<Board::SignalChange>(module, "SignalChange", "A signal of the trigger unit took another value.")
-        .def_readonly("signal", &Board::SignalChange::signal, "The signal's number: see qelm.SIGNALS.")
-        .def_readonly("value", &Board::SignalChange::value, "From now on: a level of 0 or 1, or a queue's length.")
-        .def_readonly("timestamp", &Board::SignalChange::timestamp, "When, in nanoseconds of the board's time.");
+    py::class_<VirtualBoardSignalChange>(module, "SignalChange", "A signal of the trigger unit took another value.")
+        .def_readonly("signal", &VirtualBoardSignalChange::signal, "The signal's number: see qelm.SIGNALS.")
+        .def_readonly("value", &VirtualBoardSignalChange::value, "From now on: a level of 0 or 1, or a queue's length.")
+        .def_readonly("timestamp", &VirtualBoardSignalChange::nanoseconds, "When, in nanoseconds of the board's time.");
 
     py::class_<host::TracedCall>(module, "Call", "A call of the applet into the vendor libraries.")
         .def_readonly("call", &host::TracedCall::call, "The library's function.")

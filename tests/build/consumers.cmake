@@ -1,11 +1,7 @@
 # Programs in C and C++ are built against the installed tree, by its CMake package and by pkg-config, and run.
 cmake_minimum_required(VERSION 3.25)
 
-file(REMOVE_RECURSE ${WORK_DIR})
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/as_installed
-    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-file(RENAME ${WORK_DIR}/as_installed ${WORK_DIR}/moved)
-set(root ${WORK_DIR}/moved)
+include(${CMAKE_CURRENT_LIST_DIR}/installed_tree.cmake)
 file(GLOB applet ${root}/*/Zantor_Obvelline_Qx4_RK${LIBRARY_SUFFIX})
 
 # expect(<output> <program> [<argument>...])

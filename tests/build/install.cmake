@@ -1,12 +1,7 @@
 # The installed tree works from any folder, and its headers suit C, each on its own, and C++.
 cmake_minimum_required(VERSION 3.25)
 
-file(REMOVE_RECURSE ${WORK_DIR})
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/as_installed
-    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-# Whatever still points to the place of installation fails now.
-file(RENAME ${WORK_DIR}/as_installed ${WORK_DIR}/moved)
-set(root ${WORK_DIR}/moved)
+include(${CMAKE_CURRENT_LIST_DIR}/installed_tree.cmake)
 file(MAKE_DIRECTORY ${WORK_DIR}/elsewhere)
 
 execute_process(COMMAND ${EMULATOR} ${root}/${BIN}/qelm${EXECUTABLE_SUFFIX} info
