@@ -24,7 +24,9 @@ ServedBoard::ServedBoard(tool::Session&& session, const tool::CameraChoice& came
     , live_(session_.board(), [this] { feed_.notify(); })
     , camera_(camera) {
     live_.run([&](host::Board& board) {
-        known_ = readAll(board);
+        for (const host::Parameter& parameter : session_.parameters()) {
+            known_.push_back(readNow(parameter));
+        }
         connected_ = host::matchCamera(board, camera.options).options;
     });
     for (const Known& known : known_) {
@@ -37,19 +39,9 @@ std::filesystem::path ServedBoard::newFile(const std::string& ending) {
     return tool::temporaryFolder().path() / ("file-" + std::to_string(++files_) + ending);
 }
 
-std::vector<ServedBoard::Known> ServedBoard::readAll(const host::Board& board) {
-    std::vector<Known> all;
-    for (host::Parameter& parameter : host::registeredParameters(board)) {
-        std::optional<host::Value> value;
-        if (parameter.kind != host::ParameterKind::lutEntry) {
-            try {
-                value = host::readValue(board, {&parameter});
-            } catch (const host::AppletError&) { // it has no value now
-            }
-        }
-        all.push_back({std::move(parameter), std::move(value)});
-    }
-    return all;
+ServedBoard::Known ServedBoard::readNow(const host::Parameter& parameter) const {
+    const host::Parameter now = host::withCurrentLimits(session_.board(), parameter);
+    return {now, session_.readWhole(now)};
 }
 
 Json ServedBoard::json(const Known& known) const {
@@ -82,15 +74,15 @@ const ServedBoard::Known& ServedBoard::find(const std::string& name) const {
 }
 
 Json ServedBoard::parameter(const std::string& name) {
-    return live_.run([&](host::Board& board) {
-        publishChanges(board);
+    return live_.run([&](host::Board&) {
+        publishChanges();
         return json(find(name));
     });
 }
 
 Json ServedBoard::parameters() {
-    return live_.run([&](host::Board& board) {
-        publishChanges(board);
+    return live_.run([&](host::Board&) {
+        publishChanges();
         Json list = Json::array();
         for (const Known& known : known_) {
             list.push_back(json(known));
@@ -99,15 +91,14 @@ Json ServedBoard::parameters() {
     });
 }
 
-Json ServedBoard::takeChanges(const host::Board& board) {
-    std::vector<Known> now = readAll(board);
+Json ServedBoard::takeChanges() {
     Json changed = Json::array();
-    for (std::size_t i = 0; i < now.size(); ++i) {
-        if (i >= known_.size() || !(now[i] == known_[i])) {
-            changed.push_back(json(now[i]));
+    for (Known& known : known_) {
+        if (Known now = readNow(known.parameter); !(now == known)) {
+            known = std::move(now);
+            changed.push_back(json(known));
         }
     }
-    known_ = std::move(now);
     return changed;
 }
 
@@ -119,7 +110,7 @@ ServedBoard::Change ServedBoard::change(const std::string& origin, const std::fu
             change.writes = board.writes();
             control().traceStop();
             followSettings();
-            change.changed = takeChanges(board);
+            change.changed = takeChanges();
             if (!change.changed.empty() || !change.writes.empty()) {
                 feed_.add(RecordType::parameters, {{"revision", ++revision_},
                                                    {"origin", origin},
@@ -221,11 +212,11 @@ ServedBoard::Change ServedBoard::reset(const std::vector<std::string>& names) {
 }
 
 void ServedBoard::refresh() {
-    live_.run([&](host::Board& board) { publishChanges(board); });
+    live_.run([&](host::Board&) { publishChanges(); });
 }
 
-void ServedBoard::publishChanges(const host::Board& board) {
-    if (Json changed = takeChanges(board); !changed.empty()) {
+void ServedBoard::publishChanges() {
+    if (Json changed = takeChanges(); !changed.empty()) {
         feed_.add(RecordType::parameters,
                   {{"revision", revision_.load()}, {"origin", ""}, {"changed", changed}, {"writes", Json::array()}});
     }

@@ -115,14 +115,15 @@ class ServedBoard {
         bool operator==(const Known& other) const;
     };
 
-    static std::vector<Known> readAll(const host::Board& board);
+    /** On the board's thread. */
+    Known readNow(const host::Parameter& parameter) const;
     Json json(const Known& known) const;
     /** Of known_. @throws ApiError 404 with the nearest name */
     const Known& find(const std::string& name) const;
     /** On the board's thread: compares with what was known, keeps what is now. */
-    Json takeChanges(const host::Board& board);
+    Json takeChanges();
     /** Likewise, and tells the pages. */
-    void publishChanges(const host::Board& board);
+    void publishChanges();
     host::Value valueOf(const host::Parameter& parameter, const Json& json) const;
     /** On the board's thread. @param options matched already @throws ApiError */
     void connect(const std::string& options, const std::string& scene);

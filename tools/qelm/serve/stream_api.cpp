@@ -53,7 +53,8 @@ class PageStream {
             return;
         }
         std::uint64_t seen = 0;
-        while (!served_.ending() && sendFrame() && sendFeed() && sendEvents() && sendStatistics()) {
+        // What is small goes first: it need not wait for a picture's being taken.
+        while (!served_.ending() && sendFeed() && sendEvents() && sendFrame() && sendStatistics()) {
             const auto rest = std::chrono::ceil<std::chrono::milliseconds>(nextStatistics_ - Clock::now());
             served_.feed().wait(seen, std::max(rest, 1ms));
         }

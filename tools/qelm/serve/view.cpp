@@ -35,33 +35,35 @@ void takeNearest(const host::Frame& frame, const View& view, std::uint16_t* out)
     }
 }
 
+// Rows are taken together first, two at a time in loops that the compiler vectorises, then their columns.
+
+/** Calls `fold` with pointers to the view's rows from `first` to before `last`: with two, or with one. */
 template <class Pixel>
-void addRow(std::uint32_t* __restrict sums, const Pixel* __restrict pixels, std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x) {
-        sums[x] += pixels[x];
+void foldRows(const host::Frame& frame, const View& view, std::int32_t first, std::int32_t last, const auto& fold) {
+    const auto pixels = [&](std::int32_t y) { return row<Pixel>(frame, view.y + y) + view.x; };
+    std::int32_t y = first;
+    for (; y + 1 < last; y += 2) {
+        fold(pixels(y), pixels(y + 1));
+    }
+    if (y < last) {
+        fold(pixels(y));
     }
 }
-
-template <class Pixel>
-void raiseRow(Pixel* __restrict largest, const Pixel* __restrict pixels, std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x) {
-        largest[x] = std::max(largest[x], pixels[x]);
-    }
-}
-
-// Rows are added up first, in loops that the compiler vectorises, then their columns.
 
 template <class Pixel>
 void takeMean(const host::Frame& frame, const View& view, std::uint16_t* out) {
     const auto width = static_cast<std::size_t>(view.width);
     std::vector<std::uint32_t> sums(width);
+    const auto add = [to = sums.data(), width](const auto* __restrict... rows) {
+        for (std::size_t x = 0; x < width; ++x) {
+            to[x] += (std::uint32_t{rows[x]} + ...);
+        }
+    };
     for (std::int32_t y = 0; y < view.outHeight; ++y) {
         const std::int32_t first = firstOf(y, view.height, view.outHeight);
         const std::int32_t last = firstOf(y + 1, view.height, view.outHeight);
         std::ranges::fill(sums, 0U);
-        for (std::int32_t line = first; line < last; ++line) {
-            addRow(sums.data(), row<Pixel>(frame, view.y + line) + view.x, width);
-        }
+        foldRows<Pixel>(frame, view, first, last, add);
         for (std::int32_t x = 0; x < view.outWidth; ++x) {
             const std::int32_t left = firstOf(x, view.width, view.outWidth);
             const std::int32_t right = firstOf(x + 1, view.width, view.outWidth);
@@ -79,12 +81,15 @@ template <class Pixel>
 void takeMaximum(const host::Frame& frame, const View& view, std::uint16_t* out) {
     const auto width = static_cast<std::size_t>(view.width);
     std::vector<Pixel> largest(width);
+    const auto raise = [to = largest.data(), width](const auto* __restrict... rows) {
+        for (std::size_t x = 0; x < width; ++x) {
+            ((to[x] = std::max(to[x], rows[x])), ...);
+        }
+    };
     for (std::int32_t y = 0; y < view.outHeight; ++y) {
         std::ranges::fill(largest, Pixel{0});
-        const std::int32_t last = firstOf(y + 1, view.height, view.outHeight);
-        for (std::int32_t line = firstOf(y, view.height, view.outHeight); line < last; ++line) {
-            raiseRow(largest.data(), row<Pixel>(frame, view.y + line) + view.x, width);
-        }
+        foldRows<Pixel>(frame, view, firstOf(y, view.height, view.outHeight),
+                        firstOf(y + 1, view.height, view.outHeight), raise);
         for (std::int32_t x = 0; x < view.outWidth; ++x) {
             *out++ = *std::max_element(largest.begin() + firstOf(x, view.width, view.outWidth),
                                        largest.begin() + firstOf(x + 1, view.width, view.outWidth));
