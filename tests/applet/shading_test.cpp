@@ -172,6 +172,13 @@ TEST_F(Shading, BlackAloneMakesOffsets) {
     EXPECT_EQ(offset(1, 0), 65280);
     EXPECT_EQ(others(0, 0), 2);
     expectTidy();
+
+    // A load ends with computing from the files that it names.
+    const std::string configuration = folder_.file("setup.kcf");
+    ASSERT_EQ(board_.applet()->Fg_saveConfig(board_, configuration.c_str()), 0);
+    writeTiff(folder_.file("black.tif"), {2, 1, 8, {100, 3}});
+    EXPECT_EQ(board_.applet()->Fg_loadConfig(board_, configuration.c_str()), 0);
+    EXPECT_EQ(offset(1, 0), 768);
 }
 
 TEST_F(Shading, TemporaryFilesAreNumberedByTheSystemsMilliseconds) {

@@ -199,7 +199,7 @@ def test_views_are_reduced_on_the_server(server, reduction):
         try:
             time.sleep(0.1)
             raw = server.get("/api/snapshot?format=raw")
-            server.post(f"/api/view/{stream.number}", {"x": 64, "y": 32, "width": 128, "height": 64, "outWidth": 32,
+            server.post(f"/api/view/{stream.number}", {"x": 64, "y": 32, "width": 128, "height": 80, "outWidth": 32,
                                                       "outHeight": 16, "reduce": reduction})
             for _ in range(3):
                 stream.credit()
@@ -211,8 +211,8 @@ def test_views_are_reduced_on_the_server(server, reduction):
     values = struct.unpack(f"<{32 * 16}H", data)
     for row in range(16):
         for column in range(32):
-            block = [raw[(32 + row * 4 + y) * 256 + 64 + column * 4 + x] for y in range(4) for x in range(4)]
-            expected = {"nearest": block[0], "max": max(block), "mean": (sum(block) + 8) // 16}[reduction]
+            block = [raw[(32 + row * 5 + y) * 256 + 64 + column * 4 + x] for y in range(5) for x in range(4)]
+            expected = {"nearest": block[0], "max": max(block), "mean": (sum(block) + 10) // 20}[reduction]
             assert values[row * 32 + column] == expected
 
 
