@@ -82,9 +82,10 @@ function(qelm_add_vendor_library target definition)
     file(MAKE_DIRECTORY ${folder})
     if(WIN32)
         set(import_library ${folder}/lib${name}.a)
+        # In its folder: dlltool names symbols after the library as it is called.
         add_custom_command(OUTPUT ${import_library}
-            COMMAND ${CMAKE_DLLTOOL} -d ${definition} -l ${import_library}
-            DEPENDS ${definition} VERBATIM)
+            COMMAND ${CMAKE_DLLTOOL} -d ${definition} -l lib${name}.a
+            WORKING_DIRECTORY ${folder} DEPENDS ${definition} VERBATIM)
     else()
         set(import_library ${folder}/lib${name}.so)
         qelm_read_exports(names ${definition})

@@ -273,6 +273,21 @@ def test_every_control_has_a_name(page):
     assert [node["role"]["value"] for node in controls if not node.get("name", {}).get("value")] == []
 
 
+def test_a_cameras_options_by_their_fields(page):
+    page.panel("camera")
+    page.until(lambda: page.find("#camera-match").is_selected(), "the fields")
+    noise = page.find("#camera-noise")
+    noise.send_keys("40", Keys.TAB)
+    Select(page.find("#camera-sensor")).select_by_visible_text("typical")
+    assert page.find("#camera-options").get_attribute("value") == "match,sensor=typical,noise=40"
+    page.find("#camera-connect").click()
+    page.until(lambda: page.server.get("/api/camera")["connected"].endswith(",sensor=typical,noise=40"))
+    noise.clear()
+    noise.send_keys("loud", Keys.TAB)
+    page.find("#camera-connect").click()
+    page.until(lambda: "noise" in page.text("messages") and "1024" in page.text("messages"), "the refusal")
+
+
 def test_no_request_leaves_the_server_and_nothing_is_complained_of(page):
     for kind in ("performance", "browser"):
         page.browser.get_log(kind)  # of the tests before, which lost their server on purpose

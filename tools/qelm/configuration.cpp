@@ -35,6 +35,15 @@ const configuration::ConfigurationKey& configurationKey(std::int32_t id) {
     return *std::ranges::find(configuration::configurationKeys, id, &configuration::ConfigurationKey::id);
 }
 
+std::string_view bareValue(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    text = text.substr(0, text.find_last_not_of(" \t\r\n;") + 1);
+    if (text.size() >= 2 && text.starts_with('\'') && text.ends_with('\'')) {
+        text = text.substr(1, text.size() - 2);
+    }
+    return text;
+}
+
 ConfigurationFile::ConfigurationFile(const std::filesystem::path& file, bool beside) : name_(file) {
     if (file.string().find(".kcf") == std::string::npos) {
         throw std::runtime_error("\"" + file.string() +
@@ -87,12 +96,7 @@ std::optional<std::string> ConfigurationFile::header(std::string_view key) const
             break;
         }
         if (line.text.starts_with(key) && line.text.substr(key.size()).starts_with('=')) {
-            std::string_view value = line.text.substr(key.size() + 1);
-            value = value.substr(0, value.find_last_not_of(" \t\r\n;") + 1);
-            if (value.size() >= 2 && value.starts_with('\'') && value.ends_with('\'')) {
-                value = value.substr(1, value.size() - 2);
-            }
-            return host::utf8Text(std::string(value));
+            return host::utf8Text(std::string(bareValue(line.text.substr(key.size() + 1))));
         }
     }
     return std::nullopt;

@@ -16,6 +16,9 @@ namespace qelm::tool {
 /** The key that holds a parameter's value. */
 const configuration::ConfigurationKey& configurationKey(std::int32_t id);
 
+/** A value as it stands behind "=" on a line, without quotes, semicolon and the blanks around it. */
+std::string_view bareValue(std::string_view text);
+
 /** A configuration file, read once. Loads go to a copy of it, whose name suits whatever reads it. */
 class ConfigurationFile {
   public:

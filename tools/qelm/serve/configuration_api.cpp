@@ -13,12 +13,6 @@
 namespace qelm::server {
 namespace {
 
-std::string trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t first = std::min(text.find_first_not_of(blanks), text.size());
-    return std::string(text.substr(first, text.find_last_not_of(blanks) + 1 - first));
-}
-
 /** A file that goes with the object. */
 class Removed {
   public:
@@ -47,15 +41,14 @@ std::string withoutFileNames(ServedBoard& served, const std::string& text, Json&
         std::string line = text.substr(start, end - start);
         start = end + 1;
         const std::size_t equals = line.find('=');
-        const std::string name = trimmed(line.substr(0, equals));
+        const std::string name(tool::bareValue(line.substr(0, equals)));
         for (const host::Parameter& parameter : session.parameters()) {
             if (parameter.kind != host::ParameterKind::fileName || parameter.name != name ||
                 equals == std::string::npos) {
                 continue;
             }
-            const std::string value = trimmed(line.substr(equals + 1));
-            const auto inForce = session.read({&parameter});
-            if (!value.empty() && !(inForce && *inForce == host::Value(value))) {
+            const std::string value = host::utf8Text(std::string(tool::bareValue(line.substr(equals + 1))));
+            if (!value.empty() && session.read({&parameter}) != host::Value(value)) {
                 findings.push_back(name + ": the name of a file on the server's computer is left out.");
                 line = name + "=";
             }

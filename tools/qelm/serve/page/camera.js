@@ -5,21 +5,82 @@ import { attempt, busy, element, say } from "./ui.js";
 
 const options = element("input", { type: "text", id: "camera-options", spellcheck: "false" });
 const scene = element("select", { id: "camera-scene" });
-const help = element("pre", { class: "list", tabindex: "0" });
+const form = element("div", { id: "camera-form" });
+const fields = new Map(); // by key, in the order of the camera's help: the later option counts
+
+const split = (text) => new Map(text.split(",").filter(Boolean).map((option) => {
+  const [key, ...value] = option.split("=");
+  return [key, value.join("=")];
+}));
+
+function showOptions() {
+  const given = split(options.value);
+  for (const [key, field] of fields) {
+    if (field.type === "checkbox") {
+      field.checked = given.has(key) || options.value === "";
+    } else {
+      field.value = given.get(key) ?? "";
+    }
+  }
+}
+
+function takeFields() {
+  const others = split(options.value); // which have no field
+  const given = new Map();
+  for (const [key, field] of fields) {
+    others.delete(key);
+    const isFlag = field.type === "checkbox";
+    if (isFlag ? field.checked : field.value) {
+      given.set(key, isFlag ? "" : field.value);
+    }
+  }
+  options.value = [...given, ...others].map(([key, value]) => (value ? `${key}=${value}` : key)).join(",");
+}
+
+/** A choice where the help lists a few, a text else. */
+function makeField(key, allowed) {
+  const attributes = { id: `camera-${key}`, "aria-describedby": `camera-hint-${key}`, onchange: takeFields };
+  if (key === "match") {
+    return element("input", { ...attributes, type: "checkbox" });
+  }
+  if (/ or \w+$/.test(allowed)) {
+    return element("select", attributes, ...["", ...allowed.split(/, | or /)].map((one) => element("option", {}, one)));
+  }
+  return element("input", { ...attributes, type: "text", spellcheck: "false" });
+}
+
+/** @param {string} help lines of key, what is allowed, what it is, two blanks or more between them */
+function makeForm(help) {
+  for (const line of help.split("\n")) {
+    const [key, allowed, meaning] = line.trim().split(/ {2,}/);
+    if (!meaning || key === "scene") {
+      continue;
+    }
+    const field = makeField(key, allowed);
+    const hint = key === "match" ? meaning : `${allowed}: ${meaning}`;
+    fields.set(key, field);
+    form.append(element("label", { for: field.id }, key), field, element("span", { class: "hint",
+      id: `camera-hint-${key}` }, hint));
+  }
+}
 
 function show(json) {
+  if (fields.size === 0) {
+    makeForm(json.help);
+  }
   options.value = json.options;
+  showOptions();
   scene.replaceChildren(...json.scenes.map((name) => element("option", { value: name }, name)));
   scene.value = json.scene || json.scenes[0];
-  help.textContent = json.help;
 }
 
 export function panel() {
-  const connect = element("button", { class: "main" }, "Connect");
+  const connect = element("button", { class: "main", id: "camera-connect" }, "Connect");
   connect.addEventListener("click", busy(connect, async () => {
     show(await post("/api/camera", { options: options.value, scene: scene.value }));
     say("The camera is connected.");
   }));
+  options.addEventListener("change", showOptions);
   scene.addEventListener("change", () => connect.click());
   const file = element("input", { type: "file", accept: ".png,.tif,.tiff", "aria-label": "Picture to show the camera",
     onchange: () => attempt(async () => {
@@ -32,7 +93,6 @@ export function panel() {
     element("div", { class: "row" }, element("label", {}, "picture of yours ", file)),
     element("h2", {}, "Camera"),
     element("div", { class: "row" }, element("label", {}, "options ", options), connect),
-    element("h2", {}, "What the options are"),
-    help,
+    form,
   ];
 }

@@ -49,13 +49,14 @@ class Row {
     this.name = one.name;
     const id = `parameter-${one.name}`;
     const label = element(one.writable || one.entries ? "label" : "span", { class: "name", title: one.description,
-      for: id }, one.displayName || one.name, element("small", {}, one.name));
-    this.limits = element("span", { class: "unit" }, one.unit ?? "");
+      for: id }, one.displayName || one.name);
+    const unit = element("span", { class: "unit" }, one.unit ?? "");
+    this.hint = element("small", { id: `hint-${one.name}` }, one.name);
     this.reset = element("button", { "aria-label": `Reset ${one.name} to its value at the start`, title: "reset",
       onclick: () => this.#reset() }, "↺");
     this.refusal = element("p", { class: "refusal", role: "alert", hidden: true });
     this.field = this.#makeField(one, id);
-    this.root = element("div", { class: "parameter" }, label, this.field, this.limits, this.reset, this.refusal);
+    this.root = element("div", { class: "parameter" }, label, this.field, unit, this.reset, this.hint, this.refusal);
     this.update(one);
   }
 
@@ -70,7 +71,7 @@ class Row {
       return element("select", { id, onchange: change },
         ...one.entries.map((entry) => element("option", { value: entry.name, title: entry.name }, entry.text)));
     }
-    return element("input", { id, type: "number", onchange: change, onkeydown: (event) => {
+    return element("input", { id, type: "number", "aria-describedby": `hint-${one.name}`, onchange: change, onkeydown: (event) => {
       if (event.key === "Escape") {
         this.update(parameters.get(this.name));
       }
@@ -98,6 +99,7 @@ class Row {
         this.field.min = one.minimum ?? "";
         this.field.max = one.maximum ?? "";
         this.field.step = one.increment || "any";
+        this.hint.textContent = [one.name, one.allowed].filter(Boolean).join(" · ");
         if (document.activeElement !== this.field || Number(this.field.value) !== one.value) {
           this.field.value = one.exact ?? one.value ?? "";
         }
