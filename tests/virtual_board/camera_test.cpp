@@ -135,6 +135,15 @@ TEST(Sensors, GiveTheSamePixelsEverywhere) {
     SensorSettings fixed = settings;
     fixed.noise = 0;
     EXPECT_EQ(twoFrames(fixed, 7), twoFrames(fixed, 8));
+
+    // What is kept of small sensors and made anew of large ones, vignetting and defects aside.
+    SensorSettings even = settings;
+    even.vignetting = even.deadPixels = even.hotPixels = 0;
+    std::vector<std::uint16_t> small(64, 1500), large(8192, 1500);
+    Sensor(even, 64, 1024).expose(small, 700, 7, 1);
+    Sensor(even, 8192, 1024).expose(large, 700, 7, 1);
+    large.resize(small.size());
+    EXPECT_EQ(small, large);
 }
 
 struct Statistics {

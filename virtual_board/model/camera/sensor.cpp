@@ -15,6 +15,7 @@ constexpr unsigned countBits = 8, factorBits = 16; // behind the point
 constexpr std::int32_t one = 1 << factorBits;
 constexpr std::int32_t white = 4095;
 constexpr std::uint64_t longestRow = 8192;
+constexpr std::uint64_t mostKeptPatterns = std::uint64_t{4} << 20U;
 
 std::int32_t fixedPoint(double value, unsigned bits) {
     return static_cast<std::int32_t>(std::floor(value * (1 << bits) + 0.5));
@@ -103,6 +104,12 @@ Sensor::Sensor(const SensorSettings& settings, std::uint32_t width, std::uint32_
             columnLevels_.push_back(black + randoms.normal(x, column));
             columnVignetting_.push_back(vignettingAt(x, width_));
         }
+        if (std::uint64_t{width} * height <= mostKeptPatterns) {
+            pattern_.resize(std::size_t{width} * height);
+            for (std::uint32_t y = 0; y < height; ++y) {
+                makePattern(y, std::span(pattern_).subspan(std::size_t{y} * width, width));
+            }
+        }
     }
     placeDefects(settings.deadPixels, settings.hotPixels);
 }
@@ -112,6 +119,17 @@ std::int32_t Sensor::vignettingAt(std::uint32_t position, std::uint32_t length) 
     const std::int64_t fromMiddle = 2 * std::int64_t{position} + 1 - length;
     const std::int64_t diagonal = std::int64_t{width_} * width_ + std::int64_t{height_} * height_;
     return static_cast<std::int32_t>(vignetting_ * fromMiddle * fromMiddle / diagonal);
+}
+
+void Sensor::makePattern(std::uint32_t y, std::span<Pattern> row) const {
+    const Randoms offsets(seed_, Stream::offset);
+    const Randoms gains(seed_, Stream::gain);
+    std::uint64_t index = y * longestRow;
+    for (Pattern& pixel : row) {
+        pixel.level = offset_ == 0 ? 0 : offsets.normal(index, offset_);
+        pixel.response = gain_ == 0 ? one : std::max(one + gains.normal(index, gain_), 0);
+        ++index;
+    }
 }
 
 void Sensor::placeDefects(std::uint32_t dead, std::uint32_t hot) {
@@ -135,21 +153,22 @@ void Sensor::expose(std::span<std::uint16_t> row, std::uint32_t y, std::uint64_t
     const double factor = exposure > 0 ? std::min(exposure, largestExposure) : 0;
     const auto light = static_cast<std::int64_t>(fixedPoint(factor, factorBits));
     if (!isPlain_) {
-        const Randoms offsets(seed_, Stream::offset), gains(seed_, Stream::gain), noises(seed_, Stream::noise, frame);
+        std::vector<Pattern> made;
+        std::span<const Pattern> pattern;
+        if (pattern_.empty()) {
+            made.resize(row.size());
+            makePattern(y, made);
+            pattern = made;
+        } else {
+            pattern = std::span(pattern_).subspan(std::size_t{y} * width_, width_);
+        }
+        const Randoms noises(seed_, Stream::noise, frame);
         const std::int32_t unlost = one - vignettingAt(y, height_);
-        std::uint64_t index = y * longestRow;
-        for (std::size_t x = 0; x < row.size(); ++x, ++index) {
-            std::int32_t level = columnLevels_[x];
-            std::int64_t response = unlost - columnVignetting_[x];
-            if (gain_ != 0) {
-                response = response * std::max(one + gains.normal(index, gain_), 0) >> factorBits;
-            }
-            if (offset_ != 0) {
-                level += offsets.normal(index, offset_);
-            }
-            if (noise_ != 0) {
-                level += noises.normal(index, noise_);
-            }
+        for (std::size_t x = 0; x < row.size(); ++x) {
+            const std::int32_t noise = noise_ == 0 ? 0 : noises.normal(y * longestRow + x, noise_);
+            const std::int64_t response =
+                std::int64_t{unlost - columnVignetting_[x]} * pattern[x].response >> factorBits;
+            const std::int32_t level = columnLevels_[x] + pattern[x].level + noise;
             // 12 bits, 18 of the response and 29 of the exposure: no overflow.
             const std::int64_t pixel =
                 (row[x] * response * light >> (2 * factorBits - countBits)) + level + (1 << (countBits - 1));

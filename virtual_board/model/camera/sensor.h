@@ -56,7 +56,14 @@ class Sensor {
         std::uint32_t y, x;
         std::uint16_t value;
     };
+    /** What a pixel has of its own in every frame. */
+    struct Pattern {
+        std::int32_t level;
+        std::int32_t response;
+    };
 
+    /** Of a row's pixels. */
+    void makePattern(std::uint32_t y, std::span<Pattern> row) const;
     /** A column's or row's part of the loss at such a distance from the left or top. */
     std::int32_t vignettingAt(std::uint32_t position, std::uint32_t length) const;
     void placeDefects(std::uint32_t dead, std::uint32_t hot);
@@ -68,6 +75,7 @@ class Sensor {
     std::int32_t vignetting_;
     std::vector<std::int32_t> columnLevels_;     // black level and column offset
     std::vector<std::int32_t> columnVignetting_; // the column's part of the loss
+    std::vector<Pattern> pattern_;               // of all pixels; none where there are too many to keep
     std::vector<Defect> defects_;                // in the order of rows
     bool isPlain_;                               // nothing but defects
 };

@@ -180,9 +180,10 @@ export function showWrites(json) {
   if (json.writes.length === 0) {
     return;
   }
+  const longest = 200; // a whole table is one write
+  const lines = json.writes.map((write) => `    ${write.length > longest ? `${write.slice(0, longest)} …` : write}\n`);
   const log = byId("writes");
-  log.textContent = `${json.origin}\n${json.writes.map((write) => `    ${write}`).join("\n")}\n${log.textContent}`
-    .slice(0, 20000);
+  log.textContent = `${json.origin}\n${lines.join("")}${log.textContent}`.slice(0, 20000);
 }
 
 export function panel() {
