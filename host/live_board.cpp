@@ -20,7 +20,7 @@ constexpr std::uint64_t longestPeriod = 60'000'000'000; // ns
 constexpr std::uint64_t signalMemory = 20'000'000'000;  // ns of signals that are kept
 constexpr std::size_t mostChanges = 200'000;
 constexpr std::size_t mostEvents = 10'000;
-constexpr std::size_t mostRecorded = 50'000; // in the board's own lists, before they are emptied
+constexpr std::size_t mostRecorded = 2'000; // in the board's own lists, before they are emptied
 constexpr std::size_t ringMemory = std::size_t{512} << 20U;
 constexpr std::size_t mostPlaces = 8;
 

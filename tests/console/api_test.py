@@ -2,8 +2,10 @@
 
 import concurrent.futures
 import json
+import pathlib
 import socket
 import struct
+import subprocess
 import threading
 import time
 
@@ -414,6 +416,28 @@ def test_configurations_must_not_name_files(start):
         assert [finding for finding in looked["findings"] if "FG_SHADING_GRAY_FILENAME" in finding]
         server.send("PUT", "/api/configuration", evil)
         assert server.value("FG_SHADING_GRAY_FILENAME") == ""
+
+
+# Documentation
+
+
+def test_the_documented_commands_work(start, tmp_path):
+    server = start("--camera", "match,sensor=typical", "FG_TRIGGER_FRAMESPERSECOND=50")
+    lines = (pathlib.Path(__file__).parents[2] / "docs/console.md").read_text(encoding="utf-8").splitlines()
+    commands = [line.strip() for line in lines if line.startswith("    curl ")]
+    assert len(commands) > 15
+    prelude = f"""set -e
+        curl() {{ command curl --fail --silent --show-error --max-time 60 "$@"; }}
+        T="Authorization: Bearer {server.token}"; U=http://127.0.0.1:{server.port}
+        J="Content-Type: application/json"; B="Content-Type: application/octet-stream"
+        """
+    with server.stream() as stream:
+        stream.next("frame")
+        for command in commands:
+            done = subprocess.run(["bash", "-c", prelude + command], cwd=tmp_path, capture_output=True, text=True)
+            assert done.returncode == 0, (command, done.stderr)
+    assert "<svg" in (tmp_path / "timing.svg").read_text(encoding="utf-8")
+    assert (tmp_path / "records").stat().st_size == 100000
 
 
 # Camera
