@@ -20,14 +20,18 @@ void connectCamera(const Session& session, const CameraChoice& choice) {
     host::connectCamera(session.board(), camera.options, choice.scene);
 }
 
+std::string cameraHelp(const host::VirtualBoardFunctions& control) {
+    return std::string("  match           (first)                                     "
+                       "geometry, bits, width and height as the board is set to\n") +
+           control.cameraHelp();
+}
+
 bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,
                     const CameraChoice& choice) {
     if (choice.options != "help") {
         return false;
     }
-    const std::string help = std::string("  match           (first)                                     "
-                                         "geometry, bits, width and height as the board is set to\n") +
-                             control.cameraHelp();
+    const std::string help = cameraHelp(control);
     if (options.json) {
         Json lines = Json::array();
         std::istringstream stream(help);

@@ -9,7 +9,9 @@ namespace qelm::tool {
 /** @throws std::runtime_error with what is wrong about the choice */
 void connectCamera(const Session& session, const CameraChoice& choice);
 
-/** Prints what the options of a camera are when "help" was asked for. @return whether it was */
+/** What the options of a camera are: lines of key, what is allowed and meaning, two blanks or more between them. */
+std::string cameraHelp(const host::VirtualBoardFunctions& control);
+/** Prints that when "help" was asked for. @return whether it was */
 bool showCameraHelp(const CommonOptions& options, const host::VirtualBoardFunctions& control,
                     const CameraChoice& choice);
 

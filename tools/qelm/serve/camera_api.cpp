@@ -2,6 +2,7 @@
 
 #include "serve/api.h"
 
+#include "camera.h"
 #include "output_file.h"
 
 namespace qelm::server {
@@ -13,7 +14,7 @@ Answer getCamera(ServedBoard& served, const Call& /*call*/) {
     }
     Json json = served.cameraJson();
     json["scenes"] = scenes;
-    json["help"] = served.control().cameraHelp();
+    json["help"] = tool::cameraHelp(served.control());
     return {jsonResponse(json)};
 }
 
