@@ -28,7 +28,7 @@ using namespace qelm::host;
 
 constexpr std::int32_t size = 8192;
 constexpr std::size_t pixels = std::size_t{size} * size;
-constexpr int rounds = 3;
+constexpr int rounds = 10;
 
 template <typename Action>
 double secondsOf(Action&& action) {

@@ -220,9 +220,12 @@ QELM_INLINE std::uint16_t largestDifferenceOfRow(Samples gray, Samples black, st
     return largest;
 }
 
-/** The order of the additions is part of the result; the signals are not, and come in blocks. */
+/**
+ * The order of the additions is part of the result; the signals are not, and come in blocks: short ones, so that the
+ * processor makes the next while it still adds up the last.
+ */
 QELM_INLINE double sumRow(double sum, Samples gray, Samples black, std::size_t count) {
-    constexpr std::size_t blockSize = 64;
+    constexpr std::size_t blockSize = 16;
     double signals[blockSize];
     std::size_t start = 0;
     for (; start + blockSize <= count; start += blockSize) {
