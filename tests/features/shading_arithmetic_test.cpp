@@ -171,6 +171,65 @@ TEST_F(ShadingArithmetic, EveryResultIsThatOfThePlainLoop) {
     }
 }
 
+TEST_F(ShadingArithmetic, MeansOfLargeImagesAddUpInTheirOrder) {
+    constexpr std::int32_t width = 4099;
+    constexpr std::int32_t height = 600;
+    // Bright, dark and bright again: the sum rises through powers of two, falls through them, and rises.
+    const auto waves = [count = 0](Random& random, std::uint32_t largest) mutable {
+        constexpr int third = width * height / 3;
+        const bool isBright = count++ / third % 2 == 0;
+        return static_cast<std::uint32_t>(isBright ? largest - random() % (largest / 2) : random() % (largest / 8));
+    };
+    const struct {
+        const char* name;
+        Content gray;
+        Content black;
+        std::int32_t blackHeight;
+    } images[] = {
+        {"anything", anything, upTo(0.1), height},
+        {"camera", around(0.6, 0.1), around(0.02, 0.01), height},
+        {"waves", waves, around(0.35, 0.05), height},
+        {"no black below", around(0.7, 0.1), around(0.2, 0.1), height / 2},
+        {"hardly any signal", around(0.3, 0.3), around(0.31, 0.3), height},
+        {"below zero", upTo(0.1), anything, height},
+        {"saturated", constant(all), constant(0), height},
+        {"even", constant(40000), constant(300), height},
+        {"extremes", extremes, upTo(0.3), height},
+    };
+    unsigned seed = 100;
+    for (const auto& one : images) {
+        SCOPED_TRACE(one.name);
+        const TestImage gray(width, height, 16, seed++, one.gray);
+        const TestImage black(width, one.blackHeight, 16, seed++, one.black);
+        const double mean = plain::meanSignal(gray, black);
+        for (const InstructionSet instructions : instructionSets()) {
+            EXPECT_EQ(meanSignal(gray, black, instructions), mean);
+        }
+    }
+}
+
+TEST_F(ShadingArithmetic, SignalsAddUpAsTheyAreNotAsTheirSamplesDiffer) {
+    // Signals that a sum of that size rounds otherwise than the quotient of their samples' difference.
+    Random random(1);
+    for (const int exponent : {11, 12, 13, 15}) {
+        SCOPED_TRACE(exponent);
+        const double rounder = std::ldexp(1.5, exponent);
+        std::uint32_t g = 0;
+        std::uint32_t b = 0;
+        do {
+            g = 32768 + random() % 32768;
+            b = random() % 16384;
+        } while ((g / 65535.0 - b / 65535.0) + rounder == (static_cast<double>(g - b) / 65535.0) + rounder);
+        const std::int32_t height = std::max(1, (6 << exponent) / 4096);
+        const TestImage gray(4096, height, 16, 1, constant(g));
+        const TestImage black(4096, height, 16, 1, constant(b));
+        const double mean = plain::meanSignal(gray, black);
+        for (const InstructionSet instructions : instructionSets()) {
+            EXPECT_EQ(meanSignal(gray, black, instructions), mean);
+        }
+    }
+}
+
 TEST_F(ShadingArithmetic, AnyTargetAndAnyThresholdGivesThePlainLoopsCoefficients) {
     const TestImage gray(1023, 65, 16, 5, anything);
     const TestImage black(1001, 64, 16, 6, upTo(0.6));

@@ -221,23 +221,44 @@ QELM_INLINE std::uint16_t largestDifferenceOfRow(Samples gray, Samples black, st
 }
 
 /**
- * The order of the additions is part of the result; the signals are not, and come in blocks: short ones, so that the
- * processor makes the next while it still adds up the last.
+ * The order of the additions is part of the result: each rounds to a multiple of the sum's unit, its last binary place.
+ * As long as the sum stays between the same powers of two the unit does, too, and what is added is the signal's nearest
+ * multiple: these add up in any order. That multiple follows from the difference of the samples d: with a unit of 2^-m,
+ * d / 65535 is at least 2^-(m + 17) away from the middle between two multiples, because d * 2^(m + 1) is no odd
+ * multiple of 65535. Up to m = 34, for sums from 2^18 on, that is more than the roundings of a signal, which are below
+ * 2^-52.
  */
-QELM_INLINE double sumRow(double sum, Samples gray, Samples black, std::size_t count) {
-    constexpr std::size_t blockSize = 16;
-    double signals[blockSize];
-    std::size_t start = 0;
-    for (; start + blockSize <= count; start += blockSize) {
-        for (std::size_t x = 0; x < blockSize; ++x) {
-            signals[x] = signal(gray[start + x], black[start + x]);
-        }
-        for (const double one : signals) {
-            sum += one;
-        }
+constexpr std::size_t sumBlock = 512;
+constexpr double smallestOrderlessSum = 0x1p18;
+
+/** Adds a block where that holds. @return whether it does */
+QELM_INLINE bool addInAnyOrder(double& sum, Samples gray, Samples black) {
+    constexpr std::uint64_t exponentBits = std::uint64_t{0x7FF} << 52U;
+    constexpr double most = sumBlock; // signals are at most 1, either way
+    const auto powerOfTwo = std::bit_cast<double>(std::bit_cast<std::uint64_t>(sum) & exponentBits);
+    if (!(sum >= smallestOrderlessSum && sum - most >= powerOfTwo && sum + most < 2 * powerOfTwo)) {
+        return false;
     }
-    for (; start < count; ++start) {
-        sum += signal(gray[start], black[start]);
+    // Numbers with the sum's unit: neighbours differ by 1 as their bits do.
+    const double rounder = 1.5 * powerOfTwo;
+    std::uint64_t units = 0;
+    for (std::size_t x = 0; x < sumBlock; ++x) {
+        units += std::bit_cast<std::uint64_t>((gray[x] - black[x]) * (1.0 / fullScale) + rounder);
+    }
+    units -= sumBlock * std::bit_cast<std::uint64_t>(rounder);
+    sum += static_cast<double>(static_cast<std::int64_t>(units)) * (powerOfTwo * 0x1p-52);
+    return true;
+}
+
+QELM_INLINE double sumRow(double sum, Samples gray, Samples black, std::size_t count) {
+    for (std::size_t start = 0; start < count;) {
+        const std::size_t end = std::min(start + sumBlock, count);
+        if (end - start == sumBlock && addInAnyOrder(sum, gray + start, black + start)) {
+            start = end;
+        }
+        for (; start < end; ++start) {
+            sum += signal(gray[start], black[start]);
+        }
     }
     return sum;
 }
