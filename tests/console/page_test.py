@@ -279,7 +279,14 @@ def test_a_cameras_options_by_their_fields(page):
     noise = page.find("#camera-noise")
     noise.send_keys("40", Keys.TAB)
     Select(page.find("#camera-sensor")).select_by_visible_text("typical")
-    assert page.find("#camera-options").get_attribute("value") == "match,sensor=typical,noise=40"
+    options = page.find("#camera-options")
+    assert options.get_attribute("value") == "match,sensor=typical,noise=40"
+    options.clear()
+    options.send_keys("geometry=Geometry_2XM_2YE,scene=ramp,noise=40", Keys.TAB)
+    Select(page.find("#camera-polarity")).select_by_visible_text("high")
+    assert options.get_attribute("value") == "geometry=Geometry_2XM_2YE,polarity=high,noise=40,scene=ramp"
+    options.clear()
+    options.send_keys("match,sensor=typical,noise=40", Keys.TAB)
     page.find("#camera-connect").click()
     page.until(lambda: page.server.get("/api/camera")["connected"].endswith(",sensor=typical,noise=40"))
     noise.clear()

@@ -24,22 +24,23 @@ function showOptions() {
   }
 }
 
-function takeFields() {
-  const others = split(options.value); // which have no field
-  const given = new Map();
-  for (const [key, field] of fields) {
-    others.delete(key);
-    const isFlag = field.type === "checkbox";
-    if (isFlag ? field.checked : field.value) {
-      given.set(key, isFlag ? "" : field.value);
-    }
+function takeField(key) {
+  const given = split(options.value || "match");
+  const field = fields.get(key);
+  const isFlag = field.type === "checkbox";
+  if (isFlag ? field.checked : field.value) {
+    given.set(key, isFlag ? "" : field.value);
+  } else {
+    given.delete(key);
   }
-  options.value = [...given, ...others].map(([key, value]) => (value ? `${key}=${value}` : key)).join(",");
+  const keys = [...fields.keys(), ...given.keys()].filter((one) => given.has(one));
+  options.value = [...new Set(keys)].map((one) => (given.get(one) ? `${one}=${given.get(one)}` : one)).join(",");
 }
 
 /** A choice where the help lists a few, a text else. */
 function makeField(key, allowed) {
-  const attributes = { id: `camera-${key}`, "aria-describedby": `camera-hint-${key}`, onchange: takeFields };
+  const attributes = { id: `camera-${key}`, "aria-describedby": `camera-hint-${key}`,
+    onchange: () => takeField(key) };
   if (key === "match") {
     return element("input", { ...attributes, type: "checkbox" });
   }
