@@ -174,13 +174,14 @@ void wantJson() {
 }
 
 void endDocument(const std::exception& error) {
-    const std::unique_lock lock(document().mutex, std::try_to_lock); // else the output hangs, and its end would, too
+    std::unique_lock lock(document().mutex, std::try_to_lock); // else the output hangs, and its end would, too
     if (!lock || !document().wanted) {
         return;
     }
     const std::string end = document().started ? document().end : dump(Json{{"error", failureJson(error)}}) + "\n";
     std::fwrite(end.data(), 1, end.size(), stdout);
     std::fflush(stdout);
+    lock.release(); // for good: whoever has more to print waits for the end of the process
 }
 
 Json failureJson(const std::exception& error) {

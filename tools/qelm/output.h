@@ -51,7 +51,10 @@ void print(Json json);
 void printPiece(std::string_view piece, std::string end = {});
 /** With --json: failures are documents, too. */
 void wantJson();
-/** For a run that is forced to end, from another thread: makes the document whole, as far as that can be. */
+/**
+ * For a run that is forced to end, from another thread: makes the document whole, as far as that can be. Whoever has
+ * more of it to print waits for the end.
+ */
 void endDocument(const std::exception& error);
 /** The text of a document, on one line or with an indentation. Bytes that are no UTF-8 are replaced. */
 std::string dump(const Json& json, int indentation = -1);

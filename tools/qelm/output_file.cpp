@@ -79,12 +79,15 @@ OutputFile::OutputFile(const fs::path& target) : target_(target), destination_(t
         std::fclose(old);
     }
     path_ = replaces || !fs::exists(status) ? siblingOf(destination_) : destination_;
-    stream_ = openFile(path_, isDirect() ? FileMode::append : FileMode::create);
-    if (stream_ == nullptr) {
-        throw FileError(target, "written", errno);
+    if (isDirect()) {
+        stream_ = openFile(path_, FileMode::append);
+    } else {
+        createUnfinished(path_, [this] { stream_ = openFile(path_, FileMode::create); });
     }
-    if (!isDirect()) {
-        addUnfinished(path_);
+    if (stream_ == nullptr) {
+        const int failure = errno;
+        removeUnfinished(path_);
+        throw FileError(target, "written", failure);
     }
     if (replaces) {
         fs::permissions(path_, status.permissions(), error); // as far as the system lets us
@@ -216,9 +219,10 @@ std::string writtenBefore() {
     }
 }
 
-void addUnfinished(const fs::path& path) {
+void createUnfinished(const fs::path& path, const std::function<void()>& create) {
     const std::lock_guard lock(files().mutex);
     files().unfinished.insert(path);
+    create();
 }
 
 void removeUnfinished(const fs::path& path) {

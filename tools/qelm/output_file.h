@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -72,7 +73,8 @@ std::string writtenBefore();
 
 /* What must not outlive the run, whoever ends it: unfinished files, and the folder for temporary ones. */
 
-void addUnfinished(const std::filesystem::path& path);
+/** Notes the path, then lets it be created: nobody ends the run in between. */
+void createUnfinished(const std::filesystem::path& path, const std::function<void()>& create);
 /** It is finished, or gone. */
 void removeUnfinished(const std::filesystem::path& path);
 /** Removes what is unfinished, for a run that ends here: later ones of these calls do not return. */

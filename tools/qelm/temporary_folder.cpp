@@ -18,11 +18,11 @@ TemporaryFolder::TemporaryFolder() {
         return;
     }
     const fs::path folder = parent_ / ("qelm-" + std::to_string(std::random_device()()));
-    fs::create_directory(folder, error_);
+    createUnfinished(folder, [&] { fs::create_directory(folder, error_); });
     if (error_) {
+        removeUnfinished(folder);
         return;
     }
-    addUnfinished(folder);
     path_ = folder;
     std::error_code ignored;
     fs::permissions(folder, fs::perms::owner_all, ignored);
