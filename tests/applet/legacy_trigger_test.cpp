@@ -112,6 +112,19 @@ TEST_F(Legacy, SwitchingBringsBothSetsToTheirDefaultsAndSkipsWhatFails) {
     EXPECT_EQ(board_.get<std::uint32_t>(FG_TRIGGERCC_SELECT2), std::uint32_t{CC_VCC});
 }
 
+TEST_F(Legacy, ANewStateRefreshesTheAccessThatASwitchHasLeft) {
+    enter(ATM_EXTERNAL, TS_SYNC_STOP);
+    for (const std::int32_t legacyMode : {FG_ON, FG_OFF}) {
+        failWrites(0, 1); // the default of the mode, which stays
+        board_.change(FG_TRIGGER_LEGACY_MODE, legacyMode);
+        control().clearFaults();
+        ASSERT_EQ(mode(), std::uint32_t{ATM_EXTERNAL});
+        EXPECT_EQ(access("FG_SENDSOFTWARETRIGGER"), 7);
+    }
+    board_.change(FG_TRIGGERSTATE, std::uint32_t{TS_ACTIVE});
+    EXPECT_EQ(access("FG_SENDSOFTWARETRIGGER"), 1);
+}
+
 TEST_F(Legacy, RefusalsHaveAnOrder) {
     const struct {
         std::int32_t mode;

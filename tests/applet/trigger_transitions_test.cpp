@@ -119,6 +119,7 @@ TEST_F(Transitions, RunTheirActionsAndFailAtAnyOfThem) {
                 EXPECT_THAT(writesOfSet(id, value), ElementsAreArray(expected));
                 EXPECT_EQ(mode(), newMode);
                 EXPECT_EQ(state(), newState);
+                EXPECT_EQ(described(board_, "FG_SENDSOFTWARETRIGGER").access, newMode == e ? 1 : 7);
             }
         }
     }
