@@ -1,9 +1,12 @@
 // The legacy parameter set: how it is switched, what it takes, how it drives the current one.
 
+#include "expected_parameters.h"
 #include "start_up_calls.h"
 #include "trigger_fixture.h"
 
 #include <map>
+#include <set>
+#include <string_view>
 
 namespace qelm::test {
 namespace {
@@ -12,19 +15,24 @@ class Legacy : public Trigger {
   protected:
     std::int32_t access(const char* name) const { return described(board_, name).access; }
     void expectAccess(bool legacy) {
-        for (const char* name : {"FG_AREATRIGGERMODE", "FG_TRIGGERIN_DEBOUNCE", "FG_TRIGGEROUT_SELECT7",
-                                 "FG_TRIGGERCC_SELECT3", "FG_MISSING_CAMERA_FRAME_RESPONSE_CLEAR"}) {
-            EXPECT_EQ(access(name), legacy ? 1 : 7) << name;
-        }
-        for (const char* name : {"FG_TRIGGERMODE", "FG_CCSEL3", "FG_DIGIO_OUTPUT", "FG_PRESCALER"}) {
-            EXPECT_EQ(access(name), legacy ? 7 : 1) << name;
-        }
-        for (const char* name :
-             {"FG_TRIGGER_FRAMESPERSECOND", "FG_TRIGGERIN_SRC", "FG_TRIGGERIN_POLARITY", "FG_SENDSOFTWARETRIGGER"}) {
-            EXPECT_EQ(access(name), 7) << name;
-        }
-        for (const char* name : {"FG_DIGIO_INPUT", "FG_TRIGGERQUEUE_FILLLEVEL", "FG_TRIGGEROUT_STATS_PULSECOUNT"}) {
-            EXPECT_EQ(access(name), 1) << name;
+        const std::set<std::string_view> legacySet = {
+            "FG_TRIGGERMODE", "FG_EXSYNCON",         "FG_EXSYNCDELAY",    "FG_EXPOSURE",    "FG_EXSYNCPOLARITY",
+            "FG_FLASHON",     "FG_STROBEPULSEDELAY", "FG_FLASH_POLARITY", "FG_PRESCALER",   "FG_CCSEL0",
+            "FG_CCSEL1",      "FG_CCSEL2",           "FG_CCSEL3",         "FG_DIGIO_OUTPUT"};
+        const std::set<std::string_view> ofBoth = {"FG_TRIGGER_FRAMESPERSECOND", "FG_TRIGGERIN_SRC",
+                                                   "FG_TRIGGERIN_POLARITY", "FG_SENDSOFTWARETRIGGER"};
+        for (const ExpectedDescription& atStart : expectedDescriptions) {
+            const host::Parameter parameter = described(board_, atStart.name);
+            const bool ofCurrentSet = parameter.id >= 300200 && parameter.id <= 300253 && atStart.access != 1;
+            std::int32_t expected = atStart.access;
+            if (ofBoth.contains(atStart.name)) {
+                expected = 7;
+            } else if (legacySet.contains(atStart.name)) {
+                expected = legacy ? 7 : 1;
+            } else if (ofCurrentSet) {
+                expected = legacy ? 1 : 7;
+            }
+            EXPECT_EQ(parameter.access, expected) << atStart.name;
         }
     }
     Writes lines(size_t from, size_t to, std::uint32_t select, std::uint32_t invert) const {
