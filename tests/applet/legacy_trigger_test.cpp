@@ -4,6 +4,8 @@
 #include "start_up_calls.h"
 #include "trigger_fixture.h"
 
+#include "qelm/host/values.h"
+
 #include <map>
 #include <set>
 #include <string_view>
@@ -14,26 +16,46 @@ namespace {
 class Legacy : public Trigger {
   protected:
     std::int32_t access(const char* name) const { return described(board_, name).access; }
-    void expectAccess(bool legacy) {
-        const std::set<std::string_view> legacySet = {
+    static bool isOfLegacySet(const host::Parameter& parameter) {
+        static const std::set<std::string_view> names = {
             "FG_TRIGGERMODE", "FG_EXSYNCON",         "FG_EXSYNCDELAY",    "FG_EXPOSURE",    "FG_EXSYNCPOLARITY",
             "FG_FLASHON",     "FG_STROBEPULSEDELAY", "FG_FLASH_POLARITY", "FG_PRESCALER",   "FG_CCSEL0",
             "FG_CCSEL1",      "FG_CCSEL2",           "FG_CCSEL3",         "FG_DIGIO_OUTPUT"};
+        return names.contains(parameter.name);
+    }
+    static bool isOfCurrentSet(const host::Parameter& parameter, const ExpectedDescription& atStart) {
+        return parameter.id >= 300200 && parameter.id <= 300253 && atStart.access != 1;
+    }
+    void expectAccess(bool legacy) {
         const std::set<std::string_view> ofBoth = {"FG_TRIGGER_FRAMESPERSECOND", "FG_TRIGGERIN_SRC",
                                                    "FG_TRIGGERIN_POLARITY", "FG_SENDSOFTWARETRIGGER"};
         for (const ExpectedDescription& atStart : expectedDescriptions) {
             const host::Parameter parameter = described(board_, atStart.name);
-            const bool ofCurrentSet = parameter.id >= 300200 && parameter.id <= 300253 && atStart.access != 1;
             std::int32_t expected = atStart.access;
             if (ofBoth.contains(atStart.name)) {
                 expected = 7;
-            } else if (legacySet.contains(atStart.name)) {
+            } else if (isOfLegacySet(parameter)) {
                 expected = legacy ? 7 : 1;
-            } else if (ofCurrentSet) {
+            } else if (isOfCurrentSet(parameter, atStart)) {
                 expected = legacy ? 1 : 7;
             }
             EXPECT_EQ(parameter.access, expected) << atStart.name;
         }
+    }
+    /** Sets a value that the parameter takes. @return the code */
+    std::int32_t setAny(const host::Parameter& parameter) {
+        std::string value = std::to_string(static_cast<std::int64_t>(parameter.minimum));
+        if (!parameter.entries.empty()) {
+            value = parameter.entries.front().name;
+        } else if (parameter.kind == host::ParameterKind::floatingPoint) {
+            value = std::to_string(parameter.minimum);
+        }
+        try {
+            host::writeValue(board_, host::parseAssignment({&parameter, 1}, parameter.name + '=' + value));
+        } catch (const host::AppletError& error) {
+            return error.code();
+        }
+        return 0;
     }
     Writes lines(size_t from, size_t to, std::uint32_t select, std::uint32_t invert) const {
         Writes writes;
@@ -164,26 +186,19 @@ TEST_F(Legacy, RefusalsHaveAnOrder) {
 }
 
 TEST_F(Legacy, OnlyTheSetInForceTakesValues) {
-    const std::int32_t legacyIds[] = {FG_TRIGGERMODE,    FG_EXSYNCON, FG_FLASHON, FG_EXPOSURE,    FG_EXSYNCPOLARITY,
-                                      FG_FLASH_POLARITY, FG_CCSEL0,   FG_CCSEL3,  FG_DIGIO_OUTPUT};
-    for (const std::int32_t id : legacyIds) {
-        expectRefused(id, board_.get<std::uint32_t>(id), -2070);
+    for (const std::int32_t legacyMode : {FG_OFF, FG_ON}) {
+        board_.change(FG_TRIGGER_LEGACY_MODE, legacyMode);
+        for (const ExpectedDescription& atStart : expectedDescriptions) {
+            const host::Parameter parameter = described(board_, atStart.name);
+            if (legacyMode == FG_ON ? isOfCurrentSet(parameter, atStart) : isOfLegacySet(parameter)) {
+                SCOPED_TRACE(parameter.name);
+                const host::Reference reference{&parameter};
+                const host::Value before = host::readValue(board_, reference);
+                EXPECT_THAT(writesOf(board_, [&] { EXPECT_EQ(setAny(parameter), -2070); }), IsEmpty());
+                EXPECT_EQ(host::readValue(board_, reference), before);
+            }
+        }
     }
-    for (const std::int32_t id : {FG_EXSYNCDELAY, FG_STROBEPULSEDELAY, FG_PRESCALER}) {
-        expectRefused(id, 10.0, -2070);
-    }
-    board_.change(FG_TRIGGER_LEGACY_MODE, FG_ON);
-    for (const std::int32_t id :
-         {FG_AREATRIGGERMODE, FG_TRIGGERSTATE, FG_TRIGGERIN_DOWNSCALE, FG_TRIGGERIN_DOWNSCALE_PHASE,
-          FG_TRIGGER_MULTIPLY_PULSES, FG_TRIGGER_PULSEFORMGEN0_DOWNSCALE, FG_TRIGGER_PULSEFORMGEN3_DOWNSCALE_PHASE,
-          FG_TRIGGERCC_SELECT0, FG_TRIGGEROUT_SELECT7, FG_TRIGGER_QUEUE_FILLLEVEL_EVENT_ON_THRESHOLD}) {
-        expectRefused(id, board_.get<std::uint32_t>(id), -2070);
-    }
-    for (const std::int32_t id :
-         {FG_TRIGGERIN_DEBOUNCE, FG_TRIGGER_PULSEFORMGEN1_DELAY, FG_TRIGGER_PULSEFORMGEN1_WIDTH}) {
-        expectRefused(id, board_.get<double>(id), -2070);
-    }
-    expectRefused(FG_TRIGGERQUEUE_MODE, std::int32_t{FG_OFF}, -2070);
     board_.change(FG_TRIGGERIN_SRC, 2U); // shared
     board_.change(FG_TRIGGERIN_POLARITY, LOW_ACTIVE);
 }
