@@ -499,6 +499,21 @@ def test_a_stalled_page_costs_the_board_nothing(start):
     assert after["frames"] - before > 60
 
 
+def test_who_misses_changes_is_told_by_the_end_of_the_stream(start):
+    server = start(*SMALL)
+    with server.stream(buffer=4096) as stream:
+        for number in range(600):
+            server.set(FG_TRIGGER_LEGACY_MODE=["FG_ON", "FG_OFF"][number % 2])  # changes some sixty parameters
+        revisions = []
+        end = time.monotonic() + 20
+        with pytest.raises((AssertionError, OSError)):
+            while time.monotonic() < end:
+                kind, content, _ = stream.record()
+                if kind == "parameters" and content["origin"]:
+                    revisions.append(content["revision"])
+    assert revisions == list(range(1, len(revisions) + 1))
+
+
 def test_many_at_a_time(running):
     def job(number):
         if number % 3 == 0:

@@ -6,6 +6,7 @@ import os
 import pathlib
 import shlex
 import signal
+import socket
 import subprocess
 import time
 
@@ -77,8 +78,8 @@ class Server:
     def value(self, name):
         return self.get(f"/api/parameters/{name}")["value"]
 
-    def stream(self):
-        return Stream(self)
+    def stream(self, **options):
+        return Stream(self, **options)
 
     def stop(self):
         """@returns the exit status"""
@@ -96,9 +97,15 @@ class Stream:
 
     NAMES = ["hello", "frame", "statistics", "parameters", "events", "log"]
 
-    def __init__(self, server):
+    def __init__(self, server, buffer=None):
+        """@param buffer bytes that the system takes while nobody reads, roughly; the server's side has more"""
         self.server = server
         self.connection = http.client.HTTPConnection("127.0.0.1", server.port, timeout=30)
+        if buffer is not None:
+            self.connection.sock = socket.socket()
+            self.connection.sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, buffer)
+            self.connection.sock.settimeout(30)
+            self.connection.sock.connect(("127.0.0.1", server.port))
         self.connection.request("GET", "/api/stream", headers={"Authorization": f"Bearer {server.token}"})
         self.answer = self.connection.getresponse()
         assert self.answer.status == 200

@@ -1,7 +1,5 @@
 #include "serve/feed.h"
 
-#include <algorithm>
-
 namespace qelm::server {
 
 void Feed::add(RecordType type, Json json) {
@@ -29,12 +27,14 @@ std::uint64_t Feed::end() const {
     return first_ + records_.size();
 }
 
-std::vector<Record> Feed::take(std::uint64_t& position) const {
+std::optional<std::vector<Record>> Feed::take(std::uint64_t& position) const {
     const std::lock_guard guard(mutex_);
-    const std::uint64_t end = first_ + records_.size();
-    const std::uint64_t start = std::clamp(position, first_, end);
-    position = end;
-    return {records_.begin() + static_cast<std::ptrdiff_t>(start - first_), records_.end()};
+    if (position < first_) {
+        return std::nullopt;
+    }
+    const auto start = static_cast<std::ptrdiff_t>(position - first_);
+    position = first_ + records_.size();
+    return std::vector<Record>(records_.begin() + start, records_.end());
 }
 
 void Feed::wait(std::uint64_t& seen, std::chrono::milliseconds most) const {

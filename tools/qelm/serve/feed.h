@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,8 @@ struct Record {
 };
 
 /**
- * Records in the order in which they were added, for any number of readers, each with a position of its own. The
- * oldest are forgotten. All functions may be called from any thread.
+ * Records in the order in which they were added, for any number of readers, each with a position of its own. Those that
+ * 200 others followed are forgotten. All functions may be called from any thread.
  */
 class Feed {
   public:
@@ -35,13 +36,13 @@ class Feed {
 
     /** The position of the next record. */
     std::uint64_t end() const;
-    /** The records from `position` on, which becomes the next one's. */
-    std::vector<Record> take(std::uint64_t& position) const;
+    /** The records from `position` on, which becomes the next one's; none when some of them are forgotten. */
+    std::optional<std::vector<Record>> take(std::uint64_t& position) const;
     /** Waits until something came since `seen`, which becomes the newest, or the time is over. */
     void wait(std::uint64_t& seen, std::chrono::milliseconds most) const;
 
   private:
-    static constexpr std::size_t mostRecords = 1000;
+    static constexpr std::size_t mostRecords = 200;
 
     mutable std::mutex mutex_;
     mutable std::condition_variable news_;

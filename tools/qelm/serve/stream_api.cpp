@@ -2,7 +2,7 @@
 
 #include "serve/api.h"
 
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cstring>
@@ -94,13 +94,10 @@ class PageStream {
         return send(RecordType::frame, json, values);
     }
 
+    /** Ends the stream of a reader that has missed something: with the next one it asks for everything anew. */
     bool sendFeed() {
-        for (const Record& one : served_.feed().take(position_)) {
-            if (!send(one.type, one.json)) {
-                return false;
-            }
-        }
-        return true;
+        const std::optional<std::vector<Record>> records = served_.feed().take(position_);
+        return records && std::ranges::all_of(*records, [this](const Record& one) { return send(one.type, one.json); });
     }
 
     bool sendEvents() {
