@@ -180,6 +180,37 @@ TEST_F(QelmTest, MakesSavesLoadsAndPlotsLookupTables) {
     EXPECT_EQ(table[1], 7);
     EXPECT_EQ(table[1000], 2000);
 
+    // The applet takes these: the tool says what they lack.
+    std::ifstream whole(folder_ / "double.lut");
+    const std::string text((std::istreambuf_iterator<char>(whole)), {});
+    const auto replaced = [&text](const std::string& old, const std::string& now) {
+        return std::string(text).replace(text.find(old), old.size(), now);
+    };
+    const std::pair<std::string, std::string> files[] = {
+        {text, ""},
+        {"no table", "the table file has no entries: the lookup table stays as it was"},
+        {replaced("[gray]", "[green]"), "no line for entry 0: from there on, entries are 0 or another line's"},
+        {text.substr(0, text.find("\n600,") + 1), "no line for entry 600: "},
+        {replaced("\n17,34;", ""), "no line for entry 17: "}, // "117,117;" passes for it
+        {replaced("=4096", "=1000"), "has 1000 entries: the following ones stay as they were"},
+    };
+    for (const auto& [content, warning] : files) {
+        std::ofstream("some.lut") << content;
+        const Words settings = {"FG_LUT_TYPE=LUT_TYPE_CUSTOM", "FG_LUT_CUSTOM_FILE=some.lut"};
+        for (const Words& words :
+             {Words{"lut", "--load", "some.lut", "--plot", "x.png"}, Words{"set", settings[0], settings[1]},
+              Words{"get", "FG_LUT_TYPE", "--set", settings[0], "--set", settings[1]}}) {
+            const Result result = run(words);
+            EXPECT_EQ(result.status, 0) << words.front();
+            EXPECT_THAT(result.errors, warning.empty() ? testing::Matcher<std::string>(IsEmpty()) : HasSubstr(warning))
+                << words.front();
+        }
+        EXPECT_EQ(run({"save", "some.kcf", settings[0], settings[1]}).status, 0);
+        const Result checked = run({"check", "some.kcf"});
+        EXPECT_EQ(checked.status, warning.empty() ? 0 : 1);
+        EXPECT_THAT(checked.output + checked.errors, HasSubstr(warning));
+    }
+
     const Result missing = run({"lut", "--load", "missing.lut"});
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.errors, HasSubstr("missing.lut"));

@@ -4,6 +4,7 @@
 
 #include "load_report.h"
 
+#include "lookup_table_file.h"
 #include "output_file.h"
 #include "temporary_folder.h"
 
@@ -115,6 +116,7 @@ LoadReport::LoadReport(Session& session, ConfigurationFile& file)
     load();
     if (loadable_) {
         checkFileNames();
+        checkLookupTable();
         checkSettings();
     }
     sort();
@@ -276,6 +278,13 @@ void LoadReport::checkFileNames() {
             std::string(key->name) + "='" + name.string() + "' is looked for in the current folder" +
                 (fs::exists(name, ignored) ? "" : ", where there is none") +
                 ", not beside the configuration file, where there is one; --beside takes that");
+    }
+}
+
+void LoadReport::checkLookupTable() {
+    if (const std::string gap = lookupTableGap(session_); !gap.empty()) {
+        const ConfigurationKey& key = configurationKey(FG_LUT_CUSTOM_FILE);
+        add(lines_.at(&key), "changed", std::string(key.name) + ": " + gap);
     }
 }
 

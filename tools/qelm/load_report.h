@@ -48,6 +48,7 @@ class LoadReport {
     void checkHeader();
     void checkKeys();
     void checkFileNames();
+    void checkLookupTable();
     void load();
     void checkSettings();
     void checkLegacySettings();

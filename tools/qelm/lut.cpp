@@ -1,3 +1,4 @@
+#include "lookup_table_file.h"
 #include "output.h"
 #include "output_file.h"
 #include "png_file.h"
@@ -64,6 +65,7 @@ int lut(const CommonOptions& options, const LutOptions& lutOptions) {
     if (!lutOptions.load.empty()) {
         session.change("FG_LUT_TYPE=LUT_TYPE_CUSTOM"); // loads nothing yet, so that a refusal names the file
         session.useFile("FG_LUT_CUSTOM_FILE", lutOptions.load);
+        warnOfLookupTable(session, host::findParameter(session.parameters(), "FG_LUT_CUSTOM_FILE"));
     }
     makeSettings(session, lutOptions.settings);
     const std::vector<std::uint32_t> table = host::readLookupTable(session.board());

@@ -1,6 +1,7 @@
 #include "set_up.h"
 
 #include "load_report.h"
+#include "lookup_table_file.h"
 #include "output_file.h"
 #include "steps.h"
 
@@ -46,6 +47,7 @@ Session startSession(const host::Applet& applet, const CommonOptions& options) {
 void makeSettings(Session& session, const std::vector<std::string>& settings) {
     for (const Step& step : parseAssignments(session, settings)) {
         host::writeValue(session.board(), {step.reference, *step.value});
+        warnOfLookupTable(session, *step.reference.parameter);
     }
 }
 

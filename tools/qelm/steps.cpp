@@ -1,6 +1,7 @@
 #include "steps.h"
 
 #include "interruption.h"
+#include "lookup_table_file.h"
 #include "region_order.h"
 
 #include <iostream>
@@ -26,6 +27,7 @@ Outcome run(Session& session, const Step& step, Tracing tracing) {
     try {
         if (step.value) {
             host::writeValue(session.board(), {step.reference, *step.value});
+            warnOfLookupTable(session, *step.reference.parameter);
         } else {
             outcome.after = host::readValue(session.board(), step.reference);
         }
