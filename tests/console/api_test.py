@@ -3,6 +3,7 @@
 import concurrent.futures
 import json
 import pathlib
+import re
 import socket
 import struct
 import subprocess
@@ -70,8 +71,9 @@ def test_the_page_loads_nothing_from_elsewhere(server):
     ("DELETE", "/api/board", None, {}, 405),
     ("PUT", "/", "x", {}, 405),
     ("GET", "/api/%zz", None, {}, 400),
-    ("PUT", "/api/configuration", b"x" * (4 * 1024 * 1024 + 1), {}, 413),
-    ("POST", "/api/parameters", b"x" * (1024 * 1024 + 1), {"Content-Type": "application/json"}, 413),
+    pytest.param("PUT", "/api/configuration", b"x" * (4 * 1024 * 1024 + 1), {}, 413, id="large file"),
+    pytest.param("POST", "/api/parameters", b"x" * (1024 * 1024 + 1), {"Content-Type": "application/json"}, 413,
+                 id="large JSON"),
     ("GET", "/api/board", None, {"X-Long": "x" * 20000}, 431),
 ])
 def test_what_is_no_request(server, method, path, body, headers, status):
@@ -371,8 +373,17 @@ def test_lookup_table_entries_and_files(running):
                   {"first": 4096, "values": []}):
         with pytest.raises(Refused):
             running.post("/api/lut", wrong)
+    damaged = (b"", b"no table", content[:len(content) // 2], re.sub(rb"\n17,\d+;", b"", content))
+    running.post("/api/lut", {"first": 100, "values": [1, 2, 3]})
+    edited = running.get("/api/lut")
+    for wrong in damaged:
+        with pytest.raises(Refused):
+            running.send("PUT", "/api/lut/file", wrong)
+        assert running.get("/api/lut") == edited
     running.set(("FG_LUT_TYPE", "LUT_TYPE_PROCESSING"))
-    assert running.get("/api/lut")["values"] == before["values"]
+    with pytest.raises(Refused):
+        running.send("PUT", "/api/lut/file", damaged[0])
+    assert running.get("/api/lut") == before
 
 
 # Configurations

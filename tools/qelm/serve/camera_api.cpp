@@ -1,6 +1,7 @@
 // The virtual board's camera and what it looks at.
 
 #include "serve/api.h"
+#include "serve/scratch_file.h"
 
 #include "camera.h"
 #include "output_file.h"
@@ -38,10 +39,10 @@ Answer putScene(ServedBoard& served, const Call& call) {
     if (!isPng && !isTiff) {
         throw ApiError(409, "The file is neither PNG nor TIFF.");
     }
-    const std::filesystem::path file = served.newFile(isPng ? ".png" : ".tiff");
-    tool::writeTemporaryFile(file, bytes);
-    const std::string name = "sent " + file.stem().string();
-    served.addScene(name, file);
+    ScratchFile file(served, isPng ? ".png" : ".tiff");
+    tool::writeTemporaryFile(file.path(), bytes);
+    const std::string name = "sent " + file.path().stem().string();
+    served.addScene(name, file.path());
     tool::CameraChoice camera = served.camera();
     const std::string before = camera.scene;
     camera.scene = name;
@@ -51,6 +52,7 @@ Answer putScene(ServedBoard& served, const Call& call) {
         served.removeScene(name);
         throw;
     }
+    file.keep();
     return getCamera(served, call);
 }
 

@@ -1,6 +1,7 @@
 // Configuration files: down, a look at one, up.
 
 #include "serve/api.h"
+#include "serve/scratch_file.h"
 
 #include "configuration.h"
 #include "load_report.h"
@@ -8,26 +9,8 @@
 
 #include "qelm/host/text.h"
 
-#include <filesystem>
-
 namespace qelm::server {
 namespace {
-
-/** A file that goes with the object. */
-class Removed {
-  public:
-    explicit Removed(std::filesystem::path path) : path_(std::move(path)) {}
-    ~Removed() {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-    Removed(const Removed&) = delete;
-    Removed& operator=(const Removed&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 /**
  * The file as it may be loaded: it names no files of the server's computer but those in force already, which are this
@@ -74,7 +57,7 @@ void requireNoFileNames(const tool::Session& trial, const tool::Session& session
 } // namespace
 
 Answer getConfiguration(ServedBoard& served, const Call& /*call*/) {
-    const Removed file(served.newFile(".kcf"));
+    const ScratchFile file(served, ".kcf");
     served.live().run([&](host::Board& board) {
         if (const std::int32_t code = served.applet()->Fg_saveConfig(board, host::systemFileName(file.path()).c_str());
             code < 0) {
@@ -85,7 +68,7 @@ Answer getConfiguration(ServedBoard& served, const Call& /*call*/) {
 }
 
 Answer postConfigurationCheck(ServedBoard& served, const Call& call) {
-    const Removed file(served.newFile(".kcf"));
+    const ScratchFile file(served, ".kcf");
     Json findings = Json::array();
     Json differences = Json::array();
     bool loadable = false;
@@ -115,7 +98,7 @@ Answer postConfigurationCheck(ServedBoard& served, const Call& call) {
 }
 
 Answer putConfiguration(ServedBoard& served, const Call& call) {
-    const Removed file(served.newFile(".kcf"));
+    const ScratchFile file(served, ".kcf");
     Json findings = Json::array();
     const auto change = served.change("configuration", [&](host::Board&) {
         tool::writeTemporaryFile(file.path(), withoutFileNames(served, call.request.body, findings));

@@ -1,14 +1,24 @@
 // The lookup table: entries and files.
 
 #include "serve/api.h"
+#include "serve/scratch_file.h"
 
+#include "lookup_table_file.h"
 #include "output_file.h"
 
 #include "qelm/host/lookup_table.h"
 
-#include <filesystem>
-
 namespace qelm::server {
+namespace {
+
+/** From now on the table is the user's. One that is already stays as it is: choosing it anew would read its file. */
+void useCustomTable(host::Board& board) {
+    if (board.get<std::uint32_t>(FG_LUT_TYPE) != LUT_TYPE_CUSTOM) {
+        board.change(FG_LUT_TYPE, std::uint32_t{LUT_TYPE_CUSTOM});
+    }
+}
+
+} // namespace
 
 Answer getLut(ServedBoard& served, const Call& /*call*/) {
     return {jsonResponse(served.live().run([](host::Board& board) {
@@ -33,9 +43,7 @@ Answer postLut(ServedBoard& served, const Call& call) {
                            static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(entries.size())});
     }
     const auto change = served.change("lookup table", [&](host::Board& board) {
-        if (board.get<std::uint32_t>(FG_LUT_TYPE) != LUT_TYPE_CUSTOM) {
-            board.change(FG_LUT_TYPE, std::uint32_t{LUT_TYPE_CUSTOM});
-        }
+        useCustomTable(board);
         for (const LutEntry& entry : entries) {
             board.change(FG_LUT_VALUE, entry);
         }
@@ -44,20 +52,26 @@ Answer postLut(ServedBoard& served, const Call& call) {
 }
 
 Answer getLutFile(ServedBoard& served, const Call& /*call*/) {
-    const std::filesystem::path file = served.newFile(".lut");
-    served.live().run([&](host::Board&) { served.session().useFile("FG_LUT_SAVE_FILE", file); });
-    Answer answer = fileAnswer(file, "application/octet-stream", "table.lut");
-    std::filesystem::remove(file);
-    return answer;
+    const ScratchFile file(served, ".lut");
+    served.live().run([&](host::Board&) { served.session().useFile("FG_LUT_SAVE_FILE", file.path()); });
+    return fileAnswer(file.path(), "application/octet-stream", "table.lut");
 }
 
 Answer putLutFile(ServedBoard& served, const Call& call) {
-    const std::filesystem::path file = served.newFile(".lut"); // stays: a configuration names it
-    tool::writeTemporaryFile(file, call.request.body);
+    ScratchFile file(served, ".lut");
+    tool::writeTemporaryFile(file.path(), call.request.body);
     const auto change = served.change("lookup table file", [&](host::Board& board) {
-        board.change(FG_LUT_TYPE, std::uint32_t{LUT_TYPE_CUSTOM});
-        served.session().useFile("FG_LUT_CUSTOM_FILE", file);
+        tool::Session trial(served.applet()); // the board keeps its table when the file is none
+        const auto use = [&file](tool::Session& session) { session.useFile("FG_LUT_CUSTOM_FILE", file.path()); };
+        useCustomTable(trial.board());
+        use(trial);
+        if (const std::string gap = tool::lookupTableGap(trial); !gap.empty()) {
+            throw ApiError(409, "Nothing has changed: " + gap + ".");
+        }
+        useCustomTable(board);
+        use(served.session());
     });
+    file.keep();
     return {jsonResponse({{"changed", change.changed}})};
 }
 

@@ -1,6 +1,7 @@
 // Pictures: whole, as statistics, recorded.
 
 #include "serve/api.h"
+#include "serve/scratch_file.h"
 
 #include "output_file.h"
 #include "picture_writer.h"
@@ -156,14 +157,13 @@ Answer getSnapshot(ServedBoard& served, const Call& call) {
         answer.head.contentType = "application/octet-stream";
         answer.head.body.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     } else if (format == "png" || format == "tiff") {
-        const std::filesystem::path file = served.newFile("." + format);
+        const ScratchFile file(served, "." + format);
         if (format == "png") {
-            tool::writePng(served.control(), file, frame.frame);
+            tool::writePng(served.control(), file.path(), frame.frame);
         } else {
-            writeTiff(file, {frame.frame}, served);
+            writeTiff(file.path(), {frame.frame}, served);
         }
-        answer = fileAnswer(file, "image/" + format, "frame-" + std::to_string(frame.sequence) + "." + format);
-        std::filesystem::remove(file);
+        answer = fileAnswer(file.path(), "image/" + format, "frame-" + std::to_string(frame.sequence) + "." + format);
     } else {
         throw ApiError(400, R"("format" has to be png, tiff or raw.)");
     }
@@ -208,11 +208,9 @@ Answer postRecord(ServedBoard& served, const Call& call) {
     constexpr std::int64_t mostFrames = 100;
     const std::vector<host::Frame> frames =
         served.collect(static_cast<std::size_t>(call.integer("frames", 1, mostFrames)));
-    const std::filesystem::path file = served.newFile(".tiff");
-    writeTiff(file, frames, served);
-    Answer answer = fileAnswer(file, "image/tiff", "frames.tiff");
-    std::filesystem::remove(file);
-    return answer;
+    const ScratchFile file(served, ".tiff");
+    writeTiff(file.path(), frames, served);
+    return fileAnswer(file.path(), "image/tiff", "frames.tiff");
 }
 
 Answer getJpegStream(ServedBoard& served, const Call& /*call*/) {

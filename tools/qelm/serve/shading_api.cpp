@@ -1,6 +1,7 @@
 // The shading wizard: references from the camera itself, coefficients, and what is left of the non-uniformity.
 
 #include "serve/api.h"
+#include "serve/scratch_file.h"
 
 #include "calibration.h"
 #include "camera.h"
@@ -98,9 +99,10 @@ std::filesystem::path writeReference(ServedBoard& served, const tool::Average& a
     constexpr int bits = 16;
     const std::vector<std::uint8_t> none(average.pixels()); // the applet finds the defective ones by its threshold
     const tool::Reference reference = tool::makeReference(average, bits, none, 0);
-    const std::filesystem::path file = served.newFile(".tif"); // stays: configurations name it
-    tool::writeReference(file, reference, average, "");
-    return file;
+    ScratchFile file(served, ".tif");
+    tool::writeReference(file.path(), reference, average, "");
+    file.keep();
+    return file.path();
 }
 
 Json residual(const tool::Average& average, std::uint32_t referenceFrames) {
@@ -180,7 +182,7 @@ Answer getShadingMap(ServedBoard& served, const Call& call) {
     if (kind != "offset" && kind != "gain") {
         throw ApiError(400, R"("kind" has to be offset or gain.)");
     }
-    const std::filesystem::path file = served.newFile(".png");
+    const ScratchFile file(served, ".png");
     served.live().run([&](host::Board&) {
         try {
             const tool::CoefficientPlane plane(served.session(), kind == "gain"
@@ -189,14 +191,12 @@ Answer getShadingMap(ServedBoard& served, const Call& call) {
             if (plane.width() == 0) {
                 throw ApiError(409, "The design has loaded no coefficients that correct anything.");
             }
-            tool::writePng(file, plane.picture(longerSide));
+            tool::writePng(file.path(), plane.picture(longerSide));
         } catch (const std::runtime_error& problem) {
             throw ApiError(409, problem.what());
         }
     });
-    Answer answer = fileAnswer(file, "image/png", kind + ".png");
-    std::filesystem::remove(file);
-    return answer;
+    return fileAnswer(file.path(), "image/png", kind + ".png");
 }
 
 } // namespace qelm::server
