@@ -121,6 +121,10 @@ def test_a_refused_value_says_why_beside_the_field(page):
     assert "16 to 256 pixel in steps of 16" in refusal and "In force: 256 pixel" in refusal
     assert page.find("#parameter-FG_WIDTH").get_attribute("value") == "256"
     assert page.server.value("FG_WIDTH") == 256
+    page.enter("FG_PROCESSING_GAIN", Keys.DELETE)  # an empty field is no 0
+    page.until(lambda: "no number" in page.find("[data-name=FG_PROCESSING_GAIN] .refusal").text, "the refusal")
+    assert page.find("#parameter-FG_PROCESSING_GAIN").get_attribute("value") == "1"
+    assert page.server.value("FG_PROCESSING_GAIN") == 1
 
 
 def test_search_finds_parameters(page):

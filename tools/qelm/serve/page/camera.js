@@ -1,7 +1,7 @@
 // The virtual board's camera and what it looks at.
 
 import { get, post, put } from "./api.js";
-import { attempt, busy, element, say } from "./ui.js";
+import { attempt, busy, element, fileInput, say } from "./ui.js";
 
 const options = element("input", { type: "text", id: "camera-options", spellcheck: "false" });
 const scene = element("select", { id: "camera-scene" });
@@ -83,11 +83,8 @@ export function panel() {
   }));
   options.addEventListener("change", showOptions);
   scene.addEventListener("change", () => connect.click());
-  const file = element("input", { type: "file", accept: ".png,.tif,.tiff", "aria-label": "Picture to show the camera",
-    onchange: () => attempt(async () => {
-      show(await put("/api/scene", file.files[0]));
-      file.value = "";
-    }) });
+  const file = fileInput({ accept: ".png,.tif,.tiff", "aria-label": "Picture to show the camera" },
+    async (chosen) => show(await put("/api/scene", chosen)));
   window.addEventListener("loaded", () => attempt(async () => show(await get("/api/camera"))));
   return [
     element("div", { class: "row" }, element("label", {}, "scene ", scene)),

@@ -2,7 +2,7 @@
 
 import { download, getBlob, postFile, put } from "./api.js";
 import { take } from "./parameters.js";
-import { attempt, busy, element, say } from "./ui.js";
+import { busy, element, fileInput, say } from "./ui.js";
 
 let file = null;
 const report = element("div", { role: "status", id: "configuration-report" });
@@ -28,17 +28,15 @@ function showReport(json) {
 export function panel() {
   const save = element("button", {}, "Download the settings of now");
   save.addEventListener("click", busy(save, async () => download(await getBlob("/api/configuration"), "setup.kcf")));
-  const choose = element("input", { type: "file", accept: ".kcf", id: "configuration-file",
-    "aria-label": "Configuration file to look at", onchange: () => attempt(async () => {
-      file = choose.files[0];
+  const choose = fileInput({ accept: ".kcf", id: "configuration-file", "aria-label": "Configuration file to look at" },
+    async (chosen) => {
+      file = chosen;
       apply.disabled = true;
       report.replaceChildren();
-      if (file) {
-        const json = await postFile("/api/configuration/check", file);
-        showReport(json);
-        apply.disabled = !json.loadable;
-      }
-    }) });
+      const json = await postFile("/api/configuration/check", file);
+      showReport(json);
+      apply.disabled = !json.loadable;
+    });
   apply.addEventListener("click", busy(apply, async () => {
     const answer = await put("/api/configuration", file);
     take(answer.changed);

@@ -2,7 +2,7 @@
 
 import { download, get, getBlob, post, put } from "./api.js";
 import { parameter, set, take, watch } from "./parameters.js";
-import { attempt, byId, colour, element, latest, prepareCanvas } from "./ui.js";
+import { attempt, byId, colour, element, fileInput, latest, prepareCanvas } from "./ui.js";
 
 const last = 4095;
 const plot = element("canvas", { class: "plot", tabindex: "0", role: "application",
@@ -164,12 +164,10 @@ export function panel() {
     type.textContent = one.entries?.find((entry) => entry.name === one.valueName)?.text ?? "";
     load();
   });
-  const file = element("input", { type: "file", accept: ".lut", "aria-label": "Table file to load", onchange: () =>
-    attempt(async () => {
-      take((await put("/api/lut/file", file.files[0])).changed);
-      file.value = "";
-      load();
-    }) });
+  const file = fileInput({ accept: ".lut", "aria-label": "Table file to load" }, async (chosen) => {
+    take((await put("/api/lut/file", chosen)).changed);
+    load();
+  });
   window.addEventListener("panel", (event) => event.detail === "lut" && load());
   window.addEventListener("theme", draw);
   window.addEventListener("changed", (event) => {

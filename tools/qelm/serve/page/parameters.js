@@ -66,7 +66,13 @@ class Row {
       this.isOutput = true;
       return element("output", { id, "aria-label": one.name });
     }
-    const change = () => set({ [this.name]: this.#entered() });
+    const change = () => {
+      if (this.field.value === "") { // a field for numbers says so of everything else, too
+        this.refuse(new Error("This is no number."));
+      } else {
+        set({ [this.name]: this.#entered() });
+      }
+    };
     if (one.entries) {
       return element("select", { id, onchange: change },
         ...one.entries.map((entry) => element("option", { value: entry.name, title: entry.name }, entry.text)));
@@ -100,7 +106,8 @@ class Row {
         this.field.max = one.maximum ?? "";
         this.field.step = one.increment || "any";
         this.hint.textContent = [one.name, one.allowed].filter(Boolean).join(" · ");
-        if (document.activeElement !== this.field || Number(this.field.value) !== one.value) {
+        const isIt = this.field.value !== "" && Number(this.field.value) === one.value; // as "1.0" is 1
+        if (document.activeElement !== this.field || !isIt) {
           this.field.value = one.exact ?? one.value ?? "";
         }
       }

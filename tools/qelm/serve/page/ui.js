@@ -38,6 +38,14 @@ export async function attempt(action) {
   }
 }
 
+/** An input that hands over the file that is chosen; the same one can be chosen again, as when it has been mended. */
+export function fileInput(attributes, take) {
+  const input = element("input", { type: "file", ...attributes,
+    onclick: () => { input.value = ""; },
+    onchange: () => attempt(async () => input.files[0] && take(input.files[0])) });
+  return input;
+}
+
 /** A handler that keeps its button disabled while it runs. */
 export function busy(button, action) {
   return async () => {
