@@ -1,7 +1,6 @@
 """The page in a real browser, as somebody at the keyboard and mouse uses it."""
 
 import json
-import os
 import pathlib
 import tempfile
 import time
@@ -218,25 +217,28 @@ def test_the_shading_wizard(browser, start):
     page.until(lambda: page.run("return document.querySelector('#panel-shading canvas').width") > 0)
 
 
-def upload(page, content):
-    file = tempfile.NamedTemporaryFile(suffix=".kcf", delete=False)
-    file.write(content)
-    file.close()
-    page.find("#configuration-file").send_keys(file.name)
-    return file.name
+def test_configurations_are_looked_at_before_they_are_loaded(page, tmp_path):
+    def choose(name, content):
+        file = tmp_path / name
+        file.write_bytes(content)
+        page.find("#configuration-file").send_keys(str(file))
+        return file
 
-
-def test_configurations_are_looked_at_before_they_are_loaded(page):
     page.server.set(FG_WIDTH=128)
     good = page.server.get("/api/configuration")
     page.server.post("/api/parameters/reset", {"names": ["FG_WIDTH"]})
     page.panel("configuration")
-    os.unlink(upload(page, b"\0damaged"))
+    load = page.find("#panel-configuration button.main:not(.other)")
+    choose("damaged.kcf", b"\0damaged")
     page.until(lambda: page.find("#configuration-report").text != "", "the report")
-    assert not page.find("#panel-configuration button.main:not(.other)").is_enabled()
-    os.unlink(upload(page, good))
+    assert not load.is_enabled()
+    file = choose("good.kcf", good)
     page.until(lambda: "FG_WIDTH" in page.text("configuration-report"), "the difference")
     assert page.server.value("FG_WIDTH") == 256
+    # What was looked at is loaded, whatever became of the file.
+    file.write_bytes(b"\0damaged")
+    load.click()
+    page.until(lambda: page.server.value("FG_WIDTH") == 128, "the load")
 
 
 def test_two_tabs_follow_each_other_and_a_reload_changes_nothing(page):

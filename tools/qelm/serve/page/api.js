@@ -26,6 +26,8 @@ export class Refused extends Error {
 async function send(method, path, options = {}) {
   const response = await fetch(path, {
     method, ...options, headers: { Authorization: `Bearer ${token}`, ...options.headers },
+  }).catch((error) => {
+    throw error instanceof TypeError ? new Error("The server does not answer.") : error;
   });
   if (!response.ok) {
     const text = await response.text();
@@ -47,11 +49,11 @@ function postJson(path, body, signal) {
 export const post = async (path, body = {}) => (await postJson(path, body)).json();
 export const postForBlob = async (path, body = {}) => (await postJson(path, body)).blob();
 
-async function sendFile(method, path, file) {
-  return (await send(method, path, { body: file, headers: { "Content-Type": "application/octet-stream" } })).json();
+async function sendFile(method, path, content) {
+  return (await send(method, path, { body: content, headers: { "Content-Type": "application/octet-stream" } })).json();
 }
-export const put = (path, file) => sendFile("PUT", path, file);
-export const postFile = (path, file) => sendFile("POST", path, file);
+export const put = (path, content) => sendFile("PUT", path, content);
+export const postFile = (path, content) => sendFile("POST", path, content);
 
 /** Offers a blob as a download. */
 export function download(blob, name) {

@@ -4,7 +4,7 @@ import { download, getBlob, postFile, put } from "./api.js";
 import { take } from "./parameters.js";
 import { busy, element, fileInput, say } from "./ui.js";
 
-let file = null;
+let content = null;
 const report = element("div", { role: "status", id: "configuration-report" });
 const apply = element("button", { class: "main", disabled: true }, "Load into the board");
 
@@ -30,15 +30,17 @@ export function panel() {
   save.addEventListener("click", busy(save, async () => download(await getBlob("/api/configuration"), "setup.kcf")));
   const choose = fileInput({ accept: ".kcf", id: "configuration-file", "aria-label": "Configuration file to look at" },
     async (chosen) => {
-      file = chosen;
+      content = chosen;
       apply.disabled = true;
       report.replaceChildren();
-      const json = await postFile("/api/configuration/check", file);
-      showReport(json);
-      apply.disabled = !json.loadable;
+      const json = await postFile("/api/configuration/check", chosen);
+      if (content === chosen) {
+        showReport(json);
+        apply.disabled = !json.loadable;
+      }
     });
   apply.addEventListener("click", busy(apply, async () => {
-    const answer = await put("/api/configuration", file);
+    const answer = await put("/api/configuration", content);
     take(answer.changed);
     say(`Loaded: ${answer.changed.length} parameters are not as they were.`);
     report.replaceChildren(...list("What was refused, changed or ignored", answer.findings, "problem"));

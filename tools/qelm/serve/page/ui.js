@@ -38,12 +38,23 @@ export async function attempt(action) {
   }
 }
 
-/** An input that hands over the file that is chosen; the same one can be chosen again, as when it has been mended. */
+/**
+ * An input that hands over the bytes of the file that is chosen, as they are now: what was looked at is what is sent
+ * later, whatever becomes of the file. The same one can be chosen again, as when it has been mended.
+ */
 export function fileInput(attributes, take) {
   const input = element("input", { type: "file", ...attributes,
     onclick: () => { input.value = ""; },
-    onchange: () => attempt(async () => input.files[0] && take(input.files[0])) });
+    onchange: () => attempt(async () => input.files[0] && take(await contentOf(input.files[0]))) });
   return input;
+}
+
+async function contentOf(file) {
+  try {
+    return await file.arrayBuffer();
+  } catch {
+    throw new Error(`The file "${file.name}" cannot be read: it is gone, too large or not open to you.`);
+  }
 }
 
 /** A handler that keeps its button disabled while it runs. */
