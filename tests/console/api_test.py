@@ -12,7 +12,7 @@ import time
 
 import pytest
 
-from conftest import Refused, SMALL
+from conftest import Refused, SMALL, StreamEnded, eventually
 
 
 def status_of(server, method, path, body=None, headers=None, token=True):
@@ -93,12 +93,10 @@ def test_rubbish_ends_its_connection_alone(server):
 def test_too_many_connections_are_turned_away(start):
     server = start(*SMALL)
     idle = [socket.create_connection(("127.0.0.1", server.port), timeout=10) for _ in range(16)]
-    time.sleep(0.3)
-    assert status_of(server, "GET", "/api/board") == 503
+    eventually(lambda: status_of(server, "GET", "/api/board") == 503)
     for connection in idle:
         connection.close()
-    time.sleep(0.3)
-    assert status_of(server, "GET", "/api/board") == 200
+    eventually(lambda: status_of(server, "GET", "/api/board") == 200)
 
 
 # Parameters
@@ -303,8 +301,7 @@ def test_time_stands_still_while_nobody_looks(start):
     assert server.get("/api/board")["time"]["microseconds"] == before
     with server.stream() as stream:
         stream.next("frame")
-        time.sleep(0.5)
-    assert server.get("/api/board")["time"]["microseconds"] > before + 300_000
+        eventually(lambda: server.get("/api/board")["time"]["microseconds"] > before + 300_000)
 
 
 def test_pause_step_and_factor(running):
@@ -330,18 +327,23 @@ def test_pause_step_and_factor(running):
 # Trigger
 
 
+def rises(server, name):
+    """@returns the times at which a signal rose lately; its first entry is the level it had before"""
+    signals = {one["name"]: one for one in server.get("/api/signals?last=2000000")["signals"]}
+    return [at for at, level in signals[name]["changes"][1:] if level == 1]
+
+
 def test_pulses_show_in_signals_and_events(start):
     server = start(*SMALL, "FG_AREATRIGGERMODE=ATM_EXTERNAL", "FG_TRIGGER_FRAMESPERSECOND=100")
     with server.stream() as stream:
         server.post("/api/pulses", {"pin": 0, "count": 5, "width": 500, "period": 12000})
         stream.next("frame")
         stream.next("events")
-        time.sleep(0.3)
-        signals = {one["name"]: one for one in server.get("/api/signals?last=2000000")["signals"]}
-    rising = [change for change in signals["input 0"]["changes"] if change[1] == 1]
-    assert len(rising) == 5
-    assert [round(later[0] - earlier[0]) for earlier, later in zip(rising, rising[1:])] == [12000] * 4
-    assert len([change for change in signals["frame"]["changes"][1:] if change[1] == 1]) == 5
+        eventually(lambda: len(rises(server, "frame")) >= 5)
+        rising = rises(server, "input 0")
+        assert len(rising) == 5
+    assert [round(later - earlier) for earlier, later in zip(rising, rising[1:])] == [12000] * 4
+    assert len(rises(server, "frame")) == 5
     assert b"<svg" in server.get("/api/signals.svg?last=2000000")
     for wrong in ({"pin": 8}, {"count": 0}, {"width": 100, "period": 50}):
         with pytest.raises(Refused):
@@ -504,10 +506,8 @@ def test_a_stalled_page_costs_the_board_nothing(start):
     server = start(*SMALL)
     with server.stream(), server.stream() as lively:  # the first one never reads
         before = server.get("/api/statistics")["frames"]
-        time.sleep(2)
-        after = server.get("/api/statistics")
+        eventually(lambda: server.get("/api/statistics")["frames"] > before + 60)
         lively.next("frame")
-    assert after["frames"] - before > 60
 
 
 def test_who_misses_changes_is_told_by_the_end_of_the_stream(start):
@@ -517,7 +517,7 @@ def test_who_misses_changes_is_told_by_the_end_of_the_stream(start):
             server.set(FG_TRIGGER_LEGACY_MODE=["FG_ON", "FG_OFF"][number % 2])  # changes some sixty parameters
         revisions = []
         end = time.monotonic() + 20
-        with pytest.raises((AssertionError, OSError)):
+        with pytest.raises(StreamEnded):
             while time.monotonic() < end:
                 kind, content, _ = stream.record()
                 if kind == "parameters" and content["origin"]:
@@ -544,7 +544,7 @@ def test_the_end_closes_streams(start):
     stream.next("frame")
     ended = threading.Thread(target=server.stop)
     ended.start()
-    with pytest.raises((AssertionError, OSError, json.JSONDecodeError)):
+    with pytest.raises(StreamEnded):
         while True:
             stream.record()
     ended.join(20)

@@ -92,6 +92,19 @@ class Server:
             raise
 
 
+def eventually(holds, seconds=20):
+    """Waits until it holds: how long that takes is the machine's affair. @returns what it is then"""
+    end = time.monotonic() + seconds
+    while not (result := holds()):
+        assert time.monotonic() < end, "it did not come to hold"
+        time.sleep(0.05)
+    return result
+
+
+class StreamEnded(Exception):
+    """The server ended the stream: in order, or by closing the connection of a reader that is too slow."""
+
+
 class Stream:
     """The records of /api/stream."""
 
@@ -122,8 +135,12 @@ class Stream:
     def _read(self, count):
         content = b""
         while len(content) < count:
-            piece = self.answer.read(count - len(content))
-            assert piece, "the stream ended"
+            try:
+                piece = self.answer.read(count - len(content))
+            except (http.client.IncompleteRead, ConnectionError) as error:
+                raise StreamEnded from error
+            if not piece:
+                raise StreamEnded
             content += piece
         return content
 
