@@ -93,12 +93,11 @@ class Server:
 
 
 def eventually(holds, seconds=20):
-    """Waits until it holds: how long that takes is the machine's affair. @returns what it is then"""
+    """Waits until it holds. Where slowness would be the fault, `seconds` says how much of it is the machine's."""
     end = time.monotonic() + seconds
-    while not (result := holds()):
+    while not holds():
         assert time.monotonic() < end, "it did not come to hold"
         time.sleep(0.05)
-    return result
 
 
 class StreamEnded(Exception):
